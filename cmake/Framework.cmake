@@ -1,0 +1,37 @@
+# The framework's modules, compiled once into one static library, ld_juce, that everything else links.
+
+if(NOT EXISTS "${LD_JUCE_DIR}/CMakeLists.txt")
+    message(FATAL_ERROR "LD_JUCE_DIR must name the source folder of JUCE 8; scripts/run finds or fetches it.")
+endif()
+
+set(JUCE_MODULES_ONLY ON)
+add_subdirectory("${LD_JUCE_DIR}" "${CMAKE_BINARY_DIR}/juce" EXCLUDE_FROM_ALL SYSTEM)
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(FFTW3F REQUIRED IMPORTED_TARGET fftw3f)
+
+set(LD_JUCE_MODULES
+    juce::juce_core juce::juce_events juce::juce_data_structures juce::juce_graphics
+    juce::juce_gui_basics juce::juce_gui_extra
+    juce::juce_audio_basics juce::juce_audio_devices juce::juce_audio_utils juce::juce_dsp)
+
+add_library(ld_juce STATIC)
+target_link_libraries(ld_juce PRIVATE ${LD_JUCE_MODULES} PUBLIC PkgConfig::FFTW3F)
+target_compile_definitions(ld_juce
+    PUBLIC
+        JUCE_GLOBAL_MODULE_SETTINGS_INCLUDED=1
+        JUCE_STANDALONE_APPLICATION=1
+        JUCE_DSP_USE_STATIC_FFTW=1
+        JUCE_JACK=1
+        JUCE_USE_FLAC=0
+        JUCE_USE_OGGVORBIS=0
+        JUCE_WEB_BROWSER=0
+        JUCE_USE_CURL=0
+        JUCE_STRICT_REFCOUNTEDPOINTER=1
+        JUCE_APPLICATION_NAME_STRING="Lodestrand"
+        JUCE_APPLICATION_VERSION_STRING="${PROJECT_VERSION}"
+        $<IF:$<CONFIG:Debug>,DEBUG=1,NDEBUG=1>
+    INTERFACE
+        $<TARGET_PROPERTY:ld_juce,COMPILE_DEFINITIONS>)
+target_include_directories(ld_juce SYSTEM INTERFACE $<TARGET_PROPERTY:ld_juce,INCLUDE_DIRECTORIES>)
+target_compile_options(ld_juce PRIVATE $<$<CXX_COMPILER_ID:GNU,Clang>:-w>)

@@ -1,0 +1,502 @@
+#include "media/BwfReader.h"
+
+#include "media/BextIxml.h"
+
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+namespace ld
+{
+namespace
+{
+
+constexpr juce::int64 riffHeaderBytes = 12;
+constexpr juce::int64 chunkHeaderBytes = 8;
+constexpr juce::int64 sizeInDs64 = 0xFFFFFFFF;
+constexpr juce::uint16 extensibleTag = 0xFFFE;
+constexpr juce::uint16 floatTag = 3;
+
+// Far more than any recorder writes: a file of nothing but empty chunks must not fill memory with their table.
+constexpr size_t mostChunks = 65536;
+
+// Text beyond this is no metadata; parsing costs several times its size.
+constexpr juce::int64 largestMetadataBytes = 64 << 20;
+
+constexpr juce::int64 channelBlockFrames = 4096;
+constexpr juce::int64 peakBlockFrames = 8192;
+constexpr juce::int64 largestBlockBytes = 4 << 20;
+
+bool hasId (const char* bytes, const char* id) noexcept
+{
+    return std::memcmp (bytes, id, 4) == 0;
+}
+
+// Where a file ends inside a range, only its whole blocks are delivered.
+juce::int64 deliverableFrames (juce::int64 wanted, juce::int64 held, juce::int64 blockFrames) noexcept
+{
+    return held >= wanted ? wanted : std::max<juce::int64> (held, 0) / blockFrames * blockFrames;
+}
+
+// The first frame of a bucket: the lowest whose index, cut to a whole bucket, is the bucket's own.
+juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
+{
+    auto frame = (juce::int64) ((double) bucket * framesPerBucket);
+
+    while (frame > 0 && (juce::int64) ((double) (frame - 1) / framesPerBucket) >= bucket)
+        --frame;
+
+    while ((juce::int64) ((double) frame / framesPerBucket) < bucket)
+        ++frame;
+
+    return frame;
+}
+
+}    // namespace
+
+BwfReader::BwfReader() = default;
+BwfReader::~BwfReader() = default;
+BwfReader::BwfReader (BwfReader&&) noexcept = default;
+BwfReader& BwfReader::operator= (BwfReader&&) noexcept = default;
+
+bool BwfReader::open (const juce::File& fileToOpen)
+{
+    close();
+    file = fileToOpen;
+
+    // Opening a pipe or a device that only bears a wave file's name could wait for ever.
+    std::error_code ignored;
+
+    if (! std::filesystem::is_regular_file (file.getFullPathName().toStdString(), ignored))
+        return false;
+
+    stream = std::make_unique<juce::FileInputStream> (file);
+
+    if (! stream->openedOk() || ! parseChunks())
+    {
+        close();
+        return false;
+    }
+
+    parseMetadata();
+    return format.valid;
+}
+
+void BwfReader::close()
+{
+    *this = BwfReader();
+}
+
+bool BwfReader::readExact (juce::int64 offset, void* destination, juce::int64 count) const
+{
+    if (count < 0 || destination == nullptr || stream == nullptr || ! stream->setPosition (offset))
+        return false;
+
+    auto* at = static_cast<char*> (destination);
+
+    while (count > 0)
+    {
+        const auto got = stream->read (at, (int) std::min<juce::int64> (count, 1 << 30));
+
+        if (got <= 0)
+            return false;
+
+        at += got;
+        count -= got;
+    }
+
+    return true;
+}
+
+bool BwfReader::parseChunks()
+{
+    fileBytes = stream->getTotalLength();
+    char header[riffHeaderBytes];
+
+    if (! readExact (0, header, riffHeaderBytes) || ! hasId (header + 8, "WAVE"))
+        return false;
+
+    format.isRf64 = hasId (header, "RF64");
+
+    if (! format.isRf64 && ! hasId (header, "RIFF"))
+        return false;
+
+    const auto ds64 = locateChunks();
+    const auto* data = findChunk ("data");
+    const auto* fmt = findChunk ("fmt ");
+    return data != nullptr && fmt != nullptr && parseFmt (*fmt) && describeAudio (*data, ds64);
+}
+
+std::optional<BwfReader::Ds64> BwfReader::locateChunks()
+{
+    std::optional<Ds64> ds64;
+
+    for (auto at = riffHeaderBytes; at + chunkHeaderBytes <= fileBytes && chunks.size() < mostChunks;)
+    {
+        char header[chunkHeaderBytes];
+
+        if (! readExact (at, header, chunkHeaderBytes))
+            break;
+
+        ChunkLoc chunk;
+        std::memcpy (chunk.id.data(), header, 4);
+        chunk.headerOffset = at;
+        chunk.dataOffset = at + chunkHeaderBytes;
+        chunk.size = (juce::int64) juce::ByteOrder::littleEndianInt (header + 4);
+        const auto isDs64 = hasId (chunk.id.data(), "ds64");
+
+        if (isDs64)
+        {
+            char body[28] = {};
+
+            if (readExact (chunk.dataOffset, body, std::min<juce::int64> (chunk.size, sizeof (body))))
+                ds64 = Ds64 { (juce::int64) juce::ByteOrder::littleEndianInt64 (body + 8),
+                              (juce::int64) juce::ByteOrder::littleEndianInt64 (body + 16) };
+        }
+
+        chunks.push_back (chunk);
+
+        if (chunk.size == sizeInDs64 && ! isDs64)
+            break;
+
+        at = chunk.dataOffset + chunk.size + (chunk.size & 1);
+    }
+
+    return ds64;
+}
+
+bool BwfReader::parseFmt (const ChunkLoc& chunk)
+{
+    constexpr juce::int64 shortestFmt = 16;
+    constexpr juce::int64 extensibleFmt = 40;
+    char body[64] = {};
+    const auto size = std::min<juce::int64> (chunk.size, sizeof (body));
+
+    if (size < shortestFmt || ! readExact (chunk.dataOffset, body, size))
+        return false;
+
+    format.formatTag = juce::ByteOrder::littleEndianShort (body);
+    format.channels = juce::ByteOrder::littleEndianShort (body + 2);
+    format.sampleRate = (juce::int32) juce::ByteOrder::littleEndianInt (body + 4);
+    format.bitsPerSample = juce::ByteOrder::littleEndianShort (body + 14);
+
+    if (format.formatTag == extensibleTag && size >= extensibleFmt)
+        format.formatTag = juce::ByteOrder::littleEndianShort (body + 24);
+
+    format.isFloat = format.formatTag == floatTag;
+    format.bytesPerSample = format.bitsPerSample == 0 ? 3 : (format.bitsPerSample + 7) / 8;
+    return format.channels > 0 && format.sampleRate > 0;
+}
+
+bool BwfReader::describeAudio (const ChunkLoc& data, const std::optional<Ds64>& ds64)
+{
+    dataOffset = data.dataOffset;
+    format.dataBytes = ds64 && data.size == sizeInDs64 ? ds64->dataSize : data.size;
+
+    // 8192 bytes at most by 65535 channels at most: within 32 bits.
+    if (frameBytes() < 1)
+        return false;
+
+    format.numFrames = ds64 && ds64->sampleCount != 0 ? ds64->sampleCount : format.dataBytes / frameBytes();
+    format.valid = format.numFrames >= 0;
+    return format.valid;
+}
+
+void BwfReader::parseMetadata()
+{
+    if (const auto* chunk = findChunk ("bext"))
+        if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
+            bext = parseBext (body.getData(), body.getSize());
+
+    if (const auto* chunk = findChunk ("iXML"))
+        if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
+            ixml = parseIxml (textFromBytes (body.getData(), body.getSize()));
+}
+
+// Empty where the chunk is empty, larger than asked for, or not wholly in the file.
+juce::MemoryBlock BwfReader::readChunk (const ChunkLoc& chunk, juce::int64 largest) const
+{
+    if (chunk.size > largest || chunk.size > fileBytes - chunk.dataOffset)
+        return {};
+
+    juce::MemoryBlock body ((size_t) chunk.size);
+    return readExact (chunk.dataOffset, body.getData(), chunk.size) ? body : juce::MemoryBlock();
+}
+
+const ChunkLoc* BwfReader::findChunk (const char* id) const noexcept
+{
+    for (const auto& chunk : chunks)
+        if (hasId (chunk.id.data(), id))
+            return &chunk;
+
+    return nullptr;
+}
+
+std::vector<PreservedChunk> BwfReader::extraChunks() const
+{
+    static constexpr const char* ownOrPadding[] = { "fmt ", "data", "ds64", "bext", "iXML",
+                                                    "fact", "JUNK", "junk", "PAD ", "pad " };
+    std::vector<PreservedChunk> extras;
+
+    for (const auto& chunk : chunks)
+    {
+        const auto isThisChunk = [&] (const char* id) { return hasId (chunk.id.data(), id); };
+
+        if (std::any_of (std::begin (ownOrPadding), std::end (ownOrPadding), isThisChunk))
+            continue;
+
+        if (auto body = readChunk (chunk, std::numeric_limits<juce::int64>::max()); ! body.isEmpty())
+            extras.push_back ({ textFromBytes (chunk.id.data(), chunk.id.size()), std::move (body) });
+    }
+
+    return extras;
+}
+
+juce::int64 BwfReader::frameBytes() const noexcept
+{
+    return (juce::int64) format.bytesPerSample * format.channels;
+}
+
+bool BwfReader::isReadable (int channel) const noexcept
+{
+    return stream != nullptr && format.valid && channel >= 0 && channel < format.channels;
+}
+
+juce::int64 BwfReader::framesInFile() const noexcept
+{
+    if (! format.valid)
+        return 0;
+
+    return std::min (format.numFrames, std::max<juce::int64> (fileBytes - dataOffset, 0) / frameBytes());
+}
+
+// Reads forward in large blocks and shows each; ends early where a read or the visitor says so. Returns the frames shown.
+juce::int64 BwfReader::visitBlocks (juce::int64 startFrame,
+                                    juce::int64 numFrames,
+                                    juce::int64 blockFrames,
+                                    const BlockVisitor& visit) const
+{
+    blockFrames = std::clamp<juce::int64> (largestBlockBytes / frameBytes(), 1, blockFrames);
+    std::vector<juce::uint8> bytes ((size_t) (std::min (blockFrames, numFrames) * frameBytes()));
+
+    for (juce::int64 done = 0; done < numFrames; done += blockFrames)
+    {
+        const auto count = std::min (blockFrames, numFrames - done);
+
+        if (! readExact (dataOffset + (startFrame + done) * frameBytes(), bytes.data(), count * frameBytes())
+            || ! visit (bytes.data(), done, count))
+            return done;
+    }
+
+    return numFrames;
+}
+
+bool BwfReader::readChannel (
+    int channel, juce::int64 startFrame, juce::int64 numFrames, float* destination, int stride) const
+{
+    if (! isReadable (channel) || destination == nullptr || startFrame < 0)
+        return false;
+
+    if (numFrames > 0)
+        std::fill_n (destination, numFrames, 0.0f);
+
+    const auto toRead = std::min (format.numFrames - startFrame, numFrames);
+
+    if (toRead < 1)
+        return true;
+
+    const auto readable = deliverableFrames (toRead, framesInFile() - startFrame, channelBlockFrames);
+    const auto step = (juce::int64) std::max (stride, 1);
+    const auto coding = sampleCodingOf (format);
+
+    const auto shown = visitBlocks (startFrame,
+                                    readable,
+                                    channelBlockFrames,
+                                    [&] (auto* frames, auto frame, auto count)
+                                    {
+        const auto firstIndex = (frame + step - 1) / step;
+        const auto skipped = firstIndex * step - frame;
+        const auto taken = skipped < count ? (count - skipped + step - 1) / step : 0;
+
+        decodeChannel (coding,
+                       frames + skipped * frameBytes(),
+                       format.channels,
+                       format.bytesPerSample,
+                       channel,
+                       step,
+                       taken,
+                       destination + firstIndex);
+        return true;
+    });
+
+    return shown == toRead;
+}
+
+std::vector<std::vector<float>> BwfReader::readAllChannels() const
+{
+    if (! format.valid)
+        return {};
+
+    const auto held = framesInFile();
+    std::vector<std::vector<float>> audio ((size_t) format.channels);
+
+    for (auto& channel : audio)
+        channel.assign ((size_t) held, 0.0f);
+
+    const auto readable = deliverableFrames (format.numFrames, held, channelBlockFrames);
+    const auto coding = sampleCodingOf (format);
+
+    visitBlocks (0,
+                 readable,
+                 channelBlockFrames,
+                 [&] (auto* frames, auto frame, auto count)
+                 {
+        for (int c = 0; c < format.channels; ++c)
+            decodeChannel (
+                coding, frames, format.channels, format.bytesPerSample, c, 1, count, audio[(size_t) c].data() + frame);
+        return true;
+    });
+
+    return audio;
+}
+
+bool BwfReader::readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFrames, juce::int32* destination) const
+{
+    if (stream == nullptr || destination == nullptr || ! format.valid || startFrame < 0)
+        return false;
+
+    if (numFrames > 0)
+        std::fill_n (destination, numFrames * format.channels, 0);
+
+    const auto toRead = std::min (format.numFrames - startFrame, numFrames);
+
+    if (toRead < 1)
+        return true;
+
+    if (toRead > framesInFile() - startFrame)
+        return false;
+
+    std::vector<juce::uint8> bytes ((size_t) (toRead * frameBytes()));
+
+    if (! readExact (dataOffset + startFrame * frameBytes(), bytes.data(), (juce::int64) bytes.size()))
+        return false;
+
+    decodeTo24Bit (sampleCodingOf (format), bytes.data(), toRead * format.channels, destination);
+    return true;
+}
+
+PeakLane BwfReader::extractPeaks (int channel, int buckets) const
+{
+    PeakLane empty;
+    empty.sourceSamples = format.numFrames;
+
+    if (! isReadable (channel) || buckets < 1)
+        return empty;
+
+    return collectPeaks (channel, buckets, nullptr, 0).front();
+}
+
+BwfReader::Overview BwfReader::readOverview (int channel, int buckets) const
+{
+    Overview overview;
+
+    if (! isReadable (channel) || buckets < 1)
+        return overview;
+
+    overview.channel.assign ((size_t) framesInFile(), 0.0f);
+    overview.peaks = collectPeaks ({}, buckets, overview.channel.data(), channel);
+    return overview;
+}
+
+// The curves of one channel or of all; where channelOut is set, outChannel is decoded into it on the way.
+std::vector<PeakLane>
+BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const
+{
+    const auto firstChannel = onlyChannel.value_or (0);
+    PeakLane flat { std::vector<float> ((size_t) buckets), std::vector<float> ((size_t) buckets), format.numFrames };
+    std::vector<PeakLane> lanes (onlyChannel ? 1 : (size_t) format.channels, flat);
+
+    if (format.numFrames < 1)
+        return lanes;
+
+    const auto coding = sampleCodingOf (format);
+    const auto framesPerBucket = (double) format.numFrames / buckets;
+    const auto held = framesInFile();
+    const auto peakFrames = deliverableFrames (format.numFrames, held, peakBlockFrames);
+    const auto outFrames = deliverableFrames (format.numFrames, held, channelBlockFrames);
+    ExtremesFinder extremes (coding, format.channels, format.bytesPerSample);
+    juce::int64 bucket = 0, bucketEnd = 0;
+
+    const auto storeBucket = [&]
+    {
+        for (size_t i = 0; i < lanes.size(); ++i)
+        {
+            const auto range = extremes.rangeOf (firstChannel + (int) i);
+            lanes[i].minValues[(size_t) bucket] = range.low;
+            lanes[i].maxValues[(size_t) bucket] = range.high;
+        }
+
+        extremes.reset();
+    };
+
+    const auto endOfBucketAt = [&] (juce::int64 frame)
+    {
+        bucket = std::min<juce::int64> ((juce::int64) ((double) frame / framesPerBucket), buckets - 1);
+        bucketEnd = bucket == buckets - 1 ? format.numFrames : firstFrameOf (bucket + 1, framesPerBucket);
+    };
+
+    endOfBucketAt (0);
+
+    visitBlocks (0,
+                 outFrames,
+                 channelBlockFrames,
+                 [&] (auto* frames, auto frame, auto count)
+                 {
+        if (channelOut != nullptr)
+            decodeChannel (
+                coding, frames, format.channels, format.bytesPerSample, outChannel, 1, count, channelOut + frame);
+
+        for (auto at = frame; at < std::min (frame + count, peakFrames);)
+        {
+            const auto until = std::min ({ frame + count, peakFrames, bucketEnd });
+            extremes.add (frames + (at - frame) * frameBytes(), until - at);
+            at = until;
+
+            if (at == bucketEnd)
+            {
+                storeBucket();
+                endOfBucketAt (at);
+            }
+        }
+
+        return true;
+    });
+
+    if (! extremes.isEmpty())
+        storeBucket();
+
+    return lanes;
+}
+
+std::vector<TrackInfo> BwfReader::resolvedTracks() const
+{
+    auto tracks = ixml.tracks;
+
+    if ((int) tracks.size() != format.channels)
+    {
+        tracks.clear();
+
+        for (int i = 1; i <= format.channels; ++i)
+            tracks.push_back ({ i, i, "Ch " + juce::String (i), "OTHER", {}, true });
+
+        for (const auto& track : ixml.tracks)
+            if (track.interleaveIndex >= 1 && track.interleaveIndex <= format.channels)
+                tracks[(size_t) track.interleaveIndex - 1] = track;
+    }
+
+    const auto byInterleave = [] (const auto& a, const auto& b) { return a.interleaveIndex < b.interleaveIndex; };
+    std::stable_sort (tracks.begin(), tracks.end(), byInterleave);
+    return tracks;
+}
+
+}    // namespace ld

@@ -1,0 +1,203 @@
+#pragma once
+
+#include <juce_core/juce_core.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace ld
+{
+
+/** What the `fmt ` chunk of a wave file says, and how much audio stands behind it. */
+struct AudioFormatInfo
+{
+    juce::int32 channels = 0;
+    juce::int32 sampleRate = 48000;
+    juce::int32 bitsPerSample = 24;    // container width
+    juce::int32 bytesPerSample = 3;
+    juce::uint16 formatTag = 1;    // 1 PCM, 3 IEEE float; for an extensible file the tag of its sub-format
+    juce::int64 numFrames = 0;
+    juce::int64 dataBytes = 0;
+    bool isFloat = false;
+    bool isRf64 = false;
+    bool valid = false;    // a readable file was opened
+
+    bool operator== (const AudioFormatInfo&) const = default;
+};
+
+/** One chunk of a wave file, as its header states it. */
+struct ChunkLoc
+{
+    std::array<char, 4> id {};
+    juce::int64 headerOffset = 0;
+    juce::int64 dataOffset = 0;
+    juce::int64 size = 0;    // 0xFFFFFFFF for the `data` chunk of an RF64 file; its real size is in `ds64`
+};
+
+/** A chunk that the program does not understand, kept to be written back unchanged. */
+struct PreservedChunk
+{
+    juce::String id;
+    juce::MemoryBlock data;
+
+    bool operator== (const PreservedChunk&) const = default;
+};
+
+/** The Broadcast Audio Extension chunk (EBU Tech 3285). */
+struct BextChunk
+{
+    static constexpr juce::int16 loudnessNotSet = 0x7FFF;
+
+    bool present = false;
+    juce::String description, originator, originatorReference, originationDate, originationTime;
+    juce::uint64 timeReference = 0;    // samples since midnight, at the file's rate
+    juce::uint16 version = 0;
+    std::array<juce::uint8, 64> umid {};
+    juce::int16 loudnessValue = loudnessNotSet;    // this and the next four in hundredths
+    juce::int16 loudnessRange = loudnessNotSet;
+    juce::int16 maxTruePeakLevel = loudnessNotSet;
+    juce::int16 maxMomentaryLoudness = loudnessNotSet;
+    juce::int16 maxShortTermLoudness = loudnessNotSet;
+    juce::String codingHistory;
+
+    bool operator== (const BextChunk&) const = default;
+};
+
+/** One channel's identity in a poly or an export. */
+struct TrackInfo
+{
+    juce::int32 channelIndex = 1;       // 1-based
+    juce::int32 interleaveIndex = 1;    // 1-based; this, never the place in a list, says which audio channel it is
+    juce::String name;
+    juce::String function = "OTHER";
+    juce::String notes;    // the user's; never written to iXML
+    bool isHost = true;
+
+    bool operator== (const TrackInfo&) const = default;
+};
+
+/** What an `iXML` chunk says, and the text that it was read from. */
+struct IxmlMetadata
+{
+    bool present = false;
+    juce::String rawXml;    // the whole text, so that elements unknown here survive a rewrite
+    juce::String project, scene, take, tape, note;
+    juce::String familyUid, familyName, fileUid, originalFilename;
+    juce::String timecodeRate = "24/1";    // a rational
+    juce::String timecodeFlag = "NDF";
+    double fileSampleRate = 48000.0;
+    double timestampSampleRate = 48000.0;
+    juce::uint64 timestampSamples = 0;    // since midnight, at timestampSampleRate
+    bool hasTimestamp = false;            // tells a stamp of midnight from no stamp
+    juce::int32 audioBitDepth = 24;
+    std::vector<TrackInfo> tracks;    // in document order
+
+    bool operator== (const IxmlMetadata&) const = default;
+};
+
+/** The drawn curves of one channel: lowest and highest sample of each bucket. */
+struct PeakLane
+{
+    std::vector<float> minValues, maxValues;
+    juce::int64 sourceSamples = 0;    // samples that the lane spans
+
+    bool operator== (const PeakLane&) const = default;
+};
+
+constexpr int hostPeakBuckets = 4096;
+constexpr int guestPeakBuckets = 2048;
+
+/** Where a guest sits against its host, and how that was found. */
+struct Alignment
+{
+    enum class Method : juce::int32
+    {
+        none = 0,
+        timecode = 1,
+        waveform = 2,
+        timecodeRefined = 3,
+        manual = 4
+    };
+
+    juce::int64 offsetSamples = 0;    // of the guest's first sample, in host samples; negative: it starts earlier
+    Method method = Method::none;
+    float confidence = 0.0f;     // 0 to 1 after a waveform check, a z-score after a match of coefficients
+    bool needsManual = false;    // the user must look at it
+    double driftSlope = 0.0;     // clock ratio of guest to host, minus 1
+    juce::String detail;         // a sentence for the user
+
+    bool operator== (const Alignment&) const = default;
+};
+
+/** One file of a guest clip. */
+struct GuestPiece
+{
+    juce::File file;
+    AudioFormatInfo format;
+    BextChunk bext;
+    IxmlMetadata ixml;
+    juce::int64 offsetSamples = 0;    // start within the clip, in host samples; the earliest piece has 0
+};
+
+/** One file as a folder scan saw it; no audio. */
+struct ScanFile
+{
+    juce::File file;
+    AudioFormatInfo format;
+    BextChunk bext;
+    IxmlMetadata ixml;
+    Alignment alignment;    // what a batch match found for it against its poly
+};
+
+/** The poly that is being conformed. */
+struct HostTake
+{
+    juce::File file;
+    AudioFormatInfo format;
+    BextChunk bext;
+    IxmlMetadata ixml;
+    std::vector<TrackInfo> tracks;    // sorted by interleaveIndex
+    std::vector<PeakLane> peaks;      // one for each channel
+    std::vector<PreservedChunk> extraChunks;
+    std::vector<float> referenceAudio;           // the reference channel, whole, at the host's rate
+    std::vector<juce::uint8> omittedChannels;    // 1 leaves a channel out; a missing entry means that it stays
+};
+
+/** One ISO source, made of one or more files, placed against the host. */
+struct GuestClip
+{
+    juce::Uuid id = juce::Uuid::null();
+    juce::File file;           // this and the next three are those of the earliest piece,
+    AudioFormatInfo format;    // but for format.channels, the largest count of any piece
+    BextChunk bext;
+    IxmlMetadata ixml;
+    Alignment alignment;
+    std::vector<TrackInfo> tracks;
+    std::vector<PeakLane> peaks;
+    std::vector<float> monoAudio;                    // the mixdown of channelAudio, for the search
+    std::vector<std::vector<float>> channelAudio;    // at the host's rate, all of one length
+    std::vector<GuestPiece> pieces;
+    juce::String notes;
+    bool matchPending = false;
+    bool lanesHidden = false;
+    float waveEmphasis = 0.0f;    // 0 to 1, how brightly the timeline draws it
+};
+
+/** Copies what names a file and what it says of itself, which a reader and all media records share. */
+template <typename Source, typename Target>
+void copyIdentity (const Source& source, Target& target)
+{
+    target.file = source.file;
+    target.format = source.format;
+    target.bext = source.bext;
+    target.ixml = source.ixml;
+}
+
+[[nodiscard]] inline bool isChannelOmitted (const HostTake& host, int channel) noexcept
+{
+    return channel >= 0 && (size_t) channel < host.omittedChannels.size()
+           && host.omittedChannels[(size_t) channel] != 0;
+}
+
+}    // namespace ld

@@ -1,0 +1,248 @@
+#include "media/SampleCoding.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace ld
+{
+namespace
+{
+
+static_assert (std::endian::native == std::endian::little, "Samples are read as they lie in the file.");
+
+constexpr juce::int32 highest24Bit = 8388607;
+constexpr juce::int32 lowest24Bit = -8388608;
+constexpr double scale24Bit = 8388608.0;
+
+template <typename Value>
+Value load (const juce::uint8* bytes) noexcept
+{
+    Value value;
+    std::memcpy (&value, bytes, sizeof (Value));
+    return value;
+}
+
+juce::int32 loadInt24 (const juce::uint8* bytes) noexcept
+{
+    const auto packed = (juce::uint32) bytes[0] << 8 | (juce::uint32) bytes[1] << 16 | (juce::uint32) bytes[2] << 24;
+    return (juce::int32) packed >> 8;
+}
+
+juce::int32 wrapAndClampTo24Bit (double value) noexcept
+{
+    constexpr auto limit = (double) (juce::int64 { 1 } << 62);
+    const auto scaled = value * scale24Bit;
+    const auto rounded = std::isnan (scaled) ? 0 : std::llround (std::clamp (scaled, -limit, limit));
+    return std::clamp ((juce::int32) (juce::uint32) (juce::uint64) rounded, lowest24Bit, highest24Bit);
+}
+
+// Calls visit with a function that reads one sample in the machine's own terms and the factor that brings it to
+// full scale 1.0. Silence visits nothing.
+template <typename Visitor>
+void visitCoding (SampleCoding coding, Visitor&& visit)
+{
+    switch (coding)
+    {
+        case SampleCoding::silence: break;
+        case SampleCoding::int16:
+            visit ([] (const juce::uint8* at) noexcept { return (juce::int32) load<juce::int16> (at); }, 0x1p-15f);
+            break;
+        case SampleCoding::int24:
+            visit ([] (const juce::uint8* at) noexcept { return loadInt24 (at); }, 0x1p-23f);
+            break;
+        case SampleCoding::int32:
+            visit ([] (const juce::uint8* at) noexcept { return load<juce::int32> (at); }, 0x1p-31f);
+            break;
+        case SampleCoding::float32:
+            visit ([] (const juce::uint8* at) noexcept { return load<float> (at); }, 1.0f);
+            break;
+        case SampleCoding::float64:
+            visit ([] (const juce::uint8* at) noexcept { return (float) load<double> (at); }, 1.0f);
+            break;
+    }
+}
+
+float factorOf (SampleCoding coding)
+{
+    auto factor = 1.0f;
+    visitCoding (coding, [&] (auto&&, float f) { factor = f; });
+    return factor;
+}
+
+}    // namespace
+
+SampleCoding sampleCodingOf (const AudioFormatInfo& format) noexcept
+{
+    switch (format.bytesPerSample)
+    {
+        case 2: return SampleCoding::int16;
+        case 3: return SampleCoding::int24;
+        case 4: return format.isFloat ? SampleCoding::float32 : SampleCoding::int32;
+        case 8: return format.isFloat ? SampleCoding::float64 : SampleCoding::silence;
+        default: return SampleCoding::silence;
+    }
+}
+
+void decodeChannel (SampleCoding coding,
+                    const juce::uint8* frames,
+                    int channels,
+                    int bytesPerSample,
+                    int channel,
+                    juce::int64 step,
+                    juce::int64 count,
+                    float* destination) noexcept
+{
+    if (coding == SampleCoding::silence)
+        std::fill_n (destination, count, 0.0f);
+
+    const auto* first = frames + (std::ptrdiff_t) channel * bytesPerSample;
+    const auto stride = (std::ptrdiff_t) step * channels * bytesPerSample;
+
+    visitCoding (coding,
+                 [=] (auto&& read, float factor) noexcept
+                 {
+        for (std::ptrdiff_t i = 0; i < count; ++i)
+            destination[i] = (float) read (first + i * stride) * factor;
+    });
+}
+
+juce::int32 floatTo24Bit (float value) noexcept
+{
+    if (std::isnan (value))
+        return 0;
+
+    const auto scaled = std::clamp ((double) value * scale24Bit, (double) lowest24Bit, (double) highest24Bit);
+    return (juce::int32) (scaled < 0.0 ? scaled - 0.5 : scaled + 0.5);
+}
+
+void decodeTo24Bit (SampleCoding coding,
+                    const juce::uint8* samples,
+                    juce::int64 count,
+                    juce::int32* destination) noexcept
+{
+    switch (coding)
+    {
+        case SampleCoding::silence: std::fill_n (destination, count, 0); break;
+        case SampleCoding::int16:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                destination[i] = load<juce::int16> (samples + 2 * i) * 256;
+            break;
+        case SampleCoding::int24:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                destination[i] = loadInt24 (samples + 3 * i);
+            break;
+        case SampleCoding::int32:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                destination[i] = load<juce::int32> (samples + 4 * i) >> 8;
+            break;
+        case SampleCoding::float32:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                destination[i] = wrapAndClampTo24Bit ((double) load<float> (samples + 4 * i));
+            break;
+        case SampleCoding::float64:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                destination[i] = wrapAndClampTo24Bit (load<double> (samples + 8 * i));
+            break;
+    }
+}
+
+ExtremesFinder::ExtremesFinder (SampleCoding codingToUse, int numChannels, int sampleBytes)
+    : coding (codingToUse), channels (numChannels), bytesPerSample (sampleBytes)
+{
+    constexpr juce::int64 wantedLanes = 64;
+    framesPerRow = std::max<juce::int64> (wantedLanes / channels, 1);
+    const auto lanes = (size_t) (framesPerRow * channels);
+    const auto isReal = coding == SampleCoding::float32 || coding == SampleCoding::float64;
+
+    const auto size = [lanes] (auto& set)
+    {
+        for (auto* values : { &set.row, &set.low, &set.high })
+            values->resize (lanes);
+    };
+
+    if (isReal)
+        size (real);
+    else
+        size (whole);
+
+    reset();
+}
+
+void ExtremesFinder::reset() noexcept
+{
+    framesAdded = 0;
+    std::fill (whole.low.begin(), whole.low.end(), std::numeric_limits<juce::int32>::max());
+    std::fill (whole.high.begin(), whole.high.end(), std::numeric_limits<juce::int32>::min());
+    std::fill (real.low.begin(), real.low.end(), 1.0f);
+    std::fill (real.high.begin(), real.high.end(), -1.0f);
+}
+
+template <typename Value>
+void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, juce::int64 numFrames) noexcept
+{
+    auto* const row = lanes.row.data();
+    auto* const low = lanes.low.data();
+    auto* const high = lanes.high.data();
+    const auto sampleBytes = (std::ptrdiff_t) bytesPerSample;
+
+    visitCoding (coding,
+                 [=, this] (auto&& read, float) noexcept
+                 {
+        if constexpr (std::is_same_v<decltype (read (frames)), Value>)
+        {
+            for (juce::int64 done = 0; done < numFrames; done += framesPerRow)
+            {
+                const auto* at = frames + (std::ptrdiff_t) (done * channels) * sampleBytes;
+                const auto count = (std::ptrdiff_t) (std::min (framesPerRow, numFrames - done) * channels);
+
+                for (std::ptrdiff_t i = 0; i < count; ++i)
+                    row[i] = read (at + i * sampleBytes);
+
+                // The order of the operands leaves a bound as it stands where the sample is not a number.
+                for (std::ptrdiff_t i = 0; i < count; ++i)
+                {
+                    low[i] = row[i] < low[i] ? row[i] : low[i];
+                    high[i] = row[i] > high[i] ? row[i] : high[i];
+                }
+            }
+        }
+    });
+}
+
+void ExtremesFinder::add (const juce::uint8* frames, juce::int64 numFrames) noexcept
+{
+    framesAdded += numFrames;
+
+    if (real.row.empty())
+        addRows (whole, frames, numFrames);
+    else
+        addRows (real, frames, numFrames);
+}
+
+ExtremesFinder::Range ExtremesFinder::rangeOf (int channel) const noexcept
+{
+    if (framesAdded == 0 || coding == SampleCoding::silence)
+        return { 0.0f, 0.0f };
+
+    const auto over = [&] (const auto& lanes)
+    {
+        auto low = lanes.low[(size_t) channel];
+        auto high = lanes.high[(size_t) channel];
+
+        for (auto i = (size_t) channel; i < lanes.low.size(); i += (size_t) channels)
+        {
+            low = std::min (low, lanes.low[i]);
+            high = std::max (high, lanes.high[i]);
+        }
+
+        return std::pair { (float) low, (float) high };
+    };
+
+    const auto factor = factorOf (coding);
+    const auto [low, high] = real.row.empty() ? over (whole) : over (real);
+    return high < low ? Range { 0.0f, 0.0f } : Range { low * factor, high * factor };
+}
+
+}    // namespace ld
