@@ -17,6 +17,14 @@ set(LD_JUCE_MODULES
 
 add_library(ld_juce STATIC)
 target_link_libraries(ld_juce PRIVATE ${LD_JUCE_MODULES} PUBLIC PkgConfig::FFTW3F)
+# A distribution's copy comes without the libraries that upstream bundles and uses the system's instead.
+if(NOT EXISTS "${LD_JUCE_DIR}/modules/juce_graphics/image_formats/pnglib/png.h")
+    find_package(PNG REQUIRED)
+    find_package(JPEG REQUIRED)
+    find_package(ZLIB REQUIRED)
+    target_link_libraries(ld_juce PRIVATE PNG::PNG JPEG::JPEG ZLIB::ZLIB)
+endif()
+
 target_compile_definitions(ld_juce
     PUBLIC
         JUCE_GLOBAL_MODULE_SETTINGS_INCLUDED=1
