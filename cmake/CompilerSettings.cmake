@@ -31,8 +31,8 @@ endif()
 add_library(ld_warnings INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(ld_warnings INTERFACE
-        -Wall -Wextra -Werror -Wshadow -Wconversion -Wno-error=sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
-        -Wcast-align -Wunused -Wnull-dereference -Wdouble-promotion -Wimplicit-fallthrough)
+        -Wall -Wextra -Werror -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+        -Wcast-align -Wunused -Wnull-dereference -Wimplicit-fallthrough)
 elseif(MSVC)
     target_compile_options(ld_warnings INTERFACE /W4 /WX)
 endif()

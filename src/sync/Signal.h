@@ -1,0 +1,27 @@
+#pragma once
+
+#include <vector>
+
+namespace ld
+{
+
+/** Brings a signal to another rate by linear interpolation, without a filter. Rates in Hz; a rate not above 0, or equal
+    rates, give a copy. The length is scaled and rounded; a length below 2 becomes 1. The last sample is held.
+    Throws std::bad_alloc where the result would not fit the machine's memory. */
+[[nodiscard]] std::vector<float> resampleTo (const std::vector<float>& samples, double sourceRate, double targetRate);
+
+/** Sums the channels at a gain of 1 / sqrt (number of channels); one channel is copied as it stands.
+    The result is as long as the longest channel. */
+[[nodiscard]] std::vector<float> mixdown (const std::vector<std::vector<float>>& channels);
+
+/** Stretches a signal whose lag against its host grows by driftSlope samples a sample onto the host's clock.
+    The stretch is limited to half a percent either way; below 1e-8 the signal is copied. */
+[[nodiscard]] std::vector<float> applyClockDrift (const std::vector<float>& samples, double driftSlope);
+
+/** The population standard deviation; 0 for fewer than two samples. */
+[[nodiscard]] float stdDev (const std::vector<float>& samples);
+
+/** Drift slopes smaller than this are no drift: they move an hour at 48 kHz by under two samples. */
+constexpr double smallestDrift = 1e-8;
+
+}    // namespace ld

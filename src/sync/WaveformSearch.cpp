@@ -1,0 +1,476 @@
+#include "sync/WaveformSearch.h"
+
+#include "media/Rounding.h"
+#include "sync/Fft.h"
+#include "sync/FusedMath.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+namespace ld
+{
+namespace
+{
+
+using juce::int64;
+
+struct Stretch
+{
+    const float* samples;
+    int64 length;
+};
+
+// The guest samples that lie on the host at a lag; length is negative where the two do not meet.
+struct Overlap
+{
+    int64 start, length;
+};
+
+Overlap overlapAt (int64 hostLength, int64 guestLength, int64 lag) noexcept
+{
+    const auto start = std::max<int64> (-lag, 0);
+    return { start, std::min (hostLength - lag, guestLength) - start };
+}
+
+// Replaces the spectrum of a by the whitened cross-spectrum of a and b.
+LD_FUSED_LOOPS void whitenCrossSpectrum (float* a, const float* b, std::ptrdiff_t bins)
+{
+    constexpr float smallestMagnitude = 1e-12f;
+    constexpr float regulariser = 1e-6f;
+
+    for (std::ptrdiff_t k = 0; k < bins; ++k)
+    {
+        const auto re = a[2 * k] * b[2 * k] + a[2 * k + 1] * b[2 * k + 1];
+        const auto im = a[2 * k + 1] * b[2 * k] - a[2 * k] * b[2 * k + 1];
+
+        // The squares are exact in double, which makes this the correctly rounded hypot of two floats.
+        const auto magnitude = (float) std::sqrt ((double) re * re + (double) im * im);
+        const auto divisor = magnitude + regulariser;
+        const auto isAudible = magnitude > smallestMagnitude;
+        a[2 * k] = isAudible ? re / divisor : 0.0f;
+        a[2 * k + 1] = isAudible ? im / divisor : 0.0f;
+    }
+
+    a[0] = a[1] = 0.0f;
+}
+
+struct Peak
+{
+    float best = -1.0f, second = -1.0f;
+    int64 bestIndex = 0;
+};
+
+float largestOf (std::span<const float> values) noexcept
+{
+    auto largest = values.front();
+
+    for (const auto value : values)
+        largest = value > largest ? value : largest;
+
+    return largest;
+}
+
+// The highest value and the runner-up beyond a guard distance. The flank that rises into a new best counts as runner-up,
+// however near it lies.
+Peak findPeak (std::span<const float> r)
+{
+    constexpr size_t blockSize = 64;
+    const auto size = (int64) r.size();
+    const auto guard = std::max<int64> (size / 64, 8);
+    Peak peak;
+
+    for (size_t blockStart = 0; blockStart < r.size(); blockStart += blockSize)
+    {
+        const auto block = r.subspan (blockStart, std::min (blockSize, r.size() - blockStart));
+
+        // The runner-up is never above the best: a block that does not pass it changes neither.
+        if (largestOf (block) <= peak.second)
+            continue;
+
+        for (size_t i = 0; i < block.size(); ++i)
+        {
+            const auto k = (int64) (blockStart + i);
+
+            if (block[i] > peak.best)
+            {
+                peak.second = peak.best;
+                peak.best = block[i];
+                peak.bestIndex = k;
+            }
+            else if (block[i] > peak.second)
+            {
+                const auto distance = std::abs (k - peak.bestIndex);
+
+                if (std::min (distance, size - distance) > guard)
+                    peak.second = block[i];
+            }
+        }
+    }
+
+    return peak;
+}
+
+AlignResult gccPhat (Stretch a, Stretch b)
+{
+    return ld::gccPhat (a.samples, a.length, b.samples, b.length);
+}
+
+std::vector<float> energyEnvelope (Stretch signal, int64 hop)
+{
+    std::vector<float> envelope ((size_t) (signal.length / hop));
+
+    for (size_t i = 0; i < envelope.size(); ++i)
+    {
+        const auto* at = signal.samples + (int64) i * hop;
+        auto sum = 0.0;
+
+        for (int64 j = 0; j < hop; ++j)
+            sum += (double) at[j] * at[j];
+
+        envelope[i] = (float) std::log1p (sum / (double) hop);
+    }
+
+    return envelope;
+}
+
+std::vector<float> everyNth (const std::vector<float>& values, int64 stride)
+{
+    std::vector<float> taken;
+    taken.reserve (values.size() / (size_t) stride + 1);
+
+    for (size_t i = 0; i < values.size(); i += (size_t) stride)
+        taken.push_back (values[i]);
+
+    return taken;
+}
+
+Stretch wholeOf (const std::vector<float>& values) noexcept
+{
+    return { values.data(), (int64) values.size() };
+}
+
+// Where the loudest window of this many samples begins, or one sample earlier: the index before the step that made it
+// the loudest is kept.
+int64 loudestWindow (Stretch signal, int64 window)
+{
+    const auto squareAt = [&] (int64 i) { return (double) signal.samples[i] * signal.samples[i]; };
+    auto energy = 0.0;
+
+    for (int64 i = 0; i < std::min (window, signal.length); ++i)
+        energy += squareAt (i);
+
+    auto bestEnergy = energy;
+    int64 bestIndex = 0;
+
+    for (int64 i = 0; i < signal.length - window; ++i)
+    {
+        energy += squareAt (i + window);
+        energy -= squareAt (i);
+
+        if (energy > bestEnergy)
+        {
+            bestEnergy = energy;
+            bestIndex = i;
+        }
+    }
+
+    return bestIndex;
+}
+
+// A stretch of the guest and the host around the place where a lag puts it.
+struct WindowPair
+{
+    Stretch host, guest;
+    int64 guestStart, hostStart;
+
+    [[nodiscard]] bool isShorterThan (int64 samples) const { return std::min (host.length, guest.length) < samples; }
+    [[nodiscard]] int64 toWholeLag (int64 local) const { return hostStart - guestStart + local; }
+};
+
+WindowPair windowAround (Stretch host, Stretch guest, int64 guestStart, int64 window, int64 lag, int64 radius)
+{
+    const auto length = std::min (guest.length - guestStart, window);
+    const auto hostStart = std::max<int64> (guestStart + lag - radius, 0);
+    const auto hostEnd = std::min (guestStart + lag + radius + length, host.length);
+    return {
+        { host.samples + hostStart, hostEnd - hostStart }, { guest.samples + guestStart, length }, guestStart, hostStart
+    };
+}
+
+struct LagPoint
+{
+    int64 guestPosition, lag;
+};
+
+// Least squares; the slope's share of the result is the lag's change per guest sample.
+void fitLine (const std::vector<LagPoint>& points, int64 rate, DriftResult& result)
+{
+    constexpr double steepest = 0.005;
+    const auto count = (double) points.size();
+    auto meanX = 0.0, meanY = 0.0, sxx = 0.0, sxy = 0.0, worst = 0.0;
+
+    for (const auto& point : points)
+    {
+        meanX += (double) point.guestPosition;
+        meanY += (double) point.lag;
+    }
+
+    meanX /= count;
+    meanY /= count;
+
+    for (const auto& point : points)
+    {
+        const auto dx = (double) point.guestPosition - meanX;
+        sxx += dx * dx;
+        sxy += dx * ((double) point.lag - meanY);
+    }
+
+    const auto slope = sxx > 1.0 ? sxy / sxx : 0.0;
+    const auto intercept = meanY - slope * meanX;
+
+    for (const auto& point : points)
+        worst = std::max (worst, std::abs ((double) point.lag - (intercept + slope * (double) point.guestPosition)));
+
+    const auto limit = (double) std::max<int64> (rate / 50, 64);
+    result.offsetSamples = roundToSamples (intercept);
+    result.driftSlope = worst > limit ? 0.0 : std::clamp (slope, -steepest, steepest);
+}
+
+}    // namespace
+
+AlignResult gccPhat (const float* a, int64 aLength, const float* b, int64 bLength)
+{
+    constexpr int64 shortest = 16;
+
+    if (a == nullptr || b == nullptr || std::min (aLength, bLength) < shortest)
+        return {};
+
+    const auto order = RealFft::orderFor ((double) aLength + (double) bLength);
+    RealFft::Buffer correlation (order), placed (order);
+    correlation.load ({ a, (size_t) aLength });
+    placed.load ({ b, (size_t) bLength });
+    correlation.forward();
+    placed.forward();
+    whitenCrossSpectrum (correlation.spectrum().data(), placed.spectrum().data(), correlation.size() / 2 + 1);
+    correlation.inverse();
+
+    constexpr float noRunnerUp = 1e-8f;
+    const auto peak = findPeak (correlation.samples());
+    const auto size = (int64) correlation.size();
+
+    AlignResult result;
+    result.lag = lagFromIndex (peak.bestIndex, size, std::min (bLength, size));
+    result.confidence =
+        peak.second > noRunnerUp ? std::clamp ((peak.best / peak.second - 1.0f) * 2.0f, 0.0f, 1.0f) : 1.0f;
+    result.found = peak.best > 0.0f;
+    return result;
+}
+
+AlignResult envelopeCoarse (const float* a, int64 aLength, const float* b, int64 bLength, int sampleRate)
+{
+    constexpr int valuesPerSecond = 80;
+    constexpr int64 hopWithoutRate = 600;
+    constexpr size_t fewestValues = 8;
+    constexpr int64 mostValues = 262144;
+
+    if (a == nullptr || b == nullptr)
+        return {};
+
+    const auto hop = sampleRate >= 100 ? std::max (sampleRate / valuesPerSecond, 1) : hopWithoutRate;
+    const auto envelopeA = energyEnvelope ({ a, std::max<int64> (aLength, 0) }, hop);
+    const auto envelopeB = energyEnvelope ({ b, std::max<int64> (bLength, 0) }, hop);
+
+    if (std::min (envelopeA.size(), envelopeB.size()) < fewestValues)
+        return gccPhat (a, aLength, b, bLength);
+
+    const auto longest = (int64) std::max (envelopeA.size(), envelopeB.size());
+    const auto stride = longest > mostValues ? longest / mostValues + 1 : 1;
+    auto result = stride == 1
+                      ? gccPhat (wholeOf (envelopeA), wholeOf (envelopeB))
+                      : gccPhat (wholeOf (everyNth (envelopeA, stride)), wholeOf (everyNth (envelopeB, stride)));
+    result.lag *= stride * hop;
+    return result;
+}
+
+AlignResult refineAround (const float* host,
+                          int64 hostLength,
+                          const float* guest,
+                          int64 guestLength,
+                          int64 roughLag,
+                          int sampleRate,
+                          int searchSeconds,
+                          int windowSeconds)
+{
+    constexpr int64 shortest = 32;
+    constexpr int64 shortestSlide = 256;
+    const AlignResult tooShort { roughLag, 0.15f, true };
+    const AlignResult noPeak { roughLag, 0.1f, true };
+    const auto overlap = overlapAt (hostLength, guestLength, roughLag);
+
+    if (host == nullptr || guest == nullptr || overlap.length < shortest)
+        return tooShort;
+
+    const auto rate = (int64) (sampleRate < 1 ? 48000 : sampleRate);
+    const auto window = std::min (windowSeconds * rate, overlap.length);
+    const auto radius = rate * searchSeconds;
+
+    // The raised width may exceed the overlap; then the scan has nothing to slide over.
+    const auto loudest = loudestWindow ({ guest + overlap.start, overlap.length }, std::max (window, shortestSlide));
+    const auto pair =
+        windowAround ({ host, hostLength }, { guest, guestLength }, overlap.start + loudest, window, roughLag, radius);
+
+    if (pair.isShorterThan (shortest))
+        return tooShort;
+
+    auto result = gccPhat (pair.host, pair.guest);
+    result.lag = pair.toWholeLag (result.lag);
+
+    if (! result.found || std::abs (result.lag - roughLag) >= radius - 1)
+        return noPeak;
+
+    return result;
+}
+
+float correlationAtLag (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag)
+{
+    constexpr int64 shortest = 32;
+    constexpr int64 mostPairs = 200000;
+    constexpr double silence = 1e-12;
+
+    const auto overlap = overlapAt (hostLength, guestLength, lag);
+
+    if (host == nullptr || guest == nullptr || overlap.length < shortest)
+        return 0.0f;
+
+    const auto stride = std::max<int64> (overlap.length / mostPairs, 1);
+    auto hostEnergy = 0.0, guestEnergy = 0.0, product = 0.0;
+
+    for (auto i = overlap.start; i < overlap.start + overlap.length; i += stride)
+    {
+        const auto h = (double) host[i + lag];
+        const auto g = (double) guest[i];
+        hostEnergy += h * h;
+        guestEnergy += g * g;
+        product += h * g;
+    }
+
+    const auto norm = std::sqrt (hostEnergy * guestEnergy);
+    return norm > silence ? (float) std::min (std::abs (product) / norm, 1.0) : 0.0f;
+}
+
+DriftResult
+measureDrift (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag, int sampleRate)
+{
+    constexpr double anchors[] = { 0.12, 0.3, 0.5, 0.7, 0.88 };
+    constexpr int64 shortest = 64;
+    constexpr float leastConfidence = 0.18f;
+    constexpr float leastCorrelation = 0.12f;
+
+    DriftResult result;
+    result.offsetSamples = lag;
+    const auto rate = (int64) std::max (sampleRate, 100);
+    const auto overlap = overlapAt (hostLength, guestLength, lag);
+
+    if (host == nullptr || guest == nullptr || overlap.length < rate)
+        return result;
+
+    const auto window = std::min (std::max (overlap.length / 8, rate / 2), 2 * rate);
+    const auto wanderRadius = rate / 20 + roundToSamples ((double) overlap.length * 0.005);
+    const auto radius = wanderRadius < 256 ? 256 : std::min (wanderRadius, 2 * rate);
+    const auto span = (double) std::max<int64> (overlap.length - window, 0);
+    std::vector<LagPoint> points;
+    auto correlationSum = 0.0f;
+
+    for (const auto anchor : anchors)
+    {
+        const auto guestStart = overlap.start + roundToSamples (anchor * span);
+        const auto pair = windowAround ({ host, hostLength }, { guest, guestLength }, guestStart, window, lag, radius);
+
+        if (pair.isShorterThan (shortest))
+            continue;
+
+        const auto local = gccPhat (pair.host, pair.guest);
+        const auto correlation =
+            correlationAtLag (pair.host.samples, pair.host.length, pair.guest.samples, pair.guest.length, local.lag);
+        const auto windowLag = pair.toWholeLag (local.lag);
+
+        if (local.found && local.confidence >= leastConfidence && correlation >= leastCorrelation
+            && std::abs (windowLag - lag) <= 3 * radius)
+        {
+            points.push_back ({ guestStart, windowLag });
+            correlationSum += correlation;
+        }
+    }
+
+    result.windowsTried = (int) std::size (anchors);
+    result.windowsAccepted = (int) points.size();
+
+    if (points.size() < 2)
+        return result;
+
+    fitLine (points, rate, result);
+    result.meanCorrelation = correlationSum / (float) points.size();
+    result.reliable = true;
+    return result;
+}
+
+VerifyResult
+verifyAlignment (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag, int sampleRate)
+{
+    constexpr double fractions[] = { 0.1, 0.5, 0.9 };
+    constexpr int64 shortestSignal = 4096;
+    constexpr int64 shortest = 32;
+    constexpr float leastConfidence = 0.2f;
+
+    VerifyResult result;
+    const auto overlap = overlapAt (hostLength, guestLength, lag);
+
+    if (host == nullptr || guest == nullptr || std::min ({ hostLength, guestLength, overlap.length }) < shortestSignal)
+        return result;
+
+    const auto rate = (int64) std::max (sampleRate, 100);
+    const auto window = std::min (std::max<int64> (overlap.length / 5, 2048), 2 * rate);
+    const auto margin = std::max<int64> (rate / 10, 64);
+    const auto span = (double) std::max<int64> (overlap.length - window, 0);
+    std::vector<int64> lags;
+    auto confidenceSum = 0.0f;
+
+    for (const auto fraction : fractions)
+    {
+        const auto guestStart = overlap.start + roundToSamples (fraction * span);
+        const auto pair = windowAround ({ host, hostLength }, { guest, guestLength }, guestStart, window, lag, margin);
+
+        if (pair.isShorterThan (shortest))
+            continue;
+
+        const auto local = gccPhat (pair.host, pair.guest);
+        const auto windowLag = pair.toWholeLag (local.lag);
+
+        if (local.found && local.confidence >= leastConfidence && std::abs (windowLag - lag) <= margin)
+        {
+            lags.push_back (windowLag);
+            confidenceSum += local.confidence;
+        }
+    }
+
+    result.windowsChecked = (int) std::size (fractions);
+
+    if (lags.empty())
+        return result;
+
+    std::sort (lags.begin(), lags.end());
+    result.medianLag = lags[lags.size() / 2];
+    result.meanConfidence = confidenceSum / (float) lags.size();
+    result.maxDeviation = std::max (result.medianLag - lags.front(), lags.back() - result.medianLag);
+
+    const auto tolerance = std::max<int64> (rate / 1000, 8);
+    const auto agrees = [&] (int64 windowLag) { return std::abs (windowLag - result.medianLag) <= tolerance; };
+    result.windowsAgreeing = (int) std::count_if (lags.begin(), lags.end(), agrees);
+    result.verified =
+        result.maxDeviation <= tolerance && result.windowsAgreeing == (int) lags.size() && lags.size() >= 2;
+    return result;
+}
+
+}    // namespace ld
