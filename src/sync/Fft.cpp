@@ -32,8 +32,8 @@ int RealFft::orderFor (double samples) noexcept
     return order;
 }
 
-RealFft::Buffer::Buffer (int orderToUse)
-    : order (orderToUse), data (std::make_unique_for_overwrite<float[]> ((size_t) 2 << orderToUse))
+RealFft::Buffer::Buffer (int order)
+    : log2Size (order), data (std::make_unique_for_overwrite<float[]> ((size_t) 2 << order))
 {
 }
 
@@ -46,12 +46,12 @@ void RealFft::Buffer::load (std::span<const float> signal) noexcept
 
 void RealFft::Buffer::forward() noexcept
 {
-    planOf (order).performRealOnlyForwardTransform (data.get(), true);
+    planOf (log2Size).performRealOnlyForwardTransform (data.get(), true);
 }
 
 void RealFft::Buffer::inverse() noexcept
 {
-    planOf (order).performRealOnlyInverseTransform (data.get());
+    planOf (log2Size).performRealOnlyInverseTransform (data.get());
 }
 
 }    // namespace ld

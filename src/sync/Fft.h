@@ -28,12 +28,13 @@ public:
         void forward() noexcept;
         void inverse() noexcept;    // scaled by 1 / N
 
-        [[nodiscard]] int size() const noexcept { return 1 << order; }
+        [[nodiscard]] int order() const noexcept { return log2Size; }
+        [[nodiscard]] int size() const noexcept { return 1 << log2Size; }
         [[nodiscard]] std::span<float> samples() noexcept { return { data.get(), (size_t) size() }; }
         [[nodiscard]] std::span<float> spectrum() noexcept { return { data.get(), (size_t) size() + 2 }; }
 
     private:
-        int order;
+        int log2Size;
         std::unique_ptr<float[]> data;
     };
 };

@@ -135,4 +135,35 @@ float stdDev (const std::vector<float>& samples)
     return (float) std::sqrt (squares / count);
 }
 
+std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples)
+{
+    const auto length = (std::int64_t) signal.size();
+    const auto squareAt = [signal] (std::int64_t i)
+    {
+        const auto sample = (double) signal[(size_t) i];
+        return sample * sample;
+    };
+    auto energy = 0.0;
+
+    for (std::int64_t i = 0; i < std::min (windowSamples, length); ++i)
+        energy += squareAt (i);
+
+    auto bestEnergy = energy;
+    std::int64_t bestStart = 0;
+
+    for (std::int64_t i = 0; i < length - windowSamples; ++i)
+    {
+        energy += squareAt (i + windowSamples);
+        energy -= squareAt (i);
+
+        if (energy > bestEnergy)
+        {
+            bestEnergy = energy;
+            bestStart = i;
+        }
+    }
+
+    return bestStart;
+}
+
 }    // namespace ld

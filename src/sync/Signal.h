@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <vector>
 
 namespace ld
@@ -20,6 +22,10 @@ namespace ld
 
 /** The population standard deviation; 0 for fewer than two samples. */
 [[nodiscard]] float stdDev (const std::vector<float>& samples);
+
+/** Where the loudest window of this many samples begins, by its sum of squares; the first of equals. Where it is not the
+    signal's start it is told one sample early: the index before the step that made it the loudest. */
+[[nodiscard]] std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples);
 
 /** Drift slopes smaller than this are no drift: they move an hour at 48 kHz by under two samples. */
 constexpr double smallestDrift = 1e-8;

@@ -3,6 +3,7 @@
 #include "media/Rounding.h"
 #include "sync/Fft.h"
 #include "sync/FusedMath.h"
+#include "sync/Signal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -151,34 +152,6 @@ Stretch wholeOf (const std::vector<float>& values) noexcept
     return { values.data(), (int64) values.size() };
 }
 
-// Where the loudest window of this many samples begins, or one sample earlier: the index before the step that made it
-// the loudest is kept.
-int64 loudestWindow (Stretch signal, int64 window)
-{
-    const auto squareAt = [&] (int64 i) { return (double) signal.samples[i] * signal.samples[i]; };
-    auto energy = 0.0;
-
-    for (int64 i = 0; i < std::min (window, signal.length); ++i)
-        energy += squareAt (i);
-
-    auto bestEnergy = energy;
-    int64 bestIndex = 0;
-
-    for (int64 i = 0; i < signal.length - window; ++i)
-    {
-        energy += squareAt (i + window);
-        energy -= squareAt (i);
-
-        if (energy > bestEnergy)
-        {
-            bestEnergy = energy;
-            bestIndex = i;
-        }
-    }
-
-    return bestIndex;
-}
-
 // A stretch of the guest and the host around the place where a lag puts it.
 struct WindowPair
 {
@@ -317,7 +290,8 @@ AlignResult refineAround (const float* host,
     const auto radius = rate * searchSeconds;
 
     // The raised width may exceed the overlap; then the scan has nothing to slide over.
-    const auto loudest = loudestWindow ({ guest + overlap.start, overlap.length }, std::max (window, shortestSlide));
+    const auto loudest =
+        loudestWindowStart ({ guest + overlap.start, (size_t) overlap.length }, std::max (window, shortestSlide));
     const auto pair =
         windowAround ({ host, hostLength }, { guest, guestLength }, overlap.start + loudest, window, roughLag, radius);
 

@@ -1,0 +1,98 @@
+#include "sync/ClipAudio.h"
+
+#include "media/MemoryBudget.h"
+#include "sync/FusedMath.h"
+#include "sync/Signal.h"
+
+#include <cmath>
+
+namespace ld
+{
+namespace
+{
+
+LD_FUSED_LOOPS void averageInto (float* out, juce::uint8* covered, const float* in, std::ptrdiff_t count)
+{
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+    {
+        const auto n = covered[i];
+        const auto mean = std::fma (out[i], (float) n, in[i]) / (float) (n + 1);
+        out[i] = n == 0 ? in[i] : mean;
+        covered[i] = (juce::uint8) ((n < 254 ? n : 254) + 1);
+    }
+}
+
+PeakLane peaksOf (const std::vector<float>& audio)
+{
+    PeakLane lane { std::vector<float> (guestPeakBuckets),
+                    std::vector<float> (guestPeakBuckets),
+                    (juce::int64) audio.size() };
+    const auto step = audio.empty() ? 1.0 : (double) audio.size() / guestPeakBuckets;
+
+    for (size_t bucket = 0; bucket < guestPeakBuckets; ++bucket)
+    {
+        const auto from = (size_t) (step * (double) bucket);
+        const auto to = std::min ((size_t) (step * (double) (bucket + 1)), audio.size());
+        auto low = 0.0f, high = 0.0f;
+
+        for (auto i = from; i < to; ++i)
+        {
+            low = audio[i] < low ? audio[i] : low;
+            high = audio[i] > high ? audio[i] : high;
+        }
+
+        lane.minValues[bucket] = low;
+        lane.maxValues[bucket] = high;
+    }
+
+    return lane;
+}
+
+}    // namespace
+
+std::vector<std::vector<float>>
+layOutAudio (const std::vector<PlacedAudio>& pieces, size_t channelCount, juce::int64 length)
+{
+    requireMemory ((double) length * ((double) channelCount * sizeof (float) + 1.0));
+    std::vector<std::vector<float>> channels (channelCount);
+    std::vector<juce::uint8> covered;
+
+    for (size_t c = 0; c < channelCount; ++c)
+    {
+        channels[c].assign ((size_t) length, 0.0f);
+        covered.assign ((size_t) length, 0);
+
+        for (const auto& piece : pieces)
+        {
+            if (c >= piece.channels->size() || piece.start >= length)
+                continue;
+
+            const auto& audio = (*piece.channels)[c];
+            const auto count = std::min (length - piece.start, (juce::int64) audio.size());
+            averageInto (
+                channels[c].data() + piece.start, covered.data() + piece.start, audio.data(), (std::ptrdiff_t) count);
+        }
+    }
+
+    return channels;
+}
+
+void rebuildGuestPeaks (GuestClip& guest)
+{
+    guest.peaks.clear();
+
+    for (const auto& channel : guest.channelAudio)
+        guest.peaks.push_back (peaksOf (channel));
+}
+
+void stretchGuest (GuestClip& guest, double driftSlope)
+{
+    for (auto& channel : guest.channelAudio)
+        channel = applyClockDrift (channel, driftSlope);
+
+    guest.monoAudio =
+        guest.channelAudio.empty() ? applyClockDrift (guest.monoAudio, driftSlope) : mixdown (guest.channelAudio);
+    rebuildGuestPeaks (guest);
+}
+
+}    // namespace ld
