@@ -1,0 +1,91 @@
+#pragma once
+
+#include "media/Records.h"
+
+#include <map>
+
+namespace ld
+{
+
+// One fixed row of channels spans every host channel that is not omitted, then every lane of every guest. Positions are
+// host samples from the start of the take; automation lies on a grid of automationGrid samples.
+
+constexpr int mixerChannelLimit = 32;
+constexpr float lowestGainDb = -60.0f;    // and silence
+constexpr float highestGainDb = 12.0f;
+constexpr juce::int64 automationGrid = 256;
+
+struct MixAutomationPoint
+{
+    juce::int64 sample = 0;
+    float gainDb = 0.0f;
+
+    bool operator== (const MixAutomationPoint&) const = default;
+};
+
+struct MixMutePoint
+{
+    juce::int64 sample = 0;
+    bool mute = false;    // from this sample on
+
+    bool operator== (const MixMutePoint&) const = default;
+};
+
+struct MixerChannel
+{
+    float gainDb = 0.0f;    // used where automation is empty; also the last value written
+    float pan = 0.0f;       // -1 left to 1 right
+    bool mute = false;      // used where muteAutomation is empty
+    bool solo = false;
+    std::vector<MixAutomationPoint> automation;    // ascending, no two at one sample
+    std::vector<MixMutePoint> muteAutomation;
+
+    bool operator== (const MixerChannel&) const = default;
+};
+
+using MixerBank = std::array<MixerChannel, mixerChannelLimit>;
+
+/** A mix that is carried from take to take: by a source key, not by a channel's position in the bank. */
+using MixerTemplate = std::map<juce::String, MixerChannel>;
+
+/** True for the recorder's own mix: by its function, or by exactly one of the usual names. */
+[[nodiscard]] bool isOriginalMixTrack (const TrackInfo&);
+[[nodiscard]] bool isMixSourceTrack (const TrackInfo&);
+
+/** Gives a recorder's mix track the name and function that tell it from the new mix. */
+void renameMixToOldMix (TrackInfo&);
+
+[[nodiscard]] float mixDbToGain (float db) noexcept;
+
+/** The state at a sample: mute steps from point to point, gain runs in a straight line of dB between them. */
+[[nodiscard]] bool mixerMuteAt (const MixerChannel&, juce::int64 sample) noexcept;
+[[nodiscard]] float mixerGainDbAt (const MixerChannel&, juce::int64 sample) noexcept;
+[[nodiscard]] bool mixerChannelAudible (const MixerChannel&, bool anySolo, juce::int64 sample) noexcept;
+
+/** True if one of the first count channels is soloed. */
+[[nodiscard]] bool anySoloIn (const MixerChannel* channels, int count) noexcept;
+
+/** "H|" or "G|", function, "|", name, "|", index; in capitals. */
+[[nodiscard]] juce::String mixerSourceKey (bool isHost, const TrackInfo&, int index);
+
+/** The source key of a mixer index; empty if there is none. Host channels are told by their place in the poly. */
+[[nodiscard]] juce::String keyAt (const HostTake&, const std::vector<GuestClip>&, int mixerIndex);
+
+[[nodiscard]] MixerTemplate
+captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, const MixerChannel* channels, int count);
+
+/** Mutes the recorder's mix, then gives every channel whose source the template knows its settings. */
+void applyMixerTemplate (
+    const HostTake&, const std::vector<GuestClip>&, MixerChannel* channels, int count, const MixerTemplate&);
+
+/** Sets the static mute of every channel that is the recorder's own mix. */
+void muteOriginalMixChannels (const HostTake&, MixerChannel* channels, int count);
+
+/** A fader move. Outside a write pass it wipes the curve; in one it replaces everything from its position on. */
+void writeMixerGain (MixerChannel&, float db, juce::int64 sample, bool automationWrite);
+void writeMixerMute (MixerChannel&, bool mute, juce::int64 sample, bool automationWrite);
+
+/** A stroke of the pencil: replaces only the stretch from previousSample (negative if there is none) to sample. */
+void drawMixerGain (MixerChannel&, float db, juce::int64 sample, juce::int64 previousSample);
+
+}    // namespace ld
