@@ -32,7 +32,7 @@ add_library(ld_warnings INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(ld_warnings INTERFACE
         -Wall -Wextra -Werror -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
-        -Wcast-align -Wunused -Wnull-dereference -Wimplicit-fallthrough)
+        -Wcast-align -Wunused -Wimplicit-fallthrough)
 elseif(MSVC)
     target_compile_options(ld_warnings INTERFACE /W4 /WX)
 endif()

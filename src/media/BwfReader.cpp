@@ -270,6 +270,12 @@ juce::int64 BwfReader::framesInFile() const noexcept
     return std::min (format.numFrames, std::max<juce::int64> (fileBytes - dataOffset, 0) / frameBytes());
 }
 
+bool BwfReader::isPlausible() const noexcept
+{
+    constexpr juce::int64 mostMissingBytes = juce::int64 { 1 } << 32;
+    return format.valid && format.numFrames - framesInFile() <= mostMissingBytes / frameBytes();
+}
+
 // Reads forward in large blocks and shows each; ends early where a read or the visitor says so. Returns the frames shown.
 juce::int64 BwfReader::visitBlocks (juce::int64 startFrame,
                                     juce::int64 numFrames,

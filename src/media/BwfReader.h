@@ -47,6 +47,10 @@ public:
         file is not there, and nothing may be allocated for it. */
     [[nodiscard]] juce::int64 framesInFile() const noexcept;
 
+    /** False where the header promises over 4 GiB more audio than the file holds. A take that lost power is short by
+        what its header did not learn; this is a damaged one, and nothing of that length may be made from it. */
+    [[nodiscard]] bool isPlausible() const noexcept;
+
     /** Reads one channel as floats at full scale 1.0.
         channel      0-based
         numFrames    values to fill; what lies past the end of the take is silence

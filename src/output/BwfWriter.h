@@ -1,0 +1,45 @@
+#pragma once
+
+#include "mix/MixModel.h"
+
+#include <functional>
+
+namespace ld
+{
+
+/** Everything that one COMBINED file is made of: a snapshot that nothing else changes during the write. */
+struct ExportRequest
+{
+    HostTake host;
+    std::vector<GuestClip> guests;
+    juce::File outputFile;
+    std::function<void (float)> progress;    // told the fraction done after each block; may be empty
+    bool includeMix = true;
+    MixerBank mixer {};
+    int mixerCount = 0;    // channels of mixer in use
+};
+
+/** The tracks of the combined file: the new MIX, the host's with the recorder's own mix renamed, the guests'. */
+[[nodiscard]] std::vector<TrackInfo>
+buildExportTracks (const HostTake&, const std::vector<GuestClip>&, bool includeMix);
+
+namespace BwfWriter
+{
+
+/** Writes one poly on the host's timeline and exactly as long: a summed MIX, the host's channels through the 24-bit
+    scale, every guest channel at its offset, the host's metadata and its unknown chunks.
+
+    Memory holds the guests' buffers and two blocks, whatever the length. A failure leaves an earlier target as it was
+    and nothing beside it; its sentence is the result's. */
+[[nodiscard]] juce::Result writePoly (const ExportRequest&);
+
+}    // namespace BwfWriter
+
+namespace PolyExporter
+{
+
+[[nodiscard]] juce::Result write (const ExportRequest&);
+
+}    // namespace PolyExporter
+
+}    // namespace ld
