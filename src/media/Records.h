@@ -130,6 +130,9 @@ struct Alignment
     bool operator== (const Alignment&) const = default;
 };
 
+/** The word for a method in reports and session documents. */
+[[nodiscard]] juce::String methodWord (Alignment::Method);
+
 /** One file of a guest clip. */
 struct GuestPiece
 {

@@ -244,7 +244,8 @@ juce::Result writeAudio (const ExportRequest& request,
 
 bool isSource (const ExportRequest& request, const juce::File& file)
 {
-    const auto isOfGuest = [&file] (const GuestClip& guest) {
+    const auto isOfGuest = [&file] (const GuestClip& guest)
+    {
         const auto isPiece = [&file] (const GuestPiece& piece) { return piece.file == file; };
         return guest.file == file || std::any_of (guest.pieces.begin(), guest.pieces.end(), isPiece);
     };

@@ -1,9 +1,45 @@
 #include "output/ReplacingFile.h"
 
 #include <csignal>
+#include <mutex>
+#include <set>
 
 namespace ld
 {
+namespace
+{
+
+// The temporary files of all threads.
+struct UnfinishedFiles
+{
+    std::mutex mutex;
+    std::set<juce::String> paths;
+
+    static UnfinishedFiles& get()
+    {
+        static UnfinishedFiles files;
+        return files;
+    }
+};
+
+constexpr size_t streamBufferBytes = 32768;
+
+// A name of its own that no scan takes for media, short enough whatever the target's.
+juce::File unfinishedSiblingOf (const juce::File& target)
+{
+    return target.getSiblingFile (".lodestrand-" + juce::Uuid().toString() + ".part");
+}
+
+// Listed before it exists, so that none escapes.
+juce::File listed (const juce::File& file)
+{
+    auto& unfinished = UnfinishedFiles::get();
+    const std::scoped_lock lock (unfinished.mutex);
+    unfinished.paths.insert (file.getFullPathName());
+    return file;
+}
+
+}    // namespace
 
 void reportFileSizeLimitAsError()
 {
@@ -13,29 +49,51 @@ void reportFileSizeLimitAsError()
 }
 
 ReplacingFile::ReplacingFile (const juce::File& target)
-    : temporary (target, juce::TemporaryFile::useHiddenFile), stream (temporary.getFile(), 32768)
+    : temporary (target, unfinishedSiblingOf (target)),
+      stream (std::make_unique<juce::FileOutputStream> (listed (temporary.getFile()), streamBufferBytes))
 {
+}
+
+ReplacingFile::~ReplacingFile()
+{
+    auto& unfinished = UnfinishedFiles::get();
+    const std::scoped_lock lock (unfinished.mutex);
+    unfinished.paths.erase (temporary.getFile().getFullPathName());
+}
+
+void abandonUnfinishedFiles()
+{
+    auto& unfinished = UnfinishedFiles::get();
+
+    // Never unlocked: whoever wants to begin or finish a file waits for the end of the process.
+    unfinished.mutex.lock();
+
+    for (const auto& path : unfinished.paths)
+        juce::ignoreUnused (juce::File (path).deleteFile());
 }
 
 bool ReplacingFile::write (const void* bytes, size_t count)
 {
-    allWritten = allWritten && stream.write (bytes, count);
+    allWritten = allWritten && stream->write (bytes, count);
     return allWritten;
 }
 
 bool ReplacingFile::writeAt (juce::int64 position, const void* bytes, size_t count)
 {
-    allWritten = allWritten && stream.setPosition (position);
+    allWritten = allWritten && stream->setPosition (position);
     return write (bytes, count);
 }
 
 ReplacingFile::Outcome ReplacingFile::finish()
 {
-    stream.flush();
+    stream->flush();
 
-    if (! allWritten || stream.getStatus().failed())
+    if (! allWritten || stream->getStatus().failed())
         return Outcome::notWritten;
 
+    stream.reset();
+
+    const std::scoped_lock lock (UnfinishedFiles::get().mutex);
     return temporary.overwriteTargetFileWithTemporary() ? Outcome::replaced : Outcome::notReplaced;
 }
 

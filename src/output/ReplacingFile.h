@@ -2,11 +2,17 @@
 
 #include <juce_core/juce_core.h>
 
+#include <memory>
+
 namespace ld
 {
 
 /** Makes a file-size limit an ordinary write error: without this the system ends the process. For a program's start. */
 void reportFileSizeLimitAsError();
+
+/** Removes every file that is being written, and lets no further one be begun or moved to its target: for the moment
+    before the process ends at the user's word. */
+void abandonUnfinishedFiles();
 
 /** Writes a file beside its target and moves it there only when every byte is known to be written and flushed. Until
     then, and after any failure, the target is as it was; the file beside it goes with this object. */
@@ -14,13 +20,16 @@ class ReplacingFile
 {
 public:
     explicit ReplacingFile (const juce::File& target);
+    ~ReplacingFile();
+    ReplacingFile (const ReplacingFile&) = delete;
+    ReplacingFile& operator= (const ReplacingFile&) = delete;
 
-    [[nodiscard]] bool isOpen() const noexcept { return stream.openedOk(); }
+    [[nodiscard]] bool isOpen() const noexcept { return stream->openedOk(); }
 
     /** False once any write has failed. */
     bool write (const void* bytes, size_t count);
     bool writeAt (juce::int64 position, const void* bytes, size_t count);
-    [[nodiscard]] juce::int64 getPosition() { return stream.getPosition(); }
+    [[nodiscard]] juce::int64 getPosition() { return stream->getPosition(); }
 
     enum class Outcome
     {
@@ -34,7 +43,7 @@ public:
 
 private:
     juce::TemporaryFile temporary;
-    juce::FileOutputStream stream;
+    std::unique_ptr<juce::FileOutputStream> stream;    // closed, some systems will move its file
     bool allWritten = true;
 };
 

@@ -1,0 +1,133 @@
+#include "cli/ConformTable.h"
+
+#include <cstdio>
+#include <iostream>
+
+#if ! JUCE_WINDOWS
+#include <unistd.h>
+#endif
+
+namespace ld
+{
+namespace
+{
+
+constexpr int lineWidth = 78;
+
+bool isTerminal()
+{
+#if JUCE_WINDOWS
+    return false;
+#else
+    return isatty (STDERR_FILENO) != 0;
+#endif
+}
+
+juce::String namesOf (const GuestOutcome& guest)
+{
+    juce::StringArray names;
+
+    for (const auto& piece : guest.pieces)
+        names.add (piece.file.getFileName());
+
+    return names.joinIntoString (", ");
+}
+
+juce::String describeGuest (const GuestOutcome& guest)
+{
+    if (guest.rejected)
+        return "    left out  " + namesOf (guest) + "\n              " + guest.alignment.detail + "\n";
+
+    return "    placed    " + namesOf (guest) + "\n              at sample "
+           + juce::String (guest.alignment.offsetSamples) + ", " + methodWord (guest.alignment.method) + ": "
+           + guest.alignment.detail + "\n";
+}
+
+juce::String describeTake (const TakeOutcome& take)
+{
+    auto text = take.poly.getFileName() + "  ->  "
+                + (take.written ? take.output.getFileName() : "not written: " + take.error) + "\n";
+
+    for (const auto& guest : take.guests)
+        text << describeGuest (guest);
+
+    if (take.guests.empty())
+        text << "    no guests\n";
+
+    return text;
+}
+
+juce::String listFiles (const juce::String& heading, const std::vector<juce::File>& files)
+{
+    if (files.empty())
+        return {};
+
+    auto text = heading + "\n";
+
+    for (const auto& file : files)
+        text << "    " << file.getFullPathName() << "\n";
+
+    return text;
+}
+
+juce::String clockText (double seconds)
+{
+    const auto whole = (int) seconds;
+    return juce::String (whole / 60) + ":" + juce::String (whole % 60).paddedLeft ('0', 2);
+}
+
+}    // namespace
+
+juce::String makeConformTable (const ConformOutcome& outcome)
+{
+    juce::String text;
+
+    for (const auto& take : outcome.takes)
+        text << describeTake (take);
+
+    text << listFiles ("Could not be read:", outcome.unreadable);
+    text << listFiles ("Belong to no take:", outcome.unmatched);
+    text << "Wrote " << outcome.written() << " of " << (int) outcome.takes.size() << " COMBINED WAV files.\n";
+    return text;
+}
+
+ProgressLine::ProgressLine (bool isWanted, int numTakes)
+    : isShown (isWanted && isTerminal()), takes (numTakes), startedMs (juce::Time::getMillisecondCounter())
+{
+}
+
+ProgressLine::~ProgressLine()
+{
+    clear();
+}
+
+void ProgressLine::show (int take, float fraction, const juce::String& phase)
+{
+    constexpr juce::uint32 shortestPauseMs = 100;
+    constexpr double leastDone = 0.02;
+    const auto now = juce::Time::getMillisecondCounter();
+
+    if (! isShown || now - lastShownMs < shortestPauseMs)
+        return;
+
+    lastShownMs = now;
+    const auto done = ((double) take + (double) fraction) / takes;
+    const auto elapsed = (now - startedMs) / 1000.0;
+    auto line = "take " + juce::String (take + 1) + "/" + juce::String (takes) + "  "
+                + juce::String ((int) (done * 100.0)) + " %  ";
+
+    if (done > leastDone)
+        line << clockText (elapsed / done - elapsed) << " left  ";
+
+    std::cerr << '\r' << (line + phase).substring (0, lineWidth).paddedRight (' ', lineWidth) << std::flush;
+}
+
+void ProgressLine::clear()
+{
+    if (isShown && lastShownMs != 0)
+        std::cerr << '\r' << juce::String::repeatedString (" ", lineWidth) << '\r' << std::flush;
+
+    lastShownMs = 0;
+}
+
+}    // namespace ld

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "batch/FolderScan.h"
+#include "sync/SyncEngine.h"
+
+#include <set>
+
+namespace ld
+{
+
+/** What became of one guest of a take. */
+struct GuestOutcome
+{
+    std::vector<GuestPiece> pieces;    // in the order of their places
+    std::vector<juce::String> trackNames;
+    Alignment alignment;
+    bool rejected = false;    // it stayed doubtful and is not in the file
+};
+
+/** What became of one take. */
+struct TakeOutcome
+{
+    juce::File poly, output;
+    bool written = false;
+    juce::String error;     // why it was not written
+    juce::String reason;    // how its guests were found
+    float score = 0.0f;
+    std::vector<GuestOutcome> guests;
+};
+
+/** Names the files of one run, so that two takes never share one: polys in different folders often bear the same name.
+    A file that an earlier run left is no obstacle; it is replaced. */
+class OutputNames
+{
+public:
+    explicit OutputNames (juce::File folder);
+
+    /** COMBINED_<poly's stem>.wav, or with _2, _3 ... behind the stem where this run has given the name away. */
+    [[nodiscard]] juce::File nameFor (const juce::File& poly);
+
+private:
+    juce::File folder;
+    std::set<juce::String> taken;
+};
+
+/** Combines one take in a session of its own: loads the poly, adds its guests, places each, leaves out what stays
+    doubtful and writes the file. A write that fails with guests is tried once more without them. Never throws: what does
+    not fit into memory is an error of the take. */
+[[nodiscard]] TakeOutcome combineTake (const BatchMatch&, const juce::File& output, const SyncProgress&);
+
+}    // namespace ld

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "conform/CombineRun.h"
+
+namespace ld
+{
+
+/** What a whole run came to. */
+struct ConformOutcome
+{
+    std::vector<TakeOutcome> takes;
+    std::vector<juce::File> unreadable;    // media files that could not be opened
+    std::vector<juce::File> unmatched;     // files that found a place in no take
+
+    [[nodiscard]] int written() const;
+    [[nodiscard]] int rejected() const;       // guests, over all takes
+    [[nodiscard]] bool isComplete() const;    // everything was read, matched to a poly and written
+};
+
+/** Fills unreadable and unmatched from the scans that the run began with. */
+void accountForFiles (ConformOutcome&, const std::vector<ScanFile>& scans);
+
+/** The report as JSON; people archive it, so its keys are stable. */
+[[nodiscard]] juce::String makeConformReport (const ConformOutcome&);
+
+/** Writes the report; false where that fails, and an earlier file is then as it was. */
+[[nodiscard]] bool writeConformReport (const ConformOutcome&, const juce::File&);
+
+}    // namespace ld

@@ -1,0 +1,18 @@
+#include "media/Records.h"
+
+namespace ld
+{
+
+juce::String methodWord (Alignment::Method method)
+{
+    switch (method)
+    {
+        case Alignment::Method::timecode: return "timecode";
+        case Alignment::Method::waveform: return "waveform";
+        case Alignment::Method::timecodeRefined: return "timecodeRefined";
+        case Alignment::Method::manual: return "manual";
+        default: return "none";
+    }
+}
+
+}    // namespace ld
