@@ -25,7 +25,7 @@ struct Microphone
     std::uint64_t noiseSeed = 0;
 };
 
-/** Something that sounds, at one place: a talker, the slate, the air. */
+/** Something that sounds, at one place: a talker, a clap, the air. */
 struct SceneSound
 {
     Position at;

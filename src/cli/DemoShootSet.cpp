@@ -10,7 +10,7 @@ constexpr std::array seats { Position { -0.75, 0.05, 1.20 },
                              Position { 0.75, 0.0, 1.18 },
                              Position { 0.1, 0.95, 1.22 } };
 constexpr double clapSeconds = 1.0;
-constexpr SceneSpan quietForTheSlate { clapSeconds - 0.35, clapSeconds + 0.45 };
+constexpr SceneSpan quietForTheClap { clapSeconds - 0.35, clapSeconds + 0.45 };
 
 Position moved (Position place, double dx, double dy, double dz) noexcept
 {
@@ -49,7 +49,6 @@ TableSet planSet (int numTalkers, DemoRandom random)
     set.tableRight = placed (moved (recorder, 0.04, 0.0, 0.0), 1.0, 2.0e-4f, random);
     set.cameraLeft = placed (moved (camera, -0.03, 0.0, 0.0), 3.2, 3.0e-4f, random);
     set.cameraRight = placed (moved (camera, 0.03, 0.0, 0.0), 3.2, 3.0e-4f, random);
-    set.slate = near ({ 0.2, -0.9, 1.3 }, 0.1);
     set.airOutlet = near ({ 0.0, 0.3, 2.6 }, 0.1);
     return set;
 }
@@ -59,22 +58,22 @@ planSounds (const TableSet& set, const std::vector<VoiceProfile>& voices, SceneS
 {
     const auto numTalkers = set.mouths.size();
     auto talk = planConversation (
-        { voices.begin(), voices.begin() + (std::ptrdiff_t) numTalkers }, span, quietForTheSlate, random.fork (1));
+        { voices.begin(), voices.begin() + (std::ptrdiff_t) numTalkers }, span, quietForTheClap, random.fork (1));
     std::vector<SceneSound> sounds;
 
     for (size_t i = 0; i < numTalkers; ++i)
         sounds.push_back ({ set.mouths[i], std::move (talk[i]) });
 
-    sounds.push_back ({ set.slate, planClap (clapSeconds, random.fork (2)) });
+    sounds.push_back ({ set.mouths[0], planClap (clapSeconds, random.fork (2)) });
     sounds.push_back ({ set.airOutlet, planAir (span, random.fork (3)) });
     return sounds;
 }
 
 std::vector<VoiceProfile> planVoices (DemoRandom random)
 {
-    std::vector<VoiceProfile> voices { { 112.0, 1.0f, 0.03f, 0.19, 1.0 },
-                                       { 198.0, 1.16f, 0.06f, 0.17, 0.9 },
-                                       { 148.0, 1.07f, 0.045f, 0.21, 1.05 } };
+    std::vector<VoiceProfile> voices { { 112.0, 1.0f, 0.02f, 0.19, 1.0 },
+                                       { 198.0, 1.16f, 0.04f, 0.17, 0.9 },
+                                       { 148.0, 1.07f, 0.03f, 0.21, 1.05 } };
 
     for (auto& voice : voices)
     {

@@ -13,14 +13,14 @@ struct TableSet
     Microphone boom;
     Microphone tableLeft, tableRight;      // a small recorder that lies among them
     Microphone cameraLeft, cameraRight;    // 3 to 4 m away
-    Position slate, airOutlet;
+    Position airOutlet;
 };
 
 /** Nobody sits twice in the same place. */
 [[nodiscard]] TableSet planSet (int numTalkers, DemoRandom);
 
-/** Everything that sounds at the table within the span, the talkers first. The slate claps at 1 s and everybody is
-    quiet around it.
+/** Everything that sounds at the table within the span, the talkers first. At 1 s the first of them claps hands before
+    the face, which stands in for a slate without a path of its own, and everybody is quiet around it.
     voices   at least one for each talker */
 [[nodiscard]] std::vector<SceneSound>
 planSounds (const TableSet&, const std::vector<VoiceProfile>& voices, SceneSpan, DemoRandom);

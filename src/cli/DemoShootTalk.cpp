@@ -8,7 +8,7 @@ namespace ld
 namespace
 {
 
-constexpr double voiceLevel = 0.045;    // RMS at 1 m
+constexpr double voiceLevel = 0.035;    // RMS at 1 m
 constexpr float airLevel = 0.0006f;
 
 struct Consonant
@@ -160,7 +160,7 @@ std::vector<Syllable> planClap (double atSeconds, DemoRandom random)
 {
     Syllable clap;
     clap.startSeconds = atSeconds;
-    clap.consonant = { 2600.0f, 5000.0f, 0.06f, 0.02f, 0.12f };
+    clap.consonant = { 2600.0f, 5000.0f, 0.06f, 0.02f, 0.08f };
     clap.noiseSeed = random.next();
     return { clap };
 }

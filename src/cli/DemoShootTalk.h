@@ -17,7 +17,7 @@ struct SceneSpan
 [[nodiscard]] std::vector<std::vector<Syllable>>
 planConversation (const std::vector<VoiceProfile>&, SceneSpan whole, SceneSpan quiet, DemoRandom);
 
-/** The clap of a slate. */
+/** A clap of hands. */
 [[nodiscard]] std::vector<Syllable> planClap (double atSeconds, DemoRandom);
 
 /** The low breath of an air outlet, without end or pattern. */

@@ -116,10 +116,10 @@ std::array<Resonance, numResonances> resonancesAt (const Syllable& syllable, flo
 
     // The two upper resonances hardly move; they lie in proportion to the third.
     return { { { at (0), 80.0f, 1.0f },
-               { at (1), 110.0f, 0.7f },
-               { at (2), 160.0f, 0.45f },
-               { at (2) * 1.38f, 280.0f, 0.35f },
-               { at (2) * 1.75f, 500.0f, 0.3f } } };
+               { at (1), 110.0f, 1.3f },
+               { at (2), 160.0f, 1.1f },
+               { at (2) * 1.38f, 280.0f, 0.9f },
+               { at (2) * 1.75f, 500.0f, 0.8f } } };
 }
 
 std::vector<float> renderVowel (const Syllable& syllable, DemoRandom& random)

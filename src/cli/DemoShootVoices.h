@@ -18,7 +18,7 @@ struct VoiceProfile
 {
     double pitchHz = 120.0;
     float formantScale = 1.0f;    // against an adult man's vocal tract
-    float breath = 0.04f;         // noise in the voice, against its tone
+    float breath = 0.03f;         // noise in the voice, against its tone
     double syllableSeconds = 0.19;
     double level = 1.0;
 };
