@@ -1,0 +1,177 @@
+#include "cli/DemoShootFiles.h"
+
+#include "media/BextIxml.h"
+#include "media/SampleCoding.h"
+
+#include <cmath>
+
+namespace ld
+{
+namespace
+{
+
+constexpr int extensibleFmtBytes = 40, plainFmtBytes = 16;
+constexpr short pcmTag = 1;
+constexpr auto extensibleTag = (short) 0xFFFE;
+
+// The GUID of PCM behind its first two bytes, which are the tag.
+constexpr juce::uint8 pcmGuidTail[] = { 0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                        0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71 };
+
+juce::Result cannotWrite (const juce::File& file)
+{
+    return juce::Result::fail ("The file " + file.getFullPathName() + " could not be written.");
+}
+
+void addChunk (juce::MemoryOutputStream& out, const char* id, const juce::MemoryBlock& body)
+{
+    out.write (id, 4);
+    out.writeInt ((int) body.getSize());
+    out << body;
+
+    if (body.getSize() % 2 != 0)
+        out.writeByte (0);
+}
+
+juce::MemoryBlock fmtBody (const AudioFormatInfo& format, bool isExtensible)
+{
+    const auto frameBytes = format.channels * format.bytesPerSample;
+    juce::MemoryOutputStream out;
+    out.writeShort (isExtensible ? extensibleTag : pcmTag);
+    out.writeShort ((short) format.channels);
+    out.writeInt (format.sampleRate);
+    out.writeInt (format.sampleRate * frameBytes);
+    out.writeShort ((short) frameBytes);
+    out.writeShort ((short) format.bitsPerSample);
+
+    if (isExtensible)
+    {
+        out.writeShort ((short) (extensibleFmtBytes - plainFmtBytes - 2));
+        out.writeShort ((short) format.bitsPerSample);
+        out.writeInt (0);    // no loudspeaker belongs to any channel
+        out.writeShort (pcmTag);
+        out.write (pcmGuidTail, sizeof (pcmGuidTail));
+    }
+
+    return out.getMemoryBlock();
+}
+
+juce::MemoryBlock listBody (const juce::String& comment)
+{
+    juce::MemoryOutputStream out;
+    out.write ("INFOICMT", 8);
+    out.writeInt ((int) comment.getNumBytesAsUTF8());
+    out.write (comment.toRawUTF8(), comment.getNumBytesAsUTF8());
+    return out.getMemoryBlock();
+}
+
+juce::MemoryBlock textBody (const juce::String& text)
+{
+    return { text.toRawUTF8(), text.getNumBytesAsUTF8() };
+}
+
+// Everything from behind the RIFF header to the audio's chunk header.
+juce::MemoryBlock chunksBeforeAudio (const PlannedFile& file)
+{
+    juce::MemoryOutputStream out;
+    addChunk (out, "fmt ", fmtBody (file.format, file.isExtensible));
+
+    if (file.bext.present)
+        addChunk (out, "bext", serialiseBext (file.bext));
+
+    if (file.ixml.present)
+        addChunk (out, "iXML", textBody (serialiseIxml (file.ixml, file.tracks)));
+
+    if (file.comment.isNotEmpty())
+        addChunk (out, "LIST", listBody (file.comment));
+
+    return out.getMemoryBlock();
+}
+
+juce::uint8* encode (float value, int bytesPerSample, juce::uint8* at) noexcept
+{
+    const auto clipped = juce::jlimit (-1.0f, 1.0f, value);
+    const auto whole = bytesPerSample == 3 ? floatTo24Bit (clipped) : (juce::int32) std::lround (clipped * 32767.0f);
+
+    for (int i = 0; i < bytesPerSample; ++i)
+        *at++ = (juce::uint8) (whole >> (8 * i));
+
+    return at;
+}
+
+}    // namespace
+
+juce::Result PlannedFileWriter::open (const juce::File& shootFolder, const PlannedFile& file)
+{
+    const auto target = shootFolder.getChildFile (file.path);
+    format = file.format;
+    stream.reset();
+
+    if (target.isDirectory() || target.getParentDirectory().createDirectory().failed())
+        return cannotWrite (target);
+
+    temporary = std::make_unique<juce::TemporaryFile> (target);
+    stream = std::make_unique<juce::FileOutputStream> (temporary->getFile());
+    return stream->openedOk() && writeHeader (file) ? juce::Result::ok() : failure();
+}
+
+bool PlannedFileWriter::writeHeader (const PlannedFile& file)
+{
+    constexpr juce::int64 waveIdBytes = 4, chunkHeaderBytes = 8;
+    const auto chunks = chunksBeforeAudio (file);
+    const auto padded = format.dataBytes + format.dataBytes % 2;
+    const auto riffBytes = waveIdBytes + (juce::int64) chunks.getSize() + chunkHeaderBytes + padded;
+
+    return stream->write ("RIFF", 4) && stream->writeInt ((int) (juce::uint32) riffBytes) && stream->write ("WAVE", 4)
+           && stream->write (chunks.getData(), chunks.getSize()) && stream->write ("data", 4)
+           && stream->writeInt ((int) (juce::uint32) format.dataBytes);
+}
+
+juce::Result PlannedFileWriter::write (const std::vector<std::vector<float>>& channels, int count)
+{
+    bytes.resize ((size_t) (count * format.channels * format.bytesPerSample));
+    auto* at = bytes.data();
+
+    for (int frame = 0; frame < count; ++frame)
+        for (const auto& channel : channels)
+            at = encode (channel[(size_t) frame], format.bytesPerSample, at);
+
+    return stream->write (bytes.data(), bytes.size()) ? juce::Result::ok() : failure();
+}
+
+juce::Result PlannedFileWriter::finish()
+{
+    const auto isPadded = format.dataBytes % 2 == 0 || stream->writeByte (0);
+    stream->flush();
+    const auto isWhole = isPadded && stream->getStatus().wasOk();
+    stream.reset();
+
+    if (! isWhole || ! temporary->overwriteTargetFileWithTemporary())
+        return failure();
+
+    temporary.reset();
+    return juce::Result::ok();
+}
+
+juce::Result PlannedFileWriter::failure() const
+{
+    return cannotWrite (temporary->getTargetFile());
+}
+
+juce::Result replaceText (const juce::File& file, const juce::String& text)
+{
+    juce::TemporaryFile temporary (file);
+    juce::FileOutputStream stream (temporary.getFile());
+
+    if (! stream.openedOk() || ! stream.write (text.toRawUTF8(), text.getNumBytesAsUTF8()))
+        return cannotWrite (file);
+
+    stream.flush();
+
+    if (stream.getStatus().failed() || ! temporary.overwriteTargetFileWithTemporary())
+        return cannotWrite (file);
+
+    return juce::Result::ok();
+}
+
+}    // namespace ld

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "cli/DemoShootScene.h"
+
+namespace ld
+{
+
+/** Where people and microphones are: two or three people at a table. */
+struct TableSet
+{
+    std::vector<Position> mouths;
+    std::vector<Microphone> lavs;    // one for each talker
+    Microphone boom;
+    Microphone tableLeft, tableRight;      // a small recorder that lies among them
+    Microphone cameraLeft, cameraRight;    // 3 to 4 m away
+    Position airOutlet;
+};
+
+/** Nobody sits twice in the same place. */
+[[nodiscard]] TableSet planSet (int numTalkers, DemoRandom);
+
+/** Everything that sounds at the table within the span, the talkers first. At 1 s the first of them claps hands before
+    the face, which stands in for a slate without a path of its own, and everybody is quiet around it.
+    voices   at least one for each talker */
+[[nodiscard]] std::vector<SceneSound>
+planSounds (const TableSet&, const std::vector<VoiceProfile>& voices, SceneSpan, DemoRandom);
+
+/** Three people who cannot be mistaken for each other. */
+[[nodiscard]] std::vector<VoiceProfile> planVoices (DemoRandom);
+
+}    // namespace ld
