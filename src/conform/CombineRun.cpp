@@ -44,7 +44,13 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
 
     for (auto& guest : session.guests)
     {
-        if (const auto* placement = findLockedPlacement (scans, guest))
+        const auto* placement = findLockedPlacement (scans, guest);
+
+        // Several pieces are searched one by one, each from its file.
+        if (placement != nullptr || guest.pieces.size() <= 1)
+            session.extractGuestAudio (guest);
+
+        if (placement != nullptr)
             SyncEngine::applyLockedAlignment (guest, placement->alignment);
         else
             guest.alignment = engine.alignAndPlacePieces (session.host, guest, searchSeconds, progress);
@@ -110,7 +116,7 @@ void combine (const BatchMatch& take, const SyncProgress& progress, TakeOutcome&
     for (const auto& scan : take.guests)
         files.push_back (scan.file);
 
-    juce::ignoreUnused (session.addGuests (files));
+    juce::ignoreUnused (session.addGuestsWithoutAudio (files));
     placeGuests (session, take.guests, progress);
 
     for (const auto& guest : session.guests)

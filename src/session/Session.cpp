@@ -5,7 +5,7 @@
 #include "output/BwfWriter.h"
 
 #include <algorithm>
-#include <set>
+#include <new>
 
 namespace ld
 {
@@ -186,52 +186,43 @@ juce::Result Session::addPiece (const juce::File& file, AddedPiece& added)
 
 juce::Result Session::addGuest (const juce::File& file)
 {
-    return addGuests ({ file }).front();
-}
+    AddedPiece added;
 
-std::vector<juce::Result> Session::addGuests (const std::vector<juce::File>& files)
-{
-    std::vector<juce::Result> results;
-    std::vector<AddedPiece> additions (files.size());
-    std::set<juce::Uuid> touched;
+    if (const auto result = addPiece (file, added); result.failed())
+        return result;
 
-    for (size_t i = 0; i < files.size(); ++i)
+    try
     {
-        results.push_back (addPiece (files[i], additions[i]));
-
-        if (results.back().wasOk())
-            touched.insert (additions[i].guest);
+        extractGuestAudio (*findGuest (added.guest));
+    }
+    catch (const std::bad_alloc&)
+    {
+        return takeBack (file, added);
     }
 
-    for (const auto& id : touched)
-    {
-        try
-        {
-            extractGuestAudio (*findGuest (id));
-        }
-        catch (const std::bad_alloc&)
-        {
-            for (size_t i = 0; i < files.size(); ++i)
-                if (additions[i].guest == id)
-                    results[i] = takeBack (files[i], additions[i]);
-        }
-    }
-
-    auto anyNewGuest = false;
-
-    for (size_t i = 0; i < files.size(); ++i)
-    {
-        if (results[i].failed())
-            continue;
-
-        selectedGuest = additions[i].guest;
-        anyNewGuest = anyNewGuest || additions[i].isNewGuest;
-    }
+    selectedGuest = added.guest;
 
     // A further piece changes no layout of the mixer, and the user's settings stay.
-    if (anyNewGuest)
+    if (added.isNewGuest)
         resetMixer();
 
+    return juce::Result::ok();
+}
+
+std::vector<juce::Result> Session::addGuestsWithoutAudio (const std::vector<juce::File>& files)
+{
+    std::vector<juce::Result> results;
+
+    for (const auto& file : files)
+    {
+        AddedPiece added;
+        results.push_back (addPiece (file, added));
+
+        if (results.back().wasOk())
+            selectedGuest = added.guest;
+    }
+
+    resetMixer();
     return results;
 }
 

@@ -46,10 +46,10 @@ public:
     /** Adds a file as a new guest, or as a further piece of the guest that it belongs to. */
     [[nodiscard]] juce::Result addGuest (const juce::File&);
 
-    /** Adds several files, in order, as addGuest does one by one, but stitches each guest once. Files that cannot be
-        added are passed over, as are those whose guest would not fit the machine's memory.
+    /** Adds several files, in order, as addGuest does one by one, but leaves the guests without audio: whoever places
+        the pieces of a guest one by one needs none, and a day's pieces stitched together can be hours of silence.
         Returns one result for each file. */
-    [[nodiscard]] std::vector<juce::Result> addGuests (const std::vector<juce::File>&);
+    [[nodiscard]] std::vector<juce::Result> addGuestsWithoutAudio (const std::vector<juce::File>&);
 
     void omitHostChannel (int channel);
     void removeGuest (const juce::Uuid&);
