@@ -1,8 +1,8 @@
 #include "sync/ClipAudio.h"
 
 #include "media/MemoryBudget.h"
-#include "sync/FusedMath.h"
 #include "sync/Signal.h"
+#include "sync/VectorClones.h"
 
 #include <cmath>
 
@@ -11,7 +11,7 @@ namespace ld
 namespace
 {
 
-LD_FUSED_LOOPS void averageInto (float* out, juce::uint8* covered, const float* in, std::ptrdiff_t count)
+LD_VECTOR_CLONES void averageInto (float* out, juce::uint8* covered, const float* in, std::ptrdiff_t count)
 {
     for (std::ptrdiff_t i = 0; i < count; ++i)
     {

@@ -3,16 +3,32 @@
 #include <juce_dsp/juce_dsp.h>
 
 #include <array>
+#include <vector>
 
 namespace ld
 {
 namespace
 {
 
+// No operation works with more buffers of one size than this.
+constexpr size_t mostSpareBuffers = 2;
+
+// What a thread keeps for the transforms of one size.
+struct SizeResources
+{
+    std::unique_ptr<juce::dsp::FFT> plan;
+    std::vector<std::unique_ptr<float[]>> spareBuffers;
+};
+
+SizeResources& resourcesOf (int order)
+{
+    thread_local std::array<SizeResources, RealFft::largestOrder + 1> resources;
+    return resources[(size_t) order];
+}
+
 juce::dsp::FFT& planOf (int order)
 {
-    thread_local std::array<std::unique_ptr<juce::dsp::FFT>, RealFft::largestOrder + 1> plans;
-    auto& plan = plans[(size_t) order];
+    auto& plan = resourcesOf (order).plan;
 
     if (plan == nullptr)
         plan = std::make_unique<juce::dsp::FFT> (order);
@@ -32,9 +48,26 @@ int RealFft::orderFor (double samples) noexcept
     return order;
 }
 
-RealFft::Buffer::Buffer (int order)
-    : log2Size (order), data (std::make_unique_for_overwrite<float[]> ((size_t) 2 << order))
+RealFft::Buffer::Buffer (int order) : log2Size (order)
 {
+    auto& spare = resourcesOf (order).spareBuffers;
+
+    if (spare.empty())
+    {
+        data = std::make_unique_for_overwrite<float[]> ((size_t) 2 << order);
+        return;
+    }
+
+    data = std::move (spare.back());
+    spare.pop_back();
+}
+
+RealFft::Buffer::~Buffer()
+{
+    auto& spare = resourcesOf (log2Size).spareBuffers;
+
+    if (spare.size() < mostSpareBuffers)
+        spare.push_back (std::move (data));
 }
 
 void RealFft::Buffer::load (std::span<const float> signal) noexcept

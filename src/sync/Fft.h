@@ -17,11 +17,15 @@ public:
     /** The order, from 1, of the smallest transform that holds this many samples, at most largestOrder. */
     [[nodiscard]] static int orderFor (double samples) noexcept;
 
-    /** A working buffer for in-place transforms; its samples are not cleared. */
+    /** A working buffer for in-place transforms; its samples are not cleared. Memory goes back to its thread, which gives
+        it to the next buffer of that size: for the large ones the system would otherwise clear fresh pages each time. */
     class Buffer
     {
     public:
         explicit Buffer (int order);
+        ~Buffer();
+        Buffer (const Buffer&) = delete;
+        Buffer& operator= (const Buffer&) = delete;
 
         /** Fills the samples with as much of the signal as the transform holds, and zeros behind it. */
         void load (std::span<const float>) noexcept;

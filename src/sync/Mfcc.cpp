@@ -3,6 +3,7 @@
 #include "media/Rounding.h"
 #include "sync/Fft.h"
 #include "sync/Signal.h"
+#include "sync/VectorClones.h"
 
 #include <algorithm>
 #include <cmath>
@@ -111,6 +112,7 @@ CosineTable makeCosines()
 // Everything that does not depend on the signal.
 struct MfccTables
 {
+    const MelFilterBank& filters = melFilters();
     std::array<float, mfccFrameSamples> window = makeHammingWindow();
     std::array<Triangle, mfccCoefficients> triangles = findTriangles();
     CosineTable cosines = makeCosines();
@@ -122,28 +124,50 @@ struct MfccTables
     }
 };
 
-MfccFrame cepstrumOf (std::span<const double> power, const MfccTables& tables)
+// The power of the bins below the Nyquist bin, whose place stays at zero: it contributes nothing.
+LD_VECTOR_CLONES void powerOf (const float* bins, double* power)
 {
-    constexpr double floorEnergy = 1e-10;
+    power[0] = (double) bins[0] * bins[0];
+
+    for (size_t k = 1; k < mfccSpectrumBins - 1; ++k)
+        power[k] = (double) bins[2 * k] * bins[2 * k] + (double) bins[2 * k + 1] * bins[2 * k + 1];
+}
+
+double energyIn (const Triangle& triangle, const float* weights, const double* power)
+{
+    auto energy = 0.0;
+
+    for (auto bin = triangle.firstBin; bin < triangle.endBin; ++bin)
+        energy += (double) weights[bin] * power[bin];
+
+    return energy;
+}
+
+LD_VECTOR_CLONES void cosineTransform (const double* logEnergies, const CosineTable& cosines, float* coefficients)
+{
     std::array<double, mfccCoefficients> sums {};
 
     for (size_t m = 0; m < mfccCoefficients; ++m)
-    {
-        const auto [firstBin, endBin] = tables.triangles[m];
-        const auto& weights = melFilters()[m];
-        auto energy = 0.0;
-
-        for (auto bin = (size_t) firstBin; bin < (size_t) endBin; ++bin)
-            energy += (double) weights[bin] * power[bin];
-
-        const auto logEnergy = (double) (float) std::log (energy + floorEnergy);
-
         for (size_t c = 0; c < mfccCoefficients; ++c)
-            sums[c] += logEnergy * tables.cosines[m][c];
+            sums[c] += logEnergies[m] * cosines[m][c];
+
+    for (size_t c = 0; c < mfccCoefficients; ++c)
+        coefficients[c] = (float) sums[c];
+}
+
+MfccFrame cepstrumOf (std::span<const double> power, const MfccTables& tables)
+{
+    constexpr double floorEnergy = 1e-10;
+    std::array<double, mfccCoefficients> logEnergies;
+
+    for (size_t m = 0; m < mfccCoefficients; ++m)
+    {
+        const auto energy = energyIn (tables.triangles[m], tables.filters[m].data(), power.data());
+        logEnergies[m] = (double) (float) std::log (energy + floorEnergy);
     }
 
     MfccFrame frame;
-    std::transform (sums.begin(), sums.end(), frame.begin(), [] (double sum) { return (float) sum; });
+    cosineTransform (logEnergies.data(), tables.cosines, frame.data());
     return frame;
 }
 
@@ -260,7 +284,7 @@ prepare (const float* host, int64 hostLength, const float* guest, int64 guestLen
 
     const auto rate = std::max (sampleRate, 100);
     const auto at8k = [rate] (const float* samples, int64 length)
-    { return resampleTo (std::vector<float> (samples, samples + length), rate, mfccSampleRate); };
+    { return resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate); };
     return PreparedPair { at8k (host, hostLength), at8k (guest, guestLength), rate };
 }
 
@@ -297,7 +321,6 @@ std::vector<MfccFrame> computeMfcc (const std::vector<float>& samples)
     std::vector<MfccFrame> frames ((samples.size() - mfccFrameSamples) / mfccHopSamples + 1);
     RealFft::Buffer transform (transformOrder);
 
-    // The Nyquist bin contributes nothing, and stays at zero.
     std::array<double, mfccSpectrumBins> power {};
 
     for (size_t f = 0; f < frames.size(); ++f)
@@ -310,12 +333,7 @@ std::vector<MfccFrame> computeMfcc (const std::vector<float>& samples)
 
         std::fill (buffer.begin() + mfccFrameSamples, buffer.end(), 0.0f);
         transform.forward();
-        const auto bins = transform.spectrum();
-        power[0] = (double) bins[0] * bins[0];
-
-        for (size_t k = 1; k < mfccSpectrumBins - 1; ++k)
-            power[k] = (double) bins[2 * k] * bins[2 * k] + (double) bins[2 * k + 1] * bins[2 * k + 1];
-
+        powerOf (transform.spectrum().data(), power.data());
         frames[f] = cepstrumOf (power, tables);
     }
 

@@ -1,7 +1,7 @@
 #include "sync/Signal.h"
 
 #include "media/MemoryBudget.h"
-#include "sync/FusedMath.h"
+#include "sync/VectorClones.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,19 +40,19 @@ inline void interpolate (const float* in, std::int64_t inLength, float* out, std
         out[i] = in[last];
 }
 
-LD_FUSED_LOOPS void
+LD_VECTOR_CLONES void
 interpolateShort (const float* in, std::int64_t inLength, float* out, std::int64_t outLength, double ratio)
 {
     interpolate<std::int32_t> (in, inLength, out, outLength, ratio);
 }
 
-LD_FUSED_LOOPS void
+LD_VECTOR_CLONES void
 interpolateLong (const float* in, std::int64_t inLength, float* out, std::int64_t outLength, double ratio)
 {
     interpolate<std::int64_t> (in, inLength, out, outLength, ratio);
 }
 
-LD_FUSED_LOOPS void addScaled (float* out, const float* in, size_t count, float gain)
+LD_VECTOR_CLONES void addScaled (float* out, const float* in, size_t count, float gain)
 {
     for (size_t i = 0; i < count; ++i)
         out[i] = std::fma (in[i], gain, out[i]);
@@ -60,7 +60,7 @@ LD_FUSED_LOOPS void addScaled (float* out, const float* in, size_t count, float 
 
 }    // namespace
 
-std::vector<float> resampleTo (const std::vector<float>& samples, double sourceRate, double targetRate)
+std::vector<float> resampleTo (std::span<const float> samples, double sourceRate, double targetRate)
 {
     constexpr double sameRate = 1e-12;
 
@@ -68,12 +68,12 @@ std::vector<float> resampleTo (const std::vector<float>& samples, double sourceR
         return {};
 
     if (! (sourceRate > 0.0) || ! (targetRate > 0.0))
-        return samples;
+        return { samples.begin(), samples.end() };
 
     const auto ratio = sourceRate / targetRate;
 
     if (std::abs (ratio - 1.0) < sameRate)
-        return samples;
+        return { samples.begin(), samples.end() };
 
     const auto exactLength = std::round ((double) samples.size() / ratio);
     requireMemory (exactLength * sizeof (float));

@@ -2,8 +2,8 @@
 
 #include "media/Rounding.h"
 #include "sync/Fft.h"
-#include "sync/FusedMath.h"
 #include "sync/Signal.h"
+#include "sync/VectorClones.h"
 
 #include <algorithm>
 #include <cmath>
@@ -36,7 +36,7 @@ Overlap overlapAt (int64 hostLength, int64 guestLength, int64 lag) noexcept
 }
 
 // Replaces the spectrum of a by the whitened cross-spectrum of a and b.
-LD_FUSED_LOOPS void whitenCrossSpectrum (float* a, const float* b, std::ptrdiff_t bins)
+LD_VECTOR_CLONES void whitenCrossSpectrum (float* a, const float* b, std::ptrdiff_t bins)
 {
     constexpr float smallestMagnitude = 1e-12f;
     constexpr float regulariser = 1e-6f;
