@@ -8,7 +8,7 @@ namespace ld
 struct DemoShootRequest
 {
     juce::File folder;
-    int seconds = 40;    // of each take, to the second; 5 to 3600
+    int seconds = 40;    // of each take, which lasts up to one more; 5 to 3600
     int takes = 3;       // 1 to 99; all must fit into a shooting day of twelve hours
     int seed = 1;        // the same arguments give the same bytes
 

@@ -12,7 +12,7 @@ struct MachineClock
     int sampleRate = 48000;
     double ppm = 0.0;    // above 0: fast, so that it makes more frames a second
     double jammedAt = 0.0;
-    double errorSeconds = 0.0;    // what it was then ahead
+    double errorSeconds = 0.0;    // by how much it was ahead then
 
     [[nodiscard]] double framesPerSecond() const noexcept { return sampleRate * (1.0 + ppm * 1.0e-6); }
     [[nodiscard]] juce::int64 stampAt (double seconds) const noexcept;    // samples since midnight, nearest
