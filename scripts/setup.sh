@@ -33,9 +33,10 @@ as_root()
 # install_packages NAME...: installs those that dpkg does not know as installed; silent when there are none.
 install_packages()
 {
-    local missing=() name
+    local missing=() name installed
+    installed=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "$@" 2>/dev/null | sed -n 's/ installed$//p') || true
     for name in "$@"; do
-        [ "$(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null)" = installed ] || missing+=("$name")
+        grep -qxF -- "$name" <<< "$installed" || missing+=("$name")
     done
     [ ${#missing[@]} -eq 0 ] && return 0
 
