@@ -231,6 +231,8 @@ TEST_F (Theme, AComboBoxHasAGroundAnOutlineAndAnArrow)
     // The arrow points down from (59, 10) and (69, 10) to (64, 16).
     EXPECT_EQ (image.getPixelAt (64, 11), palette.text);
     EXPECT_EQ (image.getPixelAt (61, 10), palette.text);
+    EXPECT_EQ (image.getPixelAt (63, 13), palette.text);
+    EXPECT_EQ (image.getPixelAt (64, 13), palette.text);
     EXPECT_EQ (image.getPixelAt (64, 9), palette.panel);
     EXPECT_EQ (image.getPixelAt (61, 15), palette.panel);
     EXPECT_EQ (image.getPixelAt (64, 17), palette.panel);
