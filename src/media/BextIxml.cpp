@@ -160,6 +160,27 @@ void writeTrackList (pugi::xml_node root, const std::vector<TrackInfo>& tracks)
     }
 }
 
+// A reference to what is no character comes out of the parser as broken UTF-8, for which the next reader would take the
+// whole text for Latin-1.
+juce::String withoutBrokenCharacters (const std::string& text)
+{
+    constexpr juce::juce_wchar replacement = 0xFFFD;
+
+    if (juce::CharPointer_UTF8::isValidString (text.c_str(), (int) text.size()))
+        return juce::String::fromUTF8 (text.c_str());
+
+    juce::MemoryOutputStream repaired;
+
+    for (juce::CharPointer_UTF8 at (text.c_str()); ! at.isEmpty();)
+    {
+        const auto character = at.getAndAdvance();
+        const auto isSurrogate = character >= 0xD800 && character <= 0xDFFF;
+        repaired << juce::String::charToString (isSurrogate || character > 0x10FFFF ? replacement : character);
+    }
+
+    return repaired.toUTF8();
+}
+
 bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 {
     return ixml.present && (ixml.hasTimestamp || ixml.timestampSamples != 0);
@@ -351,7 +372,7 @@ juce::String serialiseIxml (const IxmlMetadata& ixml, const std::vector<TrackInf
 
     std::ostringstream out;
     document.save (out, "  ", pugi::format_default, pugi::encoding_utf8);
-    return juce::String::fromUTF8 (out.str().c_str());
+    return withoutBrokenCharacters (out.str());
 }
 
 juce::uint64 timestampFromIxmlOrBext (const IxmlMetadata& ixml, const BextChunk& bext) noexcept

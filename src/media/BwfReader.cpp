@@ -66,8 +66,9 @@ bool BwfReader::open (const juce::File& fileToOpen)
 
     // Opening a pipe or a device that only bears a wave file's name could wait for ever.
     std::error_code ignored;
+    const auto* path = reinterpret_cast<const char8_t*> (file.getFullPathName().toRawUTF8());
 
-    if (! std::filesystem::is_regular_file (file.getFullPathName().toStdString(), ignored))
+    if (! std::filesystem::is_regular_file (path, ignored))
         return false;
 
     stream = std::make_unique<juce::FileInputStream> (file);

@@ -326,6 +326,20 @@ TEST (Ixml, ReadsBackWhatWasWritten)
     }
 }
 
+TEST (Ixml, AReferenceToNoCharacterLeavesValidText)
+{
+    const auto source = "<BWFXML><SCENE>&#xD800;</SCENE><MAKER>&#xDFFF;&#x110000;&#xFFFFFFF;</MAKER><TAPE>"
+                        + juce::String (juce::CharPointer_UTF8 ("Caf\xC3\xA9")) + "</TAPE></BWFXML>";
+    const auto ixml = parseIxml (source);
+    const auto isValid = [] (const juce::String& text)
+    { return juce::CharPointer_UTF8::isValidString (text.toRawUTF8(), (int) text.getNumBytesAsUTF8()); };
+    const auto text = serialiseIxml (ixml, {});
+
+    EXPECT_TRUE (isValid (ixml.scene));
+    EXPECT_TRUE (isValid (text)) << "otherwise the next reader takes the whole text for Latin-1";
+    EXPECT_EQ (parseIxml (textFromBytes (text.toRawUTF8(), text.getNumBytesAsUTF8())).tape, ixml.tape);
+}
+
 TEST (StartOfFile, IsTheIxmlStampElseThatOfBext)
 {
     const struct
