@@ -42,8 +42,11 @@ install_packages()
 
     say "Installing: ${missing[*]}"
     as_root apt-get -qq update || die "The package lists could not be brought up to date."
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends "${missing[@]}" >&2 \
-        || die "These packages could not be installed: ${missing[*]}"
+    local log
+    log=$(mktemp)
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends "${missing[@]}" > "$log" 2>&1 \
+        || { cat "$log" >&2; die "These packages could not be installed: ${missing[*]}"; }
+    rm -f "$log"
 }
 
 # The Debian mirror that this machine's own apt sources name, with nothing behind it.
