@@ -56,18 +56,17 @@ juce::MemoryBlock fmtBody (const AudioFormatInfo& format, bool isExtensible)
     return out.getMemoryBlock();
 }
 
-juce::MemoryBlock listBody (const juce::String& comment)
-{
-    juce::MemoryOutputStream out;
-    out.write ("INFOICMT", 8);
-    out.writeInt ((int) comment.getNumBytesAsUTF8());
-    out.write (comment.toRawUTF8(), comment.getNumBytesAsUTF8());
-    return out.getMemoryBlock();
-}
-
 juce::MemoryBlock textBody (const juce::String& text)
 {
     return { text.toRawUTF8(), text.getNumBytesAsUTF8() };
+}
+
+juce::MemoryBlock listBody (const juce::String& comment)
+{
+    juce::MemoryOutputStream out;
+    out.write ("INFO", 4);
+    addChunk (out, "ICMT", textBody (comment));
+    return out.getMemoryBlock();
 }
 
 // Everything from behind the RIFF header to the audio's chunk header.
@@ -84,6 +83,9 @@ juce::MemoryBlock chunksBeforeAudio (const PlannedFile& file)
 
     if (file.comment.isNotEmpty())
         addChunk (out, "LIST", listBody (file.comment));
+
+    if (file.makerText.isNotEmpty())
+        addChunk (out, "demo", textBody (file.makerText));
 
     return out.getMemoryBlock();
 }

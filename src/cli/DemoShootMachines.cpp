@@ -168,7 +168,8 @@ PlannedFile planPolyFile (const ShootNames& names,
                        + uid (names.uidSeed, stamp) + "</FAMILY_UID><FAMILY_NAME>" + stem
                        + "</FAMILY_NAME><FILE_SET_INDEX>A</FILE_SET_INDEX></FILE_SET></BWFXML>";
     file.tracks = tracks;
-    file.comment = "Two cups of tea, no sugar";    // an odd number of bytes: readers must see the padding
+    file.comment = "Two cups of tea, no sugar";
+    file.makerText = "fan=off;preroll=5;case=B2";    // an odd number of bytes: readers must see the padding
     return file;
 }
 

@@ -17,7 +17,8 @@ struct PlannedFile
     BextChunk bext;
     IxmlMetadata ixml;
     std::vector<TrackInfo> tracks;
-    juce::String comment;    // goes into a LIST chunk
+    juce::String comment;      // goes into a LIST chunk
+    juce::String makerText;    // goes into a chunk of the recorder's maker, which no other program knows
 };
 
 /** One machine's recording of a scene: files that follow each other without a gap. */

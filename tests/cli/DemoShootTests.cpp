@@ -159,9 +159,10 @@ TEST (DemoShoot, APolySaysWhoIsOnItsChannelsAndKeepsAnOddChunk)
     EXPECT_EQ (poly.findChunk ("fmt ")->size, 40);
 
     const auto extra = poly.extraChunks();
-    ASSERT_EQ (extra.size(), 1u);
+    ASSERT_EQ (extra.size(), 2u);
     EXPECT_EQ (extra[0].id, "LIST");
-    EXPECT_EQ (extra[0].data.getSize() % 2, 1u);
+    EXPECT_EQ (extra[1].id, "demo");
+    EXPECT_EQ (extra[1].data.getSize() % 2, 1u);
 
     const auto second = opened (shoot().truth.takes[1].poly);
     EXPECT_EQ (second.format.channels, 6);
