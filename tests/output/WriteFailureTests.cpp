@@ -22,7 +22,6 @@ namespace ld::test
 namespace
 {
 
-
 const char* const couldNotCreate = "Could not create output file.";
 
 /** A folder with a poly of 3000 frames and a pack, and a request that can be written from them. */
