@@ -93,6 +93,10 @@ ReplacingFile::Outcome ReplacingFile::finish()
 
     stream.reset();
 
+    // An empty folder in the target's place would be removed for it.
+    if (temporary.getTargetFile().isDirectory())
+        return Outcome::notReplaced;
+
     const std::scoped_lock lock (UnfinishedFiles::get().mutex);
     return temporary.overwriteTargetFileWithTemporary() ? Outcome::replaced : Outcome::notReplaced;
 }
