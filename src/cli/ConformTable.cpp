@@ -1,7 +1,7 @@
 #include "cli/ConformTable.h"
 
-#include <cstdio>
 #include <iostream>
+#include <numeric>
 
 #if ! JUCE_WINDOWS
 #include <unistd.h>
@@ -91,8 +91,9 @@ juce::String makeConformTable (const ConformOutcome& outcome)
     return text;
 }
 
-ProgressLine::ProgressLine (bool isWanted, int numTakes)
-    : isShown (isWanted && isTerminal()), takes (numTakes), startedMs (juce::Time::getMillisecondCounter())
+ProgressLine::ProgressLine (bool isWanted, std::vector<double> secondsOfTakes)
+    : isShown (isWanted && isTerminal()), takeSeconds (std::move (secondsOfTakes)),
+      startedMs (juce::Time::getMillisecondCounter())
 {
 }
 
@@ -104,20 +105,22 @@ ProgressLine::~ProgressLine()
 void ProgressLine::show (int take, float fraction, const juce::String& phase)
 {
     constexpr juce::uint32 shortestPauseMs = 100;
-    constexpr double leastDone = 0.02;
+    constexpr double leastElapsed = 1.0;
     const auto now = juce::Time::getMillisecondCounter();
 
     if (! isShown || now - lastShownMs < shortestPauseMs)
         return;
 
     lastShownMs = now;
-    const auto done = ((double) take + (double) fraction) / takes;
+    const auto current = takeSeconds.begin() + take;
+    const auto total = std::accumulate (takeSeconds.begin(), takeSeconds.end(), 0.0);
+    const auto done = std::accumulate (takeSeconds.begin(), current, 0.0) + (double) fraction * *current;
     const auto elapsed = (now - startedMs) / 1000.0;
-    auto line = "take " + juce::String (take + 1) + "/" + juce::String (takes) + "  "
-                + juce::String ((int) (done * 100.0)) + " %  ";
+    auto line = "take " + juce::String (take + 1) + "/" + juce::String ((int) takeSeconds.size()) + "  ";
 
-    if (done > leastDone)
-        line << clockText (elapsed / done - elapsed) << " left  ";
+    if (elapsed > leastElapsed && done > 0.0)
+        line << juce::String (done / elapsed, 1) << " x real time  " << clockText (elapsed * (total - done) / done)
+             << " left  ";
 
     std::cerr << '\r' << (line + phase).substring (0, lineWidth).paddedRight (' ', lineWidth) << std::flush;
 }

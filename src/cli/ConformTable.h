@@ -8,11 +8,12 @@ namespace ld
 /** The closing table: takes, guests, how each was placed, what was left out and why. Plain text, lines ended by "\n". */
 [[nodiscard]] juce::String makeConformTable (const ConformOutcome&);
 
-/** One line that rewrites itself on a terminal: how far the run is, and the time left. Silent elsewhere. */
+/** One line that rewrites itself on a terminal: how far the run is, how fast, and the time left. Silent elsewhere. */
 class ProgressLine
 {
 public:
-    ProgressLine (bool isWanted, int numTakes);
+    /** takeSeconds   the length of each take's poly */
+    ProgressLine (bool isWanted, std::vector<double> takeSeconds);
     ~ProgressLine();
 
     /** take        0-based
@@ -22,7 +23,7 @@ public:
 
 private:
     bool isShown;
-    int takes;
+    std::vector<double> takeSeconds;
     juce::uint32 startedMs, lastShownMs = 0;
 };
 

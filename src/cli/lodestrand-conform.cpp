@@ -48,7 +48,12 @@ ld::ConformOutcome combineAll (const std::vector<ld::BatchMatch>& matches, const
 {
     ld::ConformOutcome outcome;
     ld::OutputNames names (folder);
-    ld::ProgressLine line (! isQuiet, (int) matches.size());
+    std::vector<double> takeSeconds;
+
+    for (const auto& match : matches)
+        takeSeconds.push_back ((double) match.host.format.numFrames / match.host.format.sampleRate);
+
+    ld::ProgressLine line (! isQuiet, takeSeconds);
 
     for (int i = 0; i < (int) matches.size(); ++i)
     {

@@ -41,9 +41,18 @@ const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const G
 void placeGuests (Session& session, const std::vector<ScanFile>& scans, const SyncProgress& progress)
 {
     const SyncEngine engine;
+    const auto count = (float) session.guests.size();
+    auto index = 0.0f;
 
     for (auto& guest : session.guests)
     {
+        SyncProgress guestProgress;
+
+        if (progress)
+            guestProgress = [&progress, index, count] (float fraction, const juce::String& phase)
+            { progress ((index + fraction) / count, phase); };
+
+        ++index;
         const auto* placement = findLockedPlacement (scans, guest);
 
         // Several pieces are searched one by one, each from its file.
@@ -53,7 +62,7 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
         if (placement != nullptr)
             SyncEngine::applyLockedAlignment (guest, placement->alignment);
         else
-            guest.alignment = engine.alignAndPlacePieces (session.host, guest, searchSeconds, progress);
+            guest.alignment = engine.alignAndPlacePieces (session.host, guest, searchSeconds, guestProgress);
     }
 }
 

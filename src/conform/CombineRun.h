@@ -45,7 +45,8 @@ private:
 
 /** Combines one take in a session of its own: loads the poly, adds its guests, places each, leaves out what stays
     doubtful and writes the file. A write that fails with guests is tried once more without them. Never throws: what does
-    not fit into memory is an error of the take. */
+    not fit into memory is an error of the take.
+    progress   told the share of the take's guests that are placed, 0 to 1, on this thread */
 [[nodiscard]] TakeOutcome combineTake (const BatchMatch&, const juce::File& output, const SyncProgress&);
 
 }    // namespace ld

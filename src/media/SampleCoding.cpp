@@ -1,5 +1,7 @@
 #include "media/SampleCoding.h"
 
+#include "media/VectorClones.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -108,13 +110,24 @@ void decodeChannel (SampleCoding coding,
     });
 }
 
+LD_VECTOR_CLONES void floatsTo24Bit (const float* values, juce::int64 count, juce::int32* destination) noexcept
+{
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+    {
+        // In double, where adding a half is exact. Written so that no branch is left in the loop.
+        const auto known = values[i] == values[i] ? values[i] : 0.0f;
+        const auto scaled = (double) known * scale24Bit;
+        const auto rounding = scaled + std::copysign (0.5, scaled);
+        const auto notAbove = rounding > highest24Bit ? (double) highest24Bit : rounding;
+        destination[i] = (juce::int32) (notAbove > lowest24Bit ? notAbove : (double) lowest24Bit);
+    }
+}
+
 juce::int32 floatTo24Bit (float value) noexcept
 {
-    if (std::isnan (value))
-        return 0;
-
-    const auto scaled = std::clamp ((double) value * scale24Bit, (double) lowest24Bit, (double) highest24Bit);
-    return (juce::int32) (scaled < 0.0 ? scaled - 0.5 : scaled + 0.5);
+    juce::int32 rounded = 0;
+    floatsTo24Bit (&value, 1, &rounded);
+    return rounded;
 }
 
 void decodeTo24Bit (SampleCoding coding,

@@ -36,7 +36,9 @@ void decodeChannel (SampleCoding,
     rounded value, so that a float of magnitude 256 or more wraps first. */
 void decodeTo24Bit (SampleCoding, const juce::uint8* samples, juce::int64 count, juce::int32* destination) noexcept;
 
-/** Rounds a float at full scale 1.0 to the 24-bit scale, half away from zero, clamped to the 24-bit range. */
+/** Rounds floats at full scale 1.0 to the 24-bit scale, half away from zero, clamped to the 24-bit range; what is not a
+    number becomes 0. */
+void floatsTo24Bit (const float* values, juce::int64 count, juce::int32* destination) noexcept;
 [[nodiscard]] juce::int32 floatTo24Bit (float value) noexcept;
 
 /** The lowest and highest sample of each channel over stretches of interleaved frames. */

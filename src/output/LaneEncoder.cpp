@@ -2,6 +2,7 @@
 
 #include "media/SampleCoding.h"
 
+#include <array>
 #include <cstring>
 
 namespace ld
@@ -82,7 +83,20 @@ void LaneEncoder::encodeFloats (const float* values, juce::int64 count, juce::ui
     {
         case Target::float32: storeValues<float> (value, count, first); break;
         case Target::float64: storeValues<double> (value, count, first); break;
-        default: store24Bit ([=] (std::ptrdiff_t i) { return floatTo24Bit (values[i]); }, count, first);
+        default: encodeRounded (values, count, first);
+    }
+}
+
+void LaneEncoder::encodeRounded (const float* values, juce::int64 count, juce::uint8* first) const noexcept
+{
+    constexpr juce::int64 stretch = 512;
+    std::array<juce::int32, stretch> rounded;
+
+    for (juce::int64 done = 0; done < count; done += stretch)
+    {
+        const auto part = std::min (stretch, count - done);
+        floatsTo24Bit (values + done, part, rounded.data());
+        store24Bit ([&rounded] (std::ptrdiff_t i) { return rounded[(size_t) i]; }, part, first + done * frameBytes);
     }
 }
 

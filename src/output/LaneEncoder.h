@@ -35,6 +35,7 @@ private:
         float64
     };
 
+    void encodeRounded (const float* values, juce::int64 count, juce::uint8* first) const noexcept;
     template <typename Source>
     void store24Bit (Source&&, juce::int64 count, juce::uint8* first) const noexcept;
     template <typename Value, typename Source>

@@ -42,7 +42,10 @@ public:
     [[nodiscard]] Outcome finish();
 
 private:
+    class EarlyWriteback;
+
     juce::TemporaryFile temporary;
+    std::unique_ptr<EarlyWriteback> writeback;
     std::unique_ptr<juce::FileOutputStream> stream;    // closed, some systems will move its file
     bool allWritten = true;
 };

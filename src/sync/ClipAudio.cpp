@@ -1,8 +1,8 @@
 #include "sync/ClipAudio.h"
 
 #include "media/MemoryBudget.h"
+#include "media/VectorClones.h"
 #include "sync/Signal.h"
-#include "sync/VectorClones.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #include "sync/Signal.h"
 
 #include "media/MemoryBudget.h"
-#include "sync/VectorClones.h"
+#include "media/VectorClones.h"
 
 #include <algorithm>
 #include <cmath>

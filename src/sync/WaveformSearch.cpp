@@ -1,9 +1,9 @@
 #include "sync/WaveformSearch.h"
 
 #include "media/Rounding.h"
+#include "media/VectorClones.h"
 #include "sync/Fft.h"
 #include "sync/Signal.h"
-#include "sync/VectorClones.h"
 
 #include <algorithm>
 #include <cmath>
