@@ -152,7 +152,7 @@ TEST (Automation, AWriteLeavesTheOldValueAtTheStartAndDropsAllBehindIt)
     EXPECT_THAT (channel.automation, IsEmpty()) << "a move outside a write pass wipes the curve";
     EXPECT_EQ (channel.gainDb, 12.0f);
 
-    for (const auto [sample, position] : { std::pair (255, 0), std::pair (256, 256) })
+    for (const auto& [sample, position] : { std::pair (255, 0), std::pair (256, 256) })
     {
         MixerChannel fresh;
         writeMixerGain (fresh, 4.0f, sample, true);

@@ -84,6 +84,7 @@ Signal resampledExactly (const Signal& signal, double start, double step, juce::
     {
         const auto position = start + (double) i * step;
         const auto left = (juce::int64) std::floor (position);
+        const auto sine = std::sin (pi * (position - (double) left));    // its sign turns from sample to sample
         auto sum = 0.0;
 
         for (auto k = left - reach + 1; k <= left + reach; ++k)
@@ -92,7 +93,7 @@ Signal resampledExactly (const Signal& signal, double start, double step, juce::
                 continue;
 
             const auto x = position - (double) k;
-            const auto sinc = std::abs (x) < 1e-9 ? 1.0 : std::sin (pi * x) / (pi * x);
+            const auto sinc = std::abs (x) < 1e-9 ? 1.0 : ((k - left) % 2 == 0 ? sine : -sine) / (pi * x);
             sum += signal[(size_t) k] * sinc * (0.5 + 0.5 * std::cos (pi * x / (double) reach));
         }
 

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <optional>
 
 namespace ld::test
 {
@@ -48,18 +49,18 @@ Signal guestOf (const Signal& source, int64 sourceStart, const std::vector<Piece
 
 TEST (ClockDrift, IsMeasuredWithItsSignAndTakenOutOfTheWholeClip)
 {
-    constexpr int64 hostStart = 5 * rate, guestLength = 60 * rate;
-    const auto source = noise (80 * rate, 1);
-    const auto host = stretchOf (source, hostStart, 70 * rate);
+    constexpr int64 hostStart = 5 * rate, guestLength = 45 * rate;
+    const auto source = noise (65 * rate, 1);
+    const auto host = stretchOf (source, hostStart, 55 * rate);
 
-    for (const auto slope : { 50e-6, -80e-6, 0.0, 1e-3 })
+    for (const auto slope : { 50e-6, -80e-6 })
         for (const int64 lag : { 12345, -17000 })
         {
             GuestClip guest;
             guest.channelAudio = { resampledExactly (source, (double) (hostStart + lag), 1.0 + slope, guestLength) };
             const auto measured = drift (host, guest.channelAudio.front(), lag + 3);
             EXPECT_NEAR (measured.driftSlope, slope, 4e-6) << lag;
-            EXPECT_NEAR ((double) measured.offsetSamples, (double) lag, 1.0 + std::abs (slope) * rate) << slope;
+            EXPECT_NEAR ((double) measured.offsetSamples, (double) lag, 1.0) << slope;
             EXPECT_EQ (measured.windowsTried, 5);
             EXPECT_EQ (measured.windowsAccepted, 5);
             EXPECT_TRUE (measured.reliable);
@@ -68,7 +69,7 @@ TEST (ClockDrift, IsMeasuredWithItsSignAndTakenOutOfTheWholeClip)
             stretchGuest (guest, slope);
             EXPECT_EQ ((int64) guest.monoAudio.size(), std::llround ((double) guestLength * (1.0 + slope)));
 
-            for (const int64 at : { 3 * rate, 30 * rate, 57 * rate })
+            for (const int64 at : { 3 * rate, 22 * rate, 43 * rate })
             {
                 const auto found = gccPhat (host.data() + at + lag - 400, 2 * 400 + rate, guest.monoAudio.data() + at, rate);
                 EXPECT_LE (std::abs (found.lag - 400), 1) << at << ", " << slope << ", " << lag;
