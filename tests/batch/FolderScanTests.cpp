@@ -159,7 +159,11 @@ TEST (PairScore, TakesTheStrongestEvidence)
     const auto stamped = scan ("x.wav", 4, 4 * minute, Stamp { 0 });
 
     for (const auto& [host, guest, score, reason, strong] : {
-             Case { sceneTake (stamped, "12A", "3"), sceneTake (scan ("y.wav", 1, 9), " 12a ", "3 "), 100, "scene/take", true },
+             Case { sceneTake (stamped, "12A", "3"),
+                    sceneTake (scan ("y.wav", 1, 9), " 12a ", "3 "),
+                    100,
+                    "scene/take",
+                    true },
              Case { sceneTake (stamped, "12A", "3"),
                     sceneTake (scan ("y.wav", 1, minute, Stamp { 0 }), "12A", ""),
                     76.25f,
@@ -274,9 +278,9 @@ TEST (BatchMatching, ALoneFileIsThePolyAndMayBecomeItsOwnGuest)
 TEST (SourceFamily, IsTheFamilyIdThenTheTracksThenTheNameWithoutItsNumber)
 {
     const std::pair<const char*, const char*> stems[] = {
-        { "Lav_001", "st:1:lav" },   { "LAV-7", "st:1:lav" },   { "lav 12", "st:1:lav" },  { "Lav.3", "st:1:lav" },
-        { "Lav001", "st:1:lav" },    { "AB_12", "st:1:AB_12" }, { "AB12", "st:1:AB12" },   { "ABC12", "st:1:abc" },
-        { "ABC_12", "st:1:abc" },    { "A__12", "st:1:A__12" }, { "Boom", "st:1:Boom" },   { "0001", "st:1:0001" },
+        { "Lav_001", "st:1:lav" },         { "LAV-7", "st:1:lav" },   { "lav 12", "st:1:lav" }, { "Lav.3", "st:1:lav" },
+        { "Lav001", "st:1:lav" },          { "AB_12", "st:1:AB_12" }, { "AB12", "st:1:AB12" },  { "ABC12", "st:1:abc" },
+        { "ABC_12", "st:1:abc" },          { "A__12", "st:1:A__12" }, { "Boom", "st:1:Boom" },  { "0001", "st:1:0001" },
         { "Take1_Lav", "st:1:Take1_Lav" }, { "A1B2C3", "st:1:a1b2c" }
     };
 
@@ -298,7 +302,7 @@ TEST (Clusters, JoinConsecutiveFilesOfOneSourceAndPartThoseThatRunTogether)
 {
     const auto at = [] (int64 start) { return Stamp { (juce::uint64) start }; };
     const auto clusters = clusterIsoFills ({
-        scan ("Lav_004.wav", 1, minute),                              // no stamp: last, and never in conflict
+        scan ("Lav_004.wav", 1, minute),    // no stamp: last, and never in conflict
         scan ("Lav_003.wav", 1, minute, at (3 * minute)),
         scan ("Lav_001.wav", 1, minute, at (minute)),
         scan ("Cam_001.wav", 2, 10 * minute, at (0)),

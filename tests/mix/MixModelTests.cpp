@@ -96,9 +96,10 @@ TEST (Automation, GainRunsInLinesBetweenThePointsAndIsHeldOutside)
         EXPECT_EQ (mixerGainDbAt (channel, sample), 3.0f) << sample;
 
     channel.automation = { { 256, -60.0f }, { 512, 0.0f }, { 1536, 8.0f }, { 1792, -8.0f }, { 4096, 1.0f } };
-    const std::pair<int, float> expected[] = { { 0, -60.0f },    { 256, -60.0f },   { 384, -30.0f }, { 511, -0.234375f },
-                                               { 512, 0.0f },    { 1024, 4.0f },    { 1535, 7.9921875f }, { 1536, 8.0f },
-                                               { 1664, 0.0f },   { 1792, -8.0f },   { 2944, -3.5f }, { 4096, 1.0f },
+    const std::pair<int, float> expected[] = { { 0, -60.0f },        { 256, -60.0f }, { 384, -30.0f },
+                                               { 511, -0.234375f },  { 512, 0.0f },   { 1024, 4.0f },
+                                               { 1535, 7.9921875f }, { 1536, 8.0f },  { 1664, 0.0f },
+                                               { 1792, -8.0f },      { 2944, -3.5f }, { 4096, 1.0f },
                                                { 99999, 1.0f } };
 
     for (const auto& [sample, gainDb] : expected)
@@ -112,8 +113,9 @@ TEST (Automation, MuteStepsAtItsPointsAndSoloNeverOverridesIt)
     EXPECT_TRUE (mixerMuteAt (channel, 0));
 
     channel.muteAutomation = { { 0, false }, { 256, true }, { 512, true }, { 768, false }, { 1024, true } };
-    const std::pair<int, bool> expected[] = { { -1, false }, { 0, false },   { 255, false },  { 256, true }, { 767, true },
-                                              { 768, false }, { 1023, false }, { 1024, true }, { 5000, true } };
+    const std::pair<int, bool> expected[] = { { -1, false },   { 0, false },   { 255, false },
+                                              { 256, true },   { 767, true },  { 768, false },
+                                              { 1023, false }, { 1024, true }, { 5000, true } };
 
     for (const auto& [sample, isMuted] : expected)
         EXPECT_EQ (mixerMuteAt (channel, sample), isMuted) << sample;
@@ -191,16 +193,19 @@ TEST (Automation, APencilReplacesOnlyWhatItPassesOver)
                     1600,
                     600,
                     { { 0, 0.0f }, { 512, 1.0f }, { 1536, -9.0f }, { 2048, 4.0f } } },
-             Case { "backward",
-                    600,
-                    1600,
-                    { { 0, 0.0f }, { 512, -9.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
+             Case { "backward", 600, 1600, { { 0, 0.0f }, { 512, -9.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
              Case { "the first point of a stroke",
                     800,
                     -1,
                     { { 0, 0.0f }, { 512, 1.0f }, { 768, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
-             Case { "past the end", 9000, 1536, { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 8960, -9.0f } } },
-             Case { "in one cell", 520, 700, { { 0, 0.0f }, { 512, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
+             Case { "past the end",
+                    9000,
+                    1536,
+                    { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 8960, -9.0f } } },
+             Case { "in one cell",
+                    520,
+                    700,
+                    { { 0, 0.0f }, { 512, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
              Case { "back to the start", -40, 2047, { { 0, -9.0f }, { 2048, 4.0f } } },
          })
     {
@@ -228,8 +233,8 @@ TEST (SourceKeys, NameAHostChannelByItsPlaceInThePolyAndAGuestByItsLane)
                                           guestWith ({}, 0, 2),
                                           guestWith ({ track ("X"), track ("Y") }, 0),
                                           guestWith ({ track ("Z", "MIX") }, 1, 5) };
-    const char* expected[] = { "H|OTHER|A|0",   "H|OTHER|C|2", "H|OTHER||3",  "G|OTHER|LAV|0", "G|OTHER|LAV|1",
-                               "G|OTHER||0",    "G|OTHER||1",  "G|OTHER|X|0", "G|MIX|Z|0",     "" };
+    const char* expected[] = { "H|OTHER|A|0", "H|OTHER|C|2", "H|OTHER||3",  "G|OTHER|LAV|0", "G|OTHER|LAV|1",
+                               "G|OTHER||0",  "G|OTHER||1",  "G|OTHER|X|0", "G|MIX|Z|0",     "" };
 
     for (int i = 0; i < (int) std::size (expected); ++i)
         EXPECT_EQ (keyAt (host, guests, i), expected[i]) << i;
@@ -250,8 +255,9 @@ TEST (Templates, FollowTheSourceNotThePositionAndOverrideTheMixsMute)
     bank[2].automation = { { 0, 1.0f } };
     bank[2].muteAutomation = { { 256, true } };
     const auto kept = captureMixerTemplate (host, guests, bank.data(), 5);
-    EXPECT_THAT (kept,
-                 ElementsAre (Key ("G|OTHER|CAM|0"), Key ("H|OTHER|BOOM|1"), Key ("H|OTHER|LAV|2"), Key ("H|OTHER|MIX L|0")));
+    EXPECT_THAT (
+        kept,
+        ElementsAre (Key ("G|OTHER|CAM|0"), Key ("H|OTHER|BOOM|1"), Key ("H|OTHER|LAV|2"), Key ("H|OTHER|MIX L|0")));
     EXPECT_EQ (kept.at ("G|OTHER|CAM|0").gainDb, 4.0f) << "of two guests with one key the later is kept";
 
     host.omittedChannels = { 0, 1, 0 };

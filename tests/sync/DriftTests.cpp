@@ -40,7 +40,8 @@ Signal guestOf (const Signal& source, int64 sourceStart, const std::vector<Piece
 
     for (const auto& [length, lag] : pieces)
     {
-        const auto piece = lag ? stretchOf (source, sourceStart + (int64) guest.size() + *lag, length) : Signal ((size_t) length);
+        const auto piece =
+            lag ? stretchOf (source, sourceStart + (int64) guest.size() + *lag, length) : Signal ((size_t) length);
         guest.insert (guest.end(), piece.begin(), piece.end());
     }
 
@@ -71,7 +72,8 @@ TEST (ClockDrift, IsMeasuredWithItsSignAndTakenOutOfTheWholeClip)
 
             for (const int64 at : { 3 * rate, 22 * rate, 43 * rate })
             {
-                const auto found = gccPhat (host.data() + at + lag - 400, 2 * 400 + rate, guest.monoAudio.data() + at, rate);
+                const auto found =
+                    gccPhat (host.data() + at + lag - 400, 2 * 400 + rate, guest.monoAudio.data() + at, rate);
                 EXPECT_LE (std::abs (found.lag - 400), 1) << at << ", " << slope << ", " << lag;
                 EXPECT_GT (found.confidence, 0.5f);
             }

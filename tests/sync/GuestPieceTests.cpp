@@ -64,7 +64,8 @@ protected:
 
 TEST_F (Pieces, ArePlacedOneByOneAndJoinedOnTheHostsClock)
 {
-    constexpr int64 first = 2 * rate + 3, length = 10 * rate, second = first + length - 100, third = second + length + 500;
+    constexpr int64 first = 2 * rate + 3, length = 10 * rate, second = first + length - 100,
+                    third = second + length + 500;
     addPiece ("c.wav", { resampledExactly (source, (double) third, 0.5, 2 * length) }, 2 * rate);
     addUnreadablePiece();
     addPiece ("b.wav", { louder (stretchOf (source, second, length), 0.5f), Signal ((size_t) length, 0.25f) });
@@ -74,9 +75,9 @@ TEST_F (Pieces, ArePlacedOneByOneAndJoinedOnTheHostsClock)
     const auto placed = place (
         [&phases] (float fraction, const juce::String& phase)
         {
-            EXPECT_LE (fraction, 1.0f);
-            phases.add (phase);
-        });
+        EXPECT_LE (fraction, 1.0f);
+        phases.add (phase);
+    });
     EXPECT_EQ (placed.offsetSamples, first);
     EXPECT_EQ (placed.method, Method::waveform);
     EXPECT_EQ (placed.detail, "Waveform pieces 3/4");
@@ -109,7 +110,8 @@ TEST_F (Pieces, ArePlacedOneByOneAndJoinedOnTheHostsClock)
     expectGain (2 * length - 100, 2 * length + 400, 0.0f);
     expectGain (2 * length + 400, 3 * length + 300, 1.0f);
     EXPECT_EQ (guest.channelAudio[1][(size_t) (length - 101)], 0.0f);
-    EXPECT_EQ (guest.channelAudio[1][(size_t) (length - 100)], 0.25f) << "a piece without the channel has no share in it";
+    EXPECT_EQ (guest.channelAudio[1][(size_t) (length - 100)], 0.25f)
+        << "a piece without the channel has no share in it";
 }
 
 TEST_F (Pieces, ThoseThatFitNowhereAreLeftOut)
@@ -141,10 +143,9 @@ TEST_F (Pieces, TellWhichOneIsBeingSearched)
     EXPECT_FALSE (place (
                       [&] (float fraction, const juce::String& phase)
                       {
-                          fractions.push_back (fraction);
-                          phases.add (phase);
-                      })
-                      .needsManual);
+        fractions.push_back (fraction);
+        phases.add (phase);
+    }).needsManual);
     const juce::String dot (juce::CharPointer_UTF8 (" \xc2\xb7 "));
     EXPECT_THAT (fractions, ElementsAre (0.5f, 1.0f));
     EXPECT_EQ (phases[0], "Fine sample alignment complete" + dot + "piece 1/2");
@@ -225,7 +226,8 @@ TEST (LockedAlignment, IsStretchedByItsDriftUnlessInDoubt)
 
 TEST (LockedAlignment, ANudgeIsManualAndNoLongerInDoubt)
 {
-    const auto nudged = SyncEngine::applyNudge ({ 100, Method::waveform, 7.5f, true, 1e-5, "No MFCC match (z=1.0)" }, -250);
+    const auto nudged =
+        SyncEngine::applyNudge ({ 100, Method::waveform, 7.5f, true, 1e-5, "No MFCC match (z=1.0)" }, -250);
     EXPECT_EQ (nudged, (Alignment { -150, Method::manual, 7.5f, false, 1e-5, "Manual" }));
 }
 

@@ -89,7 +89,8 @@ std::vector<double> slowCepstrum (const float* samples)
         std::complex<double> sum;
 
         for (int i = 0; i < 256; ++i)
-            sum += samples[i] * (0.54 - 0.46 * std::cos (2.0 * pi * i / 255.0)) * std::polar (1.0, -2.0 * pi * bin * i / 512.0);
+            sum += samples[i] * (0.54 - 0.46 * std::cos (2.0 * pi * i / 255.0))
+                   * std::polar (1.0, -2.0 * pi * bin * i / 512.0);
 
         for (int m = 0; m < 26; ++m)
             energies[(size_t) m] += triangle (m, bin) * std::norm (sum);
@@ -125,13 +126,15 @@ TEST (Cepstrum, AgreesWithASlowDirectTransform)
             variance += std::pow (frame[c] - mean, 2) / 9.0;
 
         for (size_t frame = 0; frame < 9; ++frame)
-            EXPECT_NEAR (found[frame][c], (expected[frame][c] - mean) / std::sqrt (variance), 2e-3) << frame << ", " << c;
+            EXPECT_NEAR (found[frame][c], (expected[frame][c] - mean) / std::sqrt (variance), 2e-3)
+                << frame << ", " << c;
     }
 }
 
 TEST (Cepstrum, CountsFramesOnlyFromBeyondTheFirst)
 {
-    for (const auto& [samples, frames] : { std::pair (0, 0), { 255, 0 }, { 256, 0 }, { 257, 1 }, { 383, 1 }, { 384, 2 }, { 512, 3 } })
+    for (const auto& [samples, frames] :
+         { std::pair (0, 0), { 255, 0 }, { 256, 0 }, { 257, 1 }, { 383, 1 }, { 384, 2 }, { 512, 3 } })
         EXPECT_EQ (computeMfcc (noise (samples, 5)).size(), (size_t) frames) << samples;
 
     for (const auto& frame : computeMfcc (Signal (2000)))
@@ -153,8 +156,9 @@ TEST (QuerySearch, NeedsTenFramesInAThirdOfTheSearch)
     const auto query = speech (40000, 8000, 6);
     const auto searched = [&] (int64 searchFrames, int64 queryFrames)
     {
-        return findQueryInSearch (
-            stretchOf (query, 3000, samplesOfFrames (searchFrames)), stretchOf (query, 3000, samplesOfFrames (queryFrames)), 8000);
+        return findQueryInSearch (stretchOf (query, 3000, samplesOfFrames (searchFrames)),
+                                  stretchOf (query, 3000, samplesOfFrames (queryFrames)),
+                                  8000);
     };
 
     EXPECT_EQ (searched (29, 200), MfccResult {});
@@ -177,12 +181,12 @@ TEST (ContentOffset, FindsAnExcerptToAFrame)
     for (const auto& [rate, hostSeconds, guestStart, guestSeconds] : {
              Case { 8000, 40, 10, 8 },
              Case { 16000, 40, 10, 8 },
-             Case { 11025, 40, 3.3, 20 },      // only the loudest third of the search is used of it
-             Case { 8000, 20, -5, 12 },        // starts ahead of the host
-             Case { 8000, 8, -11, 40 },        // holds the whole host
+             Case { 11025, 40, 3.3, 20 },    // only the loudest third of the search is used of it
+             Case { 8000, 20, -5, 12 },      // starts ahead of the host
+             Case { 8000, 8, -11, 40 },      // holds the whole host
              Case { 8000, 8, -30.5, 40 },
              Case { 16000, 8, -25, 40 },
-             Case { 8000, 200, 140, 20 },      // late in a long take, where a circle could mean -122 s
+             Case { 8000, 200, 140, 20 },    // late in a long take, where a circle could mean -122 s
              Case { 8000, 20, -140, 200 },
          })
     {
@@ -237,7 +241,8 @@ TEST (ContentOffset, TheBetterOfBothWaysAndOfAllChannelsStands)
         EXPECT_EQ (best, bothWays ? both : oneWay);
     }
 
-    EXPECT_EQ (computeMfccOffsetBest ({ Signal (9999) }, guest.data(), (int64) guest.size(), rate, true), MfccResult {});
+    EXPECT_EQ (computeMfccOffsetBest ({ Signal (9999) }, guest.data(), (int64) guest.size(), rate, true),
+               MfccResult {});
     EXPECT_EQ (offset (host, stretchOf (guest, 0, 255), rate), MfccResult {});
     EXPECT_EQ (offsetBothWays (stretchOf (host, 0, 255), guest, rate), MfccResult {});
     EXPECT_EQ (computeMfccOffset (nullptr, 9999, guest.data(), 9999, rate), MfccResult {});

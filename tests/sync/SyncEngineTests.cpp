@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <optional>
 
@@ -86,7 +87,8 @@ TEST (Ladder, TimecodeIsRefinedByTheWaveform)
             EXPECT_EQ (found.driftSlope, 0.0);
         }
 
-    const auto drifting = Scene (5000).align (host, resampledExactly (source, 10 * rate + 5000, 1.0 - 80e-6, 20 * rate));
+    const auto drifting =
+        Scene (5000).align (host, resampledExactly (source, 10 * rate + 5000, 1.0 - 80e-6, 20 * rate));
     EXPECT_NEAR (drifting.driftSlope, -80e-6, 8e-6);
     EXPECT_NEAR ((double) drifting.offsetSamples, 5000.0, 1.0);
     std::array<char, 32> ppm {};
@@ -140,10 +142,16 @@ TEST (Ladder, ShortSoundIsPlacedWithoutCoefficients)
     EXPECT_EQ (tiny.detail, dotted ({ "Waveform locked", "strongest region" }));
     EXPECT_FALSE (tiny.needsManual);
 
-    const auto second = Scene().align (stretchOf (source, 0, 9000), stretchOf (source, 150, 8400));
-    EXPECT_EQ (second.offsetSamples, 150);
-    EXPECT_EQ (second.detail, "Waveform locked 5/5");
-    EXPECT_LE (second.confidence, 1.0f);
+    // A noisy copy: enough for the waveform, too little for the spectrum's shape.
+    const auto host = noise (4 * rate, 30);
+    const auto noisy = sumOf (stretchOf (host, 150, 2 * rate), noise (2 * rate, 7), 1.5f);
+    const auto locked = Scene().align (host, noisy);
+    EXPECT_EQ (locked.offsetSamples, 150);
+    EXPECT_EQ (locked.method, Method::waveform);
+    EXPECT_EQ (locked.detail, "Waveform locked 5/5");
+    EXPECT_NEAR (locked.confidence, 1.0 / std::hypot (1.0, 1.5), 0.03) << "the share of the common sound";
+    EXPECT_EQ (Scene (20000).align (host, noisy).detail, "Timecode only / no waveform lock")
+        << "such a lock does not outweigh timecode";
 }
 
 TEST (Ladder, WithoutALockTimecodeStandsAloneOrTheUserMustLook)
@@ -151,7 +159,8 @@ TEST (Ladder, WithoutALockTimecodeStandsAloneOrTheUserMustLook)
     const auto host = speech (30 * rate, rate, 4);
     const Signal silence (10 * rate);
     const auto byTimecode = Scene (12345).align (host, silence);
-    EXPECT_EQ (byTimecode, (Alignment { 12345, Method::timecode, 0.35f, false, 0.0, "Timecode only / no waveform lock" }));
+    EXPECT_EQ (byTimecode,
+               (Alignment { 12345, Method::timecode, 0.35f, false, 0.0, "Timecode only / no waveform lock" }));
 
     for (const auto hint : { std::optional<int64>(), std::optional<int64> (900 * rate) })
     {
@@ -219,7 +228,7 @@ struct Heard
         {
             fractions.push_back (fraction);
             phases.add (phase);
-        };
+            };
     }
 };
 
@@ -230,7 +239,9 @@ protected:
     BestChannel()
     {
         const auto length = 30 * rate;
-        scene.host.file = writeWave (temp.file ("poly.wav"), { speech (length, rate, 12), stretchOf (source, 5 * rate, length), Signal (length) });
+        scene.host.file =
+            writeWave (temp.file ("poly.wav"),
+                       { speech (length, rate, 12), stretchOf (source, 5 * rate, length), Signal (length) });
         scene.guest.monoAudio = stretchOf (source, 5 * rate + lag, 12 * rate);
     }
 
