@@ -53,16 +53,11 @@ TEST (MixTracks, AreToldByFunctionOrExactNameAndRenamed)
              Case { "Mix", "OTHER", true, "OLDMIX" },
              Case { " mix l ", "OTHER", true, "OLDMIX L" },
              Case { "MIXL", "OTHER", true, "OLDMIX L" },
-             Case { "Mix R", "OTHER", true, "OLDMIX R" },
-             Case { "mixr", "", true, "OLDMIX R" },
              Case { "MIX 2", "OTHER", false, "OLDMIX MIX 2" },
              Case { "OLDMIX", "OTHER", false, "OLDMIX" },
-             Case { "my oldmix L", "OTHER", false, "my oldmix L" },
-             Case { "REMIX", "OTHER", false, "OLDMIX REMIX" },
              Case { " Boom ", " mix ", true, "OLDMIX  Boom " },
              Case { "", "MIX", true, "OLDMIX" },
              Case { "  ", "OTHER", false, "OLDMIX" },
-             Case { "Boom", "MIX-L", false, "OLDMIX Boom" },
          })
     {
         auto info = track (name, function);
@@ -74,36 +69,22 @@ TEST (MixTracks, AreToldByFunctionOrExactNameAndRenamed)
     }
 }
 
-TEST (MixGain, IsSilentAtTheFloorAndOneAtZero)
-{
-    EXPECT_EQ (mixDbToGain (-60.0f), 0.0f);
-    EXPECT_EQ (mixDbToGain (-1000.0f), 0.0f);
-    EXPECT_THAT (mixDbToGain (-59.9f), FloatNear (0.0010116f, 1e-6f));
-    EXPECT_EQ (mixDbToGain (0.0f), 1.0f);
-    EXPECT_THAT (mixDbToGain (12.0f), FloatNear (3.98107f, 1e-5f));
-    EXPECT_THAT (mixDbToGain (-20.0f), FloatNear (0.1f, 1e-7f));
-}
-
 TEST (Automation, GainRunsInLinesBetweenThePointsAndIsHeldOutside)
 {
     MixerChannel channel;
     channel.gainDb = -7.0f;
     EXPECT_EQ (mixerGainDbAt (channel, 100), -7.0f);
 
-    channel.automation = { { 512, 3.0f } };
-
-    for (const auto sample : { -5, 0, 512, 9000 })
-        EXPECT_EQ (mixerGainDbAt (channel, sample), 3.0f) << sample;
-
-    channel.automation = { { 256, -60.0f }, { 512, 0.0f }, { 1536, 8.0f }, { 1792, -8.0f }, { 4096, 1.0f } };
-    const std::pair<int, float> expected[] = { { 0, -60.0f },        { 256, -60.0f }, { 384, -30.0f },
-                                               { 511, -0.234375f },  { 512, 0.0f },   { 1024, 4.0f },
-                                               { 1535, 7.9921875f }, { 1536, 8.0f },  { 1664, 0.0f },
-                                               { 1792, -8.0f },      { 2944, -3.5f }, { 4096, 1.0f },
-                                               { 99999, 1.0f } };
+    channel.automation = { { 256, -60.0f }, { 512, 0.0f }, { 1536, 8.0f }, { 4096, 1.0f } };
+    const std::pair<int, float> expected[] = { { -5, -60.0f }, { 256, -60.0f }, { 384, -30.0f },      { 512, 0.0f },
+                                               { 1024, 4.0f }, { 1536, 8.0f },  { 1535, 7.9921875f }, { 9999, 1.0f } };
 
     for (const auto& [sample, gainDb] : expected)
         EXPECT_FLOAT_EQ (mixerGainDbAt (channel, sample), gainDb) << sample;
+
+    EXPECT_EQ (mixDbToGain (-60.0f), 0.0f) << "silence, not a thousandth";
+    EXPECT_THAT (mixDbToGain (-59.9f), FloatNear (0.0010116f, 1e-6f));
+    EXPECT_THAT (mixDbToGain (12.0f), FloatNear (3.98107f, 1e-5f));
 }
 
 TEST (Automation, MuteStepsAtItsPointsAndSoloNeverOverridesIt)
@@ -125,11 +106,6 @@ TEST (Automation, MuteStepsAtItsPointsAndSoloNeverOverridesIt)
     channel.solo = true;
     EXPECT_TRUE (mixerChannelAudible (channel, true, 100));
     EXPECT_FALSE (mixerChannelAudible (channel, true, 300));
-
-    const MixerChannel bank[] = { {}, {}, channel };
-    EXPECT_FALSE (anySoloIn (bank, 2));
-    EXPECT_TRUE (anySoloIn (bank, 3));
-    EXPECT_FALSE (anySoloIn (bank, -1));
 }
 
 TEST (Automation, AWriteLeavesTheOldValueAtTheStartAndDropsAllBehindIt)
@@ -161,58 +137,33 @@ TEST (Automation, AWriteLeavesTheOldValueAtTheStartAndDropsAllBehindIt)
         EXPECT_EQ (fresh.automation.back(), (Gain { position, 4.0f }));
         EXPECT_EQ (fresh.automation.size(), position == 0 ? 1U : 2U);
     }
-}
 
-TEST (Automation, AMuteIsWrittenAsAGainIs)
-{
-    MixerChannel channel;
     writeMixerMute (channel, true, 1000, true);
     EXPECT_THAT (channel.muteAutomation, ElementsAre (Mute { 0, false }, Mute { 768, true }));
-    writeMixerMute (channel, false, 5000, true);
-    writeMixerMute (channel, true, 800, true);
-    EXPECT_THAT (channel.muteAutomation, ElementsAre (Mute { 0, false }, Mute { 768, true }));
-    EXPECT_THAT (channel.automation, IsEmpty());
+    writeMixerMute (channel, true, 100, true);
+    EXPECT_THAT (channel.muteAutomation, ElementsAre (Mute { 0, true }));
     writeMixerMute (channel, false, 100, false);
     EXPECT_THAT (channel.muteAutomation, IsEmpty());
-    EXPECT_FALSE (channel.mute);
 }
 
 TEST (Automation, APencilReplacesOnlyWhatItPassesOver)
 {
-    const std::vector<Gain> curve { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } };
+    const std::vector<Gain> curve { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 1536, 3.0f } };
 
-    struct Case
-    {
-        const char* what;
-        juce::int64 sample, previous;
-        std::vector<Gain> expected;
+    const std::tuple<int, int, std::vector<Gain>> strokes[] = {
+        { 1300, 100, { { 0, 0.0f }, { 1280, -9.0f }, { 1536, 3.0f } } },
+        { 600, 1600, { { 0, 0.0f }, { 512, -9.0f }, { 1536, 3.0f } } },    // backwards; both ends stay
+        { 800, -1, { { 0, 0.0f }, { 512, 1.0f }, { 768, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f } } },
+        { 9000, 1024, { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 8960, -9.0f } } },
+        { -40, 1535, { { 0, -9.0f }, { 1536, 3.0f } } },
     };
 
-    for (const auto& [what, sample, previous, expected] : {
-             Case { "forward, both ends stay",
-                    1600,
-                    600,
-                    { { 0, 0.0f }, { 512, 1.0f }, { 1536, -9.0f }, { 2048, 4.0f } } },
-             Case { "backward", 600, 1600, { { 0, 0.0f }, { 512, -9.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
-             Case { "the first point of a stroke",
-                    800,
-                    -1,
-                    { { 0, 0.0f }, { 512, 1.0f }, { 768, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
-             Case { "past the end",
-                    9000,
-                    1536,
-                    { { 0, 0.0f }, { 512, 1.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 8960, -9.0f } } },
-             Case { "in one cell",
-                    520,
-                    700,
-                    { { 0, 0.0f }, { 512, -9.0f }, { 1024, 2.0f }, { 1536, 3.0f }, { 2048, 4.0f } } },
-             Case { "back to the start", -40, 2047, { { 0, -9.0f }, { 2048, 4.0f } } },
-         })
+    for (const auto& [sample, previous, expected] : strokes)
     {
         MixerChannel channel;
         channel.automation = curve;
         drawMixerGain (channel, -9.0f, sample, previous);
-        EXPECT_EQ (channel.automation, expected) << what;
+        EXPECT_EQ (channel.automation, expected) << sample << " from " << previous;
     }
 
     MixerChannel fresh;

@@ -147,7 +147,6 @@ TEST (ClockDrift, NeedsTwoWindowsAndASecondOfOverlap)
     EXPECT_EQ (tooShort.windowsTried, 0);
     EXPECT_EQ (tooShort.offsetSamples, 490);
     EXPECT_FALSE (tooShort.reliable);
-    EXPECT_EQ (measureDrift (nullptr, 40 * rate, host.data(), 40 * rate, 9, rate).offsetSamples, 9);
 }
 
 // 80000 samples in common: windows from 6400, 32000 and 57600; each of the pieces below holds one of them.

@@ -37,25 +37,17 @@ TEST (MelFilters, AreTrianglesBetweenTheEdgesOnTheMelScale)
 {
     // Edges in bins, worked out by hand from 20 Hz, 4 kHz and 28 equal steps between.
     const std::tuple<size_t, int, double> weights[] = {
-        { 0, 0, 0.0 },
         { 0, 1, 0.0 },
         { 0, 2, (2 - 1.28) / (4.596 - 1.28) },
-        { 0, 4, (4 - 1.28) / (4.596 - 1.28) },
-        { 0, 5, (8.15 - 5) / (8.15 - 4.596) },
         { 0, 8, (8.15 - 8) / (8.15 - 4.596) },
         { 0, 9, 0.0 },
-        { 1, 4, 0.0 },
-        { 1, 5, (5 - 4.596) / (8.15 - 4.596) },
         { 1, 9, (11.96 - 9) / (11.96 - 8.15) },
         { 1, 12, 0.0 },
-        { 25, 216, 0.0 },
         { 25, 217, (217 - 216.973) / (235.809 - 216.973) },
-        { 25, 235, (235 - 216.973) / (235.809 - 216.973) },
         { 25, 236, (256 - 236) / (256 - 235.809) },
         { 25, 255, (256 - 255) / (256 - 235.809) },
         { 25, 256, 0.0 },
         { 24, 235, (235.809 - 235) / (235.809 - 216.973) },
-        { 24, 236, 0.0 },
     };
 
     for (const auto& [filter, bin, weight] : weights)
@@ -180,11 +172,9 @@ TEST (ContentOffset, FindsAnExcerptToAFrame)
 
     for (const auto& [rate, hostSeconds, guestStart, guestSeconds] : {
              Case { 8000, 40, 10, 8 },
-             Case { 16000, 40, 10, 8 },
              Case { 11025, 40, 3.3, 20 },    // only the loudest third of the search is used of it
              Case { 8000, 20, -5, 12 },      // starts ahead of the host
              Case { 8000, 8, -11, 40 },      // holds the whole host
-             Case { 8000, 8, -30.5, 40 },
              Case { 16000, 8, -25, 40 },
              Case { 8000, 200, 140, 20 },    // late in a long take, where a circle could mean -122 s
              Case { 8000, 20, -140, 200 },
