@@ -220,6 +220,7 @@ TEST (ContentOffset, TheBetterOfBothWaysAndOfAllChannelsStands)
     EXPECT_EQ (both.zScore, std::max (oneWay.zScore, otherWay.zScore));
     EXPECT_NE (oneWay.zScore, otherWay.zScore);
     EXPECT_NEAR (both.offsetSeconds, 7.0, 0.017);
+    EXPECT_EQ (offsetBothWays (guest, host, rate).zScore, both.zScore) << "whichever of the two is the search";
     EXPECT_NEAR (offsetBothWays (guest, host, rate).offsetSeconds, -7.0, 0.017);
 
     const auto weak = sumOf (host, noise ((int64) host.size(), 10), 0.5f);
