@@ -444,7 +444,7 @@ Alignment SyncEngine::alignBestChannel (const HostTake& host,
         }
     }
 
-    tell (1.0f, finePhase);
+    tell (1.0f, finePhase + " complete");
     return result;
 }
 
