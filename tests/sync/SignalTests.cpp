@@ -35,9 +35,9 @@ TEST (Resampling, GivesTheLengthScaledAndRoundedAndNeverNothing)
 
 TEST (Resampling, DrawsStraightLinesAndHoldsTheLastSample)
 {
-    EXPECT_THAT (resampleTo ({ 0, 1, 4, 9, 16 }, 3, 2), ElementsAre (0.0f, 2.5f, 9.0f));
-    EXPECT_THAT (resampleTo ({ 0, 4 }, 1, 4), ElementsAre (0, 1, 2, 3, 4, 4, 4, 4));
-    EXPECT_THAT (resampleTo ({ 0.7f }, 48000, 8000), ElementsAre (0.7f));
+    EXPECT_THAT (resampleTo (Signal { 0, 1, 4, 9, 16 }, 3, 2), ElementsAre (0.0f, 2.5f, 9.0f));
+    EXPECT_THAT (resampleTo (Signal { 0, 4 }, 1, 4), ElementsAre (0, 1, 2, 3, 4, 4, 4, 4));
+    EXPECT_THAT (resampleTo (Signal { 0.7f }, 48000, 8000), ElementsAre (0.7f));
 
     const auto source = noise (4800, 1);
     const auto low = resampleTo (source, 48000, 8000);
