@@ -184,8 +184,6 @@ TEST (DemoShootConform, TheSoundOfEveryLaneIsAtItsTruePlaceFromItsStartToItsEnd)
             const auto lateMs = bestLag (lane, start, trueWindow (placed.piece, audio, start)) / samplesPerMs;
             EXPECT_GE (lateMs, placed.truth.lowestLagMs - toleranceMs) << start;
             EXPECT_LE (lateMs, placed.truth.highestLagMs + toleranceMs) << start;
-            std::cerr << placed.piece.file.getFileName() << " " << lateMs << " " << placed.truth.lowestLagMs << " "
-                      << placed.truth.highestLagMs << "\n";
         }
     }
 }
