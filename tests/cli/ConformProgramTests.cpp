@@ -39,9 +39,10 @@ struct Folders
     {
         std::vector<std::string> names;
 
-        for (const auto& [path, bytes] : snapshotOf (out))
-            names.push_back (path.toStdString());
+        for (const auto& file : out.findChildFiles (juce::File::findFiles, true))
+            names.push_back (file.getFileName().toStdString());
 
+        std::ranges::sort (names);
         return names;
     }
 

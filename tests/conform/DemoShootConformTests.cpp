@@ -21,7 +21,7 @@ constexpr double samplesPerMs = 48.0;
 constexpr double toleranceMs = 1.0;
 constexpr int64 windowSamples = 72000;    // 1.5 s
 
-/** Two takes of 20 seconds and what became of them; conformed once for all tests of this file. */
+/** Two takes of 20 seconds and what became of them; conformed once. */
 struct ConformedShoot
 {
     ConformedShoot()
@@ -146,9 +146,7 @@ std::vector<float> trueWindow (const TruePiece& piece, const std::vector<float>&
     return window;
 }
 
-}    // namespace
-
-TEST (DemoShootConform, EveryRecordingLiesWithinAMillisecondOfItsTrueSpan)
+void expectPlacesWithinAMillisecondOfTheirSpans()
 {
     const auto pieces = placedPieces();
     EXPECT_EQ (pieces.size(), 9u);
@@ -168,7 +166,7 @@ TEST (DemoShootConform, EveryRecordingLiesWithinAMillisecondOfItsTrueSpan)
     }
 }
 
-TEST (DemoShootConform, TheSoundOfEveryLaneIsAtItsTruePlaceFromItsStartToItsEnd)
+void expectSoundAtItsPlaceFromStartToEnd()
 {
     for (const auto& placed : placedPieces())
     {
@@ -188,7 +186,7 @@ TEST (DemoShootConform, TheSoundOfEveryLaneIsAtItsTruePlaceFromItsStartToItsEnd)
     }
 }
 
-TEST (DemoShootConform, TheLoneFileIsInNoTakeAndAllOthersAreInOne)
+void expectTheLoneFileInNoTake()
 {
     const auto& lone = conformed().shoot.truth.unrelated;
     EXPECT_EQ (conformed().outcome.unmatched, lone);
@@ -201,7 +199,7 @@ TEST (DemoShootConform, TheLoneFileIsInNoTakeAndAllOthersAreInOne)
                 EXPECT_TRUE (guest.rejected || piece.file != lone.at (0)) << take.poly.getFileName();
 }
 
-TEST (DemoShootConform, ThePolysChannelsAndForeignChunksAreInTheFileBitForBit)
+void expectThePolysBitForBit()
 {
     for (const auto& take : conformed().outcome.takes)
     {
@@ -218,6 +216,17 @@ TEST (DemoShootConform, ThePolysChannelsAndForeignChunksAreInTheFileBitForBit)
         ASSERT_NE (after.find ("LIST"), nullptr);
         EXPECT_EQ (readBody (take.output, *after.find ("LIST")), readBody (take.poly, *before.find ("LIST")));
     }
+}
+
+}    // namespace
+
+// One test, as conforming a shoot takes seconds.
+TEST (DemoShootConform, EveryRecordingIsInItsTruePlaceInItsTakesFileAndNothingOfThePolyIsLost)
+{
+    expectPlacesWithinAMillisecondOfTheirSpans();
+    expectSoundAtItsPlaceFromStartToEnd();
+    expectTheLoneFileInNoTake();
+    expectThePolysBitForBit();
 }
 
 }    // namespace ld::test
