@@ -1,4 +1,5 @@
 #include "media/BwfReader.h"
+#include "support/DirectLag.h"
 #include "support/WrittenShoot.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +12,6 @@ namespace
 {
 
 constexpr juce::int64 windowSamples = 72000;    // 1.5 s
-constexpr int widestLag = 800;                  // samples; about 5.7 m of air
 constexpr double samplesPerMs = 48.0;
 
 /** Two takes, so that the poly's layout differs; 12 s let a clock of 18 ppm go astray by 10 samples. */
@@ -42,17 +42,6 @@ int channelNamed (const juce::File& poly, const juce::String& name)
     return 0;
 }
 
-// The slope of a signal: it takes the weight off the lows, whose correlation is broad.
-std::vector<float> slopeOf (const std::vector<float>& signal)
-{
-    std::vector<float> slope (signal.size());
-
-    for (size_t i = 1; i < signal.size(); ++i)
-        slope[i] = signal[i] - signal[i - 1];
-
-    return slope;
-}
-
 // A guest's channel on the poly's timeline, by a cubic through four of its samples.
 std::vector<float>
 guestWindow (const std::vector<float>& guest, const TruePiece& piece, juce::int64 start, juce::int64 length)
@@ -75,25 +64,6 @@ guestWindow (const std::vector<float>& guest, const TruePiece& piece, juce::int6
     }
 
     return window;
-}
-
-// The lag, in samples, at which the host repeats what the guest says; summed directly, all lags side by side.
-int bestLag (const std::vector<float>& host, juce::int64 start, const std::vector<float>& guest)
-{
-    std::vector<float> sums (2 * widestLag + 1);
-
-    for (juce::int64 i = 0; i < (juce::int64) guest.size(); ++i)
-    {
-        const auto first = start + i - widestLag;
-
-        if (first < 0 || first + (juce::int64) sums.size() > (juce::int64) host.size())
-            continue;
-
-        for (size_t lag = 0; lag < sums.size(); ++lag)
-            sums[lag] += guest[(size_t) i] * host[(size_t) first + lag];
-    }
-
-    return (int) (std::max_element (sums.begin(), sums.end()) - sums.begin()) - widestLag;
 }
 
 // Windows at the start, in the middle and at the end of what the two have in common.
