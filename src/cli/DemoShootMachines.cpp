@@ -76,10 +76,21 @@ IxmlMetadata ixmlOf (const ShootNames& names, juce::int64 stamp, const AudioForm
     return ixml;
 }
 
-PlannedFile
-planGuestFile (Machine& machine, const ShootNames& names, juce::int64 stamp, int numChannels, juce::int64 numFrames)
+// Files that one press of the record button made share a family.
+juce::String fileSetXml (const juce::String& familyUid, const juce::String& familyName)
 {
-    const auto name = machine.filePrefix + "_" + padded (machine.nextNumber++, 3) + ".wav";
+    return "<FILE_SET><TOTAL_FILES>1</TOTAL_FILES><FAMILY_UID>" + familyUid + "</FAMILY_UID><FAMILY_NAME>" + familyName
+           + "</FAMILY_NAME><FILE_SET_INDEX>A</FILE_SET_INDEX></FILE_SET>";
+}
+
+PlannedFile planGuestFile (Machine& machine,
+                           const ShootNames& names,
+                           const juce::String& familyUid,
+                           juce::int64 stamp,
+                           int numChannels,
+                           juce::int64 numFrames)
+{
+    const auto name = machine.filePrefix + "_" + padded (machine.nextNumber++, 3) + machine.fileSuffix + ".wav";
     PlannedFile file;
     file.path = machine.source + "/" + name;
     file.format = formatOf (numChannels, machine.clock.sampleRate, machine.bits, numFrames);
@@ -91,6 +102,7 @@ planGuestFile (Machine& machine, const ShootNames& names, juce::int64 stamp, int
     {
         file.ixml = ixmlOf (names, stamp, file.format);
         file.ixml.originalFilename = name;
+        file.ixml.rawXml = "<BWFXML>" + fileSetXml (familyUid, machine.filePrefix) + "</BWFXML>";
         file.tracks = { { 1, 1, machine.trackName, "LAV", {}, false } };
     }
 
@@ -130,11 +142,12 @@ Recording planGuestFiles (
     const auto polySeconds = (double) polyStamp / demoSampleRate;
     auto stamp = machine.clock.stampAt (polySeconds + span.from);
     const auto end = machine.clock.stampAt (polySeconds + span.to);
+    const auto familyUid = uid (names.uidSeed + (std::uint64_t) machine.source.hashCode64(), stamp);
 
     for (int left = numFiles; left > 0; --left)
     {
         const auto frames = (end - stamp) / left;
-        auto file = planGuestFile (machine, names, stamp, numChannels, frames);
+        auto file = planGuestFile (machine, names, familyUid, stamp, numChannels, frames);
         file.startSamples = (machine.clock.momentOf (stamp) - polySeconds) * demoSampleRate;
         guest.files.push_back (std::move (file));
         stamp += frames;
@@ -164,9 +177,7 @@ PlannedFile planPolyFile (const ShootNames& names,
     file.ixml.note = take == 0 ? "First take" : "Once more";
 
     // Elements that no record knows, as recorders write them.
-    file.ixml.rawXml = "<BWFXML><CIRCLED>FALSE</CIRCLED><FILE_SET><TOTAL_FILES>1</TOTAL_FILES><FAMILY_UID>"
-                       + uid (names.uidSeed, stamp) + "</FAMILY_UID><FAMILY_NAME>" + stem
-                       + "</FAMILY_NAME><FILE_SET_INDEX>A</FILE_SET_INDEX></FILE_SET></BWFXML>";
+    file.ixml.rawXml = "<BWFXML><CIRCLED>FALSE</CIRCLED>" + fileSetXml (uid (names.uidSeed, stamp), stem) + "</BWFXML>";
     file.tracks = tracks;
     file.comment = "Two cups of tea, no sugar";
     file.makerText = "fan=off;preroll=5;case=B2";    // an odd number of bytes: readers must see the padding

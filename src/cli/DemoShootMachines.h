@@ -35,6 +35,7 @@ struct Machine
     MachineClock clock;
     int bits = 24;
     Stamp stamp = Stamp::none;
+    juce::String fileSuffix {};    // behind the running number
     int nextNumber = 1;
 };
 

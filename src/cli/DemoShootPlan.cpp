@@ -42,7 +42,7 @@ Machines planMachines (DemoRandom random)
     all.packA = { "Pack A", "TXA", "TX A", { 48000, a, jamSeconds, jamError() }, 24, Stamp::bextAndIxml };
     all.packB = { "Pack B", "TXB", "TX B", { 48000, b, jamSeconds, jamError() }, 24, Stamp::bextAndIxml };
     all.recorder = { "Recorder", "REC", {}, { 48000, second, jamSeconds, 0.0 }, 16, Stamp::none };
-    all.camera = { "Camera", "CAM", {}, { 44100, video, jamSeconds, 0.0 }, 16, Stamp::bext };
+    all.camera = { "Camera", "CAM", {}, { 44100, video, jamSeconds, 0.0 }, 16, Stamp::bext, "_A" };
     return all;
 }
 

@@ -6,9 +6,9 @@ namespace
 {
 
 // Metres; the table's middle is the origin, z the height above the floor, the camera looks along y.
-constexpr std::array seats { Position { -0.75, 0.05, 1.20 },
-                             Position { 0.75, 0.0, 1.18 },
-                             Position { 0.1, 0.95, 1.22 } };
+constexpr std::array seats { Position { -0.26, 0.05, 1.20 },
+                             Position { 0.26, 0.0, 1.18 },
+                             Position { 0.04, 0.4, 1.22 } };
 constexpr double clapSeconds = 1.0;
 constexpr SceneSpan quietForTheClap { clapSeconds - 0.35, clapSeconds + 0.45 };
 

@@ -38,9 +38,20 @@ const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const G
     return nullptr;
 }
 
+void placeGuest (Session& session, GuestClip& guest, const ScanFile* placement, const SyncProgress& progress)
+{
+    // Several pieces are searched one by one, each from its file.
+    if (placement != nullptr || guest.pieces.size() <= 1)
+        session.extractGuestAudio (guest);
+
+    if (placement != nullptr)
+        SyncEngine::applyLockedAlignment (guest, placement->alignment);
+    else
+        guest.alignment = SyncEngine().alignAndPlacePieces (session.host, guest, searchSeconds, progress);
+}
+
 void placeGuests (Session& session, const std::vector<ScanFile>& scans, const SyncProgress& progress)
 {
-    const SyncEngine engine;
     const auto count = (float) session.guests.size();
     auto index = 0.0f;
 
@@ -53,16 +64,18 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
             { progress ((index + fraction) / count, phase); };
 
         ++index;
-        const auto* placement = findLockedPlacement (scans, guest);
 
-        // Several pieces are searched one by one, each from its file.
-        if (placement != nullptr || guest.pieces.size() <= 1)
-            session.extractGuestAudio (guest);
-
-        if (placement != nullptr)
-            SyncEngine::applyLockedAlignment (guest, placement->alignment);
-        else
-            guest.alignment = engine.alignAndPlacePieces (session.host, guest, searchSeconds, guestProgress);
+        try
+        {
+            placeGuest (session, guest, findLockedPlacement (scans, guest), guestProgress);
+        }
+        catch (const std::bad_alloc&)
+        {
+            // One damaged header in a folder must not cost every take of it.
+            guest.alignment = {};
+            guest.alignment.needsManual = true;
+            guest.alignment.detail = "Not enough memory to place it";
+        }
     }
 }
 

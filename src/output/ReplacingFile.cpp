@@ -5,6 +5,7 @@
 #include <unistd.h>
 #endif
 
+#include <algorithm>
 #include <csignal>
 #include <mutex>
 #include <set>
@@ -125,7 +126,8 @@ void abandonUnfinishedFiles()
 bool ReplacingFile::write (const void* bytes, size_t count)
 {
     allWritten = allWritten && stream->write (bytes, count);
-    writeback->reached (stream->getPosition());
+    numBytes = std::max (numBytes, stream->getPosition());
+    writeback->reached (numBytes);
     return allWritten;
 }
 
@@ -144,6 +146,10 @@ ReplacingFile::Outcome ReplacingFile::finish()
 
     stream.reset();
     writeback.reset();
+
+    // A disk that fills up takes a part of the last bytes, which the stream does not tell.
+    if (temporary.getFile().getSize() != numBytes)
+        return Outcome::notWritten;
 
     // An empty folder in the target's place would be removed for it.
     if (temporary.getTargetFile().isDirectory())

@@ -48,6 +48,7 @@ private:
     std::unique_ptr<EarlyWriteback> writeback;
     std::unique_ptr<juce::FileOutputStream> stream;    // closed, some systems will move its file
     bool allWritten = true;
+    juce::int64 numBytes = 0;    // that the file must have in the end
 };
 
 /** Replaces a text file: 8-bit, without a byte-order mark, lines ended by carriage return and line feed. */

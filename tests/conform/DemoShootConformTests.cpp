@@ -46,7 +46,7 @@ struct ConformedShoot
         return at == outcome.takes.end() ? nullptr : &*at;
     }
 
-    const WrittenShoot shoot { 20, 2, 3 };
+    const WrittenShoot shoot { 20, 2, 1 };
     ConformOutcome outcome;
 };
 
