@@ -1,6 +1,7 @@
 #include "media/BwfReader.h"
 
 #include "media/BextIxml.h"
+#include "media/LargeBuffers.h"
 
 #include <cstring>
 #include <filesystem>
@@ -348,7 +349,7 @@ std::vector<std::vector<float>> BwfReader::readAllChannels() const
     std::vector<std::vector<float>> audio ((size_t) format.channels);
 
     for (auto& channel : audio)
-        channel.assign ((size_t) held, 0.0f);
+        channel = makeZeros<float> ((size_t) held);
 
     const auto readable = deliverableFrames (format.numFrames, held, channelBlockFrames);
     const auto coding = sampleCodingOf (format);
@@ -410,7 +411,7 @@ BwfReader::Overview BwfReader::readOverview (int channel, int buckets) const
     if (! isReadable (channel) || buckets < 1)
         return overview;
 
-    overview.channel.assign ((size_t) framesInFile(), 0.0f);
+    overview.channel = makeZeros<float> ((size_t) framesInFile());
     overview.peaks = collectPeaks ({}, buckets, overview.channel.data(), channel);
     return overview;
 }

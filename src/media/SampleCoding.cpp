@@ -73,6 +73,27 @@ float factorOf (SampleCoding coding)
     return factor;
 }
 
+// The order of the operands leaves a bound as it stands where the sample is not a number.
+template <typename Value>
+inline void widen (const Value* row, Value* low, Value* high, std::ptrdiff_t count) noexcept
+{
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+    {
+        low[i] = row[i] < low[i] ? row[i] : low[i];
+        high[i] = row[i] > high[i] ? row[i] : high[i];
+    }
+}
+
+LD_VECTOR_CLONES void widenRow (const juce::int32* row, juce::int32* low, juce::int32* high, std::ptrdiff_t count)
+{
+    widen (row, low, high, count);
+}
+
+LD_VECTOR_CLONES void widenRow (const float* row, float* low, float* high, std::ptrdiff_t count)
+{
+    widen (row, low, high, count);
+}
+
 }    // namespace
 
 SampleCoding sampleCodingOf (const AudioFormatInfo& format) noexcept
@@ -164,7 +185,7 @@ void decodeTo24Bit (SampleCoding coding,
 ExtremesFinder::ExtremesFinder (SampleCoding codingToUse, int numChannels, int sampleBytes)
     : coding (codingToUse), channels (numChannels), bytesPerSample (sampleBytes)
 {
-    constexpr juce::int64 wantedLanes = 64;
+    constexpr juce::int64 wantedLanes = 256;
     framesPerRow = std::max<juce::int64> (wantedLanes / channels, 1);
     const auto lanes = (size_t) (framesPerRow * channels);
     const auto isReal = coding == SampleCoding::float32 || coding == SampleCoding::float64;
@@ -196,12 +217,10 @@ template <typename Value>
 void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, juce::int64 numFrames) noexcept
 {
     auto* const row = lanes.row.data();
-    auto* const low = lanes.low.data();
-    auto* const high = lanes.high.data();
     const auto sampleBytes = (std::ptrdiff_t) bytesPerSample;
 
     visitCoding (coding,
-                 [=, this] (auto&& read, float) noexcept
+                 [=, this, &lanes] (auto&& read, float) noexcept
                  {
         if constexpr (std::is_same_v<decltype (read (frames)), Value>)
         {
@@ -213,12 +232,7 @@ void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, ju
                 for (std::ptrdiff_t i = 0; i < count; ++i)
                     row[i] = read (at + i * sampleBytes);
 
-                // The order of the operands leaves a bound as it stands where the sample is not a number.
-                for (std::ptrdiff_t i = 0; i < count; ++i)
-                {
-                    low[i] = row[i] < low[i] ? row[i] : low[i];
-                    high[i] = row[i] > high[i] ? row[i] : high[i];
-                }
+                widenRow (row, lanes.low.data(), lanes.high.data(), count);
             }
         }
     });

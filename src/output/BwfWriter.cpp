@@ -43,7 +43,7 @@ juce::Result prepareGuest (const GuestClip& guest, int hostRate, GuestLanes& lan
             lanes.loaded = reader.readAllChannels();
 
             for (auto& channel : lanes.loaded)
-                channel = resampleTo (channel, reader.format.sampleRate, hostRate);
+                channel = resampleTo (std::move (channel), reader.format.sampleRate, hostRate);
         }
     }
 

@@ -50,7 +50,7 @@ std::optional<LoadedPiece> loadPiece (const HostTake& host, const juce::File& fi
     for (auto& channel : loaded.channels)
     {
         channel.resize (std::max<size_t> (channel.size(), 1));
-        channel = resampleTo (channel, reader.format.sampleRate, rateOf (host.format));
+        channel = resampleTo (std::move (channel), reader.format.sampleRate, rateOf (host.format));
     }
 
     loaded.duration = (int64) loaded.channels.front().size();

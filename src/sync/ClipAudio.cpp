@@ -1,5 +1,6 @@
 #include "sync/ClipAudio.h"
 
+#include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
 #include "media/VectorClones.h"
 #include "sync/Signal.h"
@@ -55,12 +56,12 @@ layOutAudio (const std::vector<PlacedAudio>& pieces, size_t channelCount, juce::
 {
     requireMemory ((double) length * ((double) channelCount * sizeof (float) + 1.0));
     std::vector<std::vector<float>> channels (channelCount);
-    std::vector<juce::uint8> covered;
+    auto covered = makeZeros<juce::uint8> ((size_t) length);
 
     for (size_t c = 0; c < channelCount; ++c)
     {
-        channels[c].assign ((size_t) length, 0.0f);
-        covered.assign ((size_t) length, 0);
+        channels[c] = makeZeros<float> ((size_t) length);
+        std::fill (covered.begin(), covered.end(), (juce::uint8) 0);
 
         for (const auto& piece : pieces)
         {

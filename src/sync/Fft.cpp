@@ -1,5 +1,7 @@
 #include "sync/Fft.h"
 
+#include "media/LargeBuffers.h"
+
 #include <juce_dsp/juce_dsp.h>
 
 #include <array>
@@ -55,6 +57,7 @@ RealFft::Buffer::Buffer (int order) : log2Size (order)
     if (spare.empty())
     {
         data = std::make_unique_for_overwrite<float[]> ((size_t) 2 << order);
+        adviseLargePages (data.get(), ((size_t) 2 << order) * sizeof (float));
         return;
     }
 

@@ -1,5 +1,6 @@
 #include "sync/Signal.h"
 
+#include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
 #include "media/VectorClones.h"
 
@@ -52,6 +53,14 @@ interpolateLong (const float* in, std::int64_t inLength, float* out, std::int64_
     interpolate<std::int64_t> (in, inLength, out, outLength, ratio);
 }
 
+// Rates that make no sense count as equal: the signal is left as it is.
+bool isSameRate (double sourceRate, double targetRate)
+{
+    constexpr double smallestDifference = 1e-12;
+    return ! (sourceRate > 0.0) || ! (targetRate > 0.0)
+           || std::abs (sourceRate / targetRate - 1.0) < smallestDifference;
+}
+
 LD_VECTOR_CLONES void addScaled (float* out, const float* in, size_t count, float gain)
 {
     for (size_t i = 0; i < count; ++i)
@@ -62,24 +71,15 @@ LD_VECTOR_CLONES void addScaled (float* out, const float* in, size_t count, floa
 
 std::vector<float> resampleTo (std::span<const float> samples, double sourceRate, double targetRate)
 {
-    constexpr double sameRate = 1e-12;
-
-    if (samples.empty())
-        return {};
-
-    if (! (sourceRate > 0.0) || ! (targetRate > 0.0))
-        return { samples.begin(), samples.end() };
+    if (samples.empty() || isSameRate (sourceRate, targetRate))
+        return copyOf (samples);
 
     const auto ratio = sourceRate / targetRate;
-
-    if (std::abs (ratio - 1.0) < sameRate)
-        return { samples.begin(), samples.end() };
-
     const auto exactLength = std::round ((double) samples.size() / ratio);
     requireMemory (exactLength * sizeof (float));
     const auto length = exactLength < 2.0 ? 1 : (std::int64_t) exactLength;
     const auto inLength = (std::int64_t) samples.size();
-    std::vector<float> out ((size_t) length);
+    auto out = makeZeros<float> ((size_t) length);
 
     if (inLength < std::numeric_limits<std::int32_t>::max())
         interpolateShort (samples.data(), inLength, out.data(), length, ratio);
@@ -89,16 +89,24 @@ std::vector<float> resampleTo (std::span<const float> samples, double sourceRate
     return out;
 }
 
+std::vector<float> resampleTo (std::vector<float>&& samples, double sourceRate, double targetRate)
+{
+    if (isSameRate (sourceRate, targetRate))
+        return std::move (samples);
+
+    return resampleTo (std::span<const float> (samples), sourceRate, targetRate);
+}
+
 std::vector<float> mixdown (const std::vector<std::vector<float>>& channels)
 {
     if (channels.empty())
         return {};
 
     if (channels.size() == 1)
-        return channels.front();
+        return copyOf (channels.front());
 
     const auto longer = [] (const auto& a, const auto& b) { return a.size() < b.size(); };
-    std::vector<float> mono (std::max_element (channels.begin(), channels.end(), longer)->size());
+    auto mono = makeZeros<float> (std::max_element (channels.begin(), channels.end(), longer)->size());
     const auto gain = 1.0f / std::sqrt ((float) channels.size());
 
     for (const auto& channel : channels)
@@ -110,7 +118,7 @@ std::vector<float> mixdown (const std::vector<std::vector<float>>& channels)
 std::vector<float> applyClockDrift (const std::vector<float>& samples, double driftSlope)
 {
     if (std::abs (driftSlope) < smallestDrift)
-        return samples;
+        return copyOf (samples);
 
     return resampleTo (samples, 1.0, std::clamp (1.0 + driftSlope, 1.0 - mostDrift, 1.0 + mostDrift));
 }

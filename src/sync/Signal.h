@@ -11,6 +11,7 @@ namespace ld
     rates, give a copy. The length is scaled and rounded; a length below 2 becomes 1. The last sample is held.
     Throws std::bad_alloc where the result would not fit the machine's memory. */
 [[nodiscard]] std::vector<float> resampleTo (std::span<const float> samples, double sourceRate, double targetRate);
+[[nodiscard]] std::vector<float> resampleTo (std::vector<float>&& samples, double sourceRate, double targetRate);
 
 /** Sums the channels at a gain of 1 / sqrt (number of channels); one channel is copied as it stands.
     The result is as long as the longest channel. */

@@ -2,6 +2,7 @@
 
 #include "media/BextIxml.h"
 #include "media/BwfReader.h"
+#include "media/LargeBuffers.h"
 #include "media/Timecode.h"
 #include "sync/Mfcc.h"
 #include "sync/Signal.h"
@@ -214,7 +215,7 @@ std::vector<const std::vector<float>*> searchSignalsOf (const GuestClip& guest)
 // One channel of the host, whole. Frames that cannot be read are silence.
 std::vector<float> readWholeChannel (const BwfReader& reader, int channel)
 {
-    std::vector<float> audio ((size_t) reader.framesInFile());
+    auto audio = makeZeros<float> ((size_t) reader.framesInFile());
     juce::ignoreUnused (reader.readChannel (channel, 0, (int64) audio.size(), audio.data(), 1));
     return audio;
 }
@@ -275,7 +276,7 @@ GuestClip clipOfPiece (const BwfReader& reader, int64 hostRate)
     clip.channelAudio = reader.readAllChannels();
 
     for (auto& channel : clip.channelAudio)
-        channel = resampleTo (channel, reader.format.sampleRate, (double) hostRate);
+        channel = resampleTo (std::move (channel), reader.format.sampleRate, (double) hostRate);
 
     clip.monoAudio = mixdown (clip.channelAudio);
     return clip;
