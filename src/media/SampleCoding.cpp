@@ -32,6 +32,16 @@ juce::int32 loadInt24 (const juce::uint8* bytes) noexcept
     return (juce::int32) packed >> 8;
 }
 
+// All but the last sample are read with one byte of the next, which falls off at the top.
+void decodeInt24 (const juce::uint8* samples, std::ptrdiff_t count, juce::int32* destination) noexcept
+{
+    for (std::ptrdiff_t i = 0; i + 1 < count; ++i)
+        destination[i] = (juce::int32) (load<juce::uint32> (samples + 3 * i) << 8) >> 8;
+
+    if (count > 0)
+        destination[count - 1] = loadInt24 (samples + 3 * (count - 1));
+}
+
 juce::int32 wrapAndClampTo24Bit (double value) noexcept
 {
     constexpr auto limit = (double) (juce::int64 { 1 } << 62);
@@ -133,15 +143,17 @@ void decodeChannel (SampleCoding coding,
 
 LD_VECTOR_CLONES void floatsTo24Bit (const float* values, juce::int64 count, juce::int32* destination) noexcept
 {
+    // In double, where adding a half is exact. Two loops, as one with all three choices is not vectorised.
     for (std::ptrdiff_t i = 0; i < count; ++i)
     {
-        // In double, where adding a half is exact. Written so that no branch is left in the loop.
-        const auto known = values[i] == values[i] ? values[i] : 0.0f;
-        const auto scaled = (double) known * scale24Bit;
+        const auto scaled = (double) values[i] * scale24Bit;
         const auto rounding = scaled + std::copysign (0.5, scaled);
         const auto notAbove = rounding > highest24Bit ? (double) highest24Bit : rounding;
         destination[i] = (juce::int32) (notAbove > lowest24Bit ? notAbove : (double) lowest24Bit);
     }
+
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        destination[i] = values[i] == values[i] ? destination[i] : 0;
 }
 
 juce::int32 floatTo24Bit (float value) noexcept
@@ -163,10 +175,7 @@ void decodeTo24Bit (SampleCoding coding,
             for (std::ptrdiff_t i = 0; i < count; ++i)
                 destination[i] = load<juce::int16> (samples + 2 * i) * 256;
             break;
-        case SampleCoding::int24:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                destination[i] = loadInt24 (samples + 3 * i);
-            break;
+        case SampleCoding::int24: decodeInt24 (samples, count, destination); break;
         case SampleCoding::int32:
             for (std::ptrdiff_t i = 0; i < count; ++i)
                 destination[i] = load<juce::int32> (samples + 4 * i) >> 8;
@@ -228,6 +237,16 @@ void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, ju
             {
                 const auto* at = frames + (std::ptrdiff_t) (done * channels) * sampleBytes;
                 const auto count = (std::ptrdiff_t) (std::min (framesPerRow, numFrames - done) * channels);
+
+                if constexpr (std::is_same_v<Value, juce::int32>)
+                {
+                    if (coding == SampleCoding::int24)
+                    {
+                        decodeInt24 (at, count, row);
+                        widenRow (row, lanes.low.data(), lanes.high.data(), count);
+                        continue;
+                    }
+                }
 
                 for (std::ptrdiff_t i = 0; i < count; ++i)
                     row[i] = read (at + i * sampleBytes);

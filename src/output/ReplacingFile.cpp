@@ -47,50 +47,6 @@ juce::File listed (const juce::File& file)
 
 }    // namespace
 
-// Has the system begin writing to the disk while the file still grows, so that the flush at the end has little left to
-// wait for. A hint: where it cannot be given, nothing is lost but time.
-class ReplacingFile::EarlyWriteback
-{
-public:
-#if JUCE_LINUX
-    explicit EarlyWriteback (const juce::File& file)
-        : descriptor (::open (file.getFullPathName().toRawUTF8(), O_WRONLY | O_CLOEXEC))
-    {
-    }
-
-    ~EarlyWriteback()
-    {
-        if (descriptor >= 0)
-            ::close (descriptor);
-    }
-
-    EarlyWriteback (const EarlyWriteback&) = delete;
-    EarlyWriteback& operator= (const EarlyWriteback&) = delete;
-
-    void reached (juce::int64 position)
-    {
-        constexpr juce::int64 stepBytes = 16 << 20;
-
-        if (descriptor < 0 || position - begun < stepBytes)
-            return;
-
-        ::sync_file_range (descriptor, begun, position - begun, SYNC_FILE_RANGE_WRITE);
-        begun = position;
-    }
-
-private:
-    int descriptor;
-    juce::int64 begun = 0;
-#else
-    explicit EarlyWriteback (const juce::File&)
-    {
-    }
-    void reached (juce::int64)
-    {
-    }
-#endif
-};
-
 void reportFileSizeLimitAsError()
 {
 #ifdef SIGXFSZ
@@ -102,7 +58,6 @@ ReplacingFile::ReplacingFile (const juce::File& target)
     : temporary (target, unfinishedSiblingOf (target)),
       stream (std::make_unique<juce::FileOutputStream> (listed (temporary.getFile()), streamBufferBytes))
 {
-    writeback = std::make_unique<EarlyWriteback> (temporary.getFile());
 }
 
 ReplacingFile::~ReplacingFile()
@@ -127,7 +82,6 @@ bool ReplacingFile::write (const void* bytes, size_t count)
 {
     allWritten = allWritten && stream->write (bytes, count);
     numBytes = std::max (numBytes, stream->getPosition());
-    writeback->reached (numBytes);
     return allWritten;
 }
 
@@ -145,7 +99,6 @@ ReplacingFile::Outcome ReplacingFile::finish()
         return Outcome::notWritten;
 
     stream.reset();
-    writeback.reset();
 
     // A disk that fills up takes a part of the last bytes, which the stream does not tell.
     if (temporary.getFile().getSize() != numBytes)

@@ -42,10 +42,7 @@ public:
     [[nodiscard]] Outcome finish();
 
 private:
-    class EarlyWriteback;
-
     juce::TemporaryFile temporary;
-    std::unique_ptr<EarlyWriteback> writeback;
     std::unique_ptr<juce::FileOutputStream> stream;    // closed, some systems will move its file
     bool allWritten = true;
     juce::int64 numBytes = 0;    // that the file must have in the end

@@ -78,7 +78,7 @@ TEST (Resampling, CopiesWhereThereIsNothingToDo)
     for (const auto& [sourceRate, targetRate] : rates)
         EXPECT_EQ (resampleTo (source, sourceRate, targetRate), source) << sourceRate << " to " << targetRate;
 
-    EXPECT_TRUE (resampleTo ({}, 48000, 8000).empty());
+    EXPECT_TRUE (resampleTo (Signal {}, 48000, 8000).empty());
 }
 
 TEST (Mixdown, SumsAtOneOverTheRootOfTheChannelCount)
