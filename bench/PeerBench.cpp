@@ -116,10 +116,13 @@ int main()
              write,
              "sox -M (8 + 4)",
              [&] { runShell ("sox -M " + sources + " " + quoted (merged)); });
+    // Ours is on the disk when it is done, which the peers leave to the system.
     compare ("write COMBINED (MIX + 8 + 4)",
              write,
-             "cp of the result",
-             [&] { runShell ("cp " + quoted (request.outputFile) + " " + quoted (merged)); });
+             "cp, then sync",
+             [&] {
+        runShell ("cp " + quoted (request.outputFile) + " " + quoted (merged) + " && sync " + quoted (merged));
+    });
 
     return EXIT_SUCCESS;
 }

@@ -3,6 +3,7 @@
 #include "cli/DemoShootFiles.h"
 #include "cli/DemoShootMachines.h"
 #include "cli/DemoShootRecorder.h"
+#include "output/ReplacingFile.h"
 
 namespace ld
 {
@@ -135,7 +136,10 @@ juce::Result writeDemoShoot (const DemoShootRequest& request)
     if (const auto recorded = recordScene (request.folder, plan.unrelated); recorded.failed())
         return recorded;
 
-    return replaceText (truth, describeShoot (plan, request.seed));
+    if (! replaceTextFile (truth, describeShoot (plan, request.seed)))
+        return juce::Result::fail ("The file " + truth.getFullPathName() + " could not be written.");
+
+    return juce::Result::ok();
 }
 
 }    // namespace ld

@@ -103,30 +103,36 @@ juce::uint8* encode (float value, int bytesPerSample, juce::uint8* at) noexcept
 
 }    // namespace
 
-juce::Result PlannedFileWriter::open (const juce::File& shootFolder, const PlannedFile& file)
+juce::Result PlannedFileWriter::open (const juce::File& shootFolder, const PlannedFile& planned)
 {
-    const auto target = shootFolder.getChildFile (file.path);
-    format = file.format;
-    stream.reset();
+    target = shootFolder.getChildFile (planned.path);
+    format = planned.format;
 
-    if (target.isDirectory() || target.getParentDirectory().createDirectory().failed())
+    if (target.getParentDirectory().createDirectory().failed())
         return cannotWrite (target);
 
-    temporary = std::make_unique<juce::TemporaryFile> (target);
-    stream = std::make_unique<juce::FileOutputStream> (temporary->getFile());
-    return stream->openedOk() && writeHeader (file) ? juce::Result::ok() : failure();
+    file = std::make_unique<ReplacingFile> (target);
+    return file->isOpen() ? writeHeader (planned) : cannotWrite (target);
 }
 
-bool PlannedFileWriter::writeHeader (const PlannedFile& file)
+juce::Result PlannedFileWriter::put (const void* data, size_t count)
+{
+    return file->write (data, count) ? juce::Result::ok() : cannotWrite (target);
+}
+
+juce::Result PlannedFileWriter::writeHeader (const PlannedFile& planned)
 {
     constexpr juce::int64 waveIdBytes = 4, chunkHeaderBytes = 8;
-    const auto chunks = chunksBeforeAudio (file);
+    const auto chunks = chunksBeforeAudio (planned);
     const auto padded = format.dataBytes + format.dataBytes % 2;
-    const auto riffBytes = waveIdBytes + (juce::int64) chunks.getSize() + chunkHeaderBytes + padded;
-
-    return stream->write ("RIFF", 4) && stream->writeInt ((int) (juce::uint32) riffBytes) && stream->write ("WAVE", 4)
-           && stream->write (chunks.getData(), chunks.getSize()) && stream->write ("data", 4)
-           && stream->writeInt ((int) (juce::uint32) format.dataBytes);
+    juce::MemoryOutputStream header;
+    header.write ("RIFF", 4);
+    header.writeInt ((int) (juce::uint32) (waveIdBytes + (juce::int64) chunks.getSize() + chunkHeaderBytes + padded));
+    header.write ("WAVE", 4);
+    header << chunks;
+    header.write ("data", 4);
+    header.writeInt ((int) (juce::uint32) format.dataBytes);
+    return put (header.getData(), header.getDataSize());
 }
 
 juce::Result PlannedFileWriter::write (const std::vector<std::vector<float>>& channels, int count)
@@ -138,42 +144,17 @@ juce::Result PlannedFileWriter::write (const std::vector<std::vector<float>>& ch
         for (const auto& channel : channels)
             at = encode (channel[(size_t) frame], format.bytesPerSample, at);
 
-    return stream->write (bytes.data(), bytes.size()) ? juce::Result::ok() : failure();
+    return put (bytes.data(), bytes.size());
 }
 
 juce::Result PlannedFileWriter::finish()
 {
-    const auto isPadded = format.dataBytes % 2 == 0 || stream->writeByte (0);
-    stream->flush();
-    const auto isWhole = isPadded && stream->getStatus().wasOk();
-    stream.reset();
+    if (format.dataBytes % 2 != 0)
+        file->write ("", 1);
 
-    if (! isWhole || ! temporary->overwriteTargetFileWithTemporary())
-        return failure();
-
-    temporary.reset();
-    return juce::Result::ok();
-}
-
-juce::Result PlannedFileWriter::failure() const
-{
-    return cannotWrite (temporary->getTargetFile());
-}
-
-juce::Result replaceText (const juce::File& file, const juce::String& text)
-{
-    juce::TemporaryFile temporary (file);
-    juce::FileOutputStream stream (temporary.getFile());
-
-    if (! stream.openedOk() || ! stream.write (text.toRawUTF8(), text.getNumBytesAsUTF8()))
-        return cannotWrite (file);
-
-    stream.flush();
-
-    if (stream.getStatus().failed() || ! temporary.overwriteTargetFileWithTemporary())
-        return cannotWrite (file);
-
-    return juce::Result::ok();
+    const auto isWritten = file->finish() == ReplacingFile::Outcome::replaced;
+    file.reset();
+    return isWritten ? juce::Result::ok() : cannotWrite (target);
 }
 
 }    // namespace ld

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/DemoShootPlan.h"
+#include "output/ReplacingFile.h"
 
 #include <memory>
 
@@ -22,16 +23,13 @@ public:
     [[nodiscard]] juce::Result finish();
 
 private:
-    [[nodiscard]] juce::Result failure() const;
-    [[nodiscard]] bool writeHeader (const PlannedFile&);
+    [[nodiscard]] juce::Result writeHeader (const PlannedFile&);
+    [[nodiscard]] juce::Result put (const void*, size_t);
 
     AudioFormatInfo format;
-    std::unique_ptr<juce::TemporaryFile> temporary;    // deletes what was not finished
-    std::unique_ptr<juce::FileOutputStream> stream;    // closed ahead of that
+    juce::File target;
+    std::unique_ptr<ReplacingFile> file;
     std::vector<juce::uint8> bytes;
 };
-
-/** Replaces a text file, wholly or not at all. */
-[[nodiscard]] juce::Result replaceText (const juce::File&, const juce::String&);
 
 }    // namespace ld

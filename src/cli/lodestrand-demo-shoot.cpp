@@ -1,4 +1,6 @@
 #include "cli/DemoShoot.h"
+#include "cli/Interrupt.h"
+#include "output/ReplacingFile.h"
 
 #include <CLI/CLI.hpp>
 
@@ -24,6 +26,9 @@ juce::String counted (int number, const juce::String& noun)
 
 int main (int argc, char** argv)
 {
+    ld::cleanUpOnInterrupt();
+    ld::reportFileSizeLimitAsError();
+
     CLI::App app { "Writes a small believable shoot with a truth.json that says where everything belongs." };
     ld::DemoShootRequest request;
     std::string folder;

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
+#include <tuple>
 #include <vector>
 
 namespace ld
@@ -170,6 +170,48 @@ WindowPair windowAround (Stretch host, Stretch guest, int64 guestStart, int64 wi
     return {
         { host.samples + hostStart, hostEnd - hostStart }, { guest.samples + guestStart, length }, guestStart, hostStart
     };
+}
+
+struct MeasuredWindow
+{
+    WindowPair pair;
+    AlignResult local;
+    int64 lag;
+
+    [[nodiscard]] float correlation() const
+    {
+        const auto& [host, guest] = std::tie (pair.host, pair.guest);
+        return correlationAtLag (host.samples, host.length, guest.samples, guest.length, local.lag);
+    }
+};
+
+// Correlates windows of the guest, at these fractions of the overlap, with the host around the place where the lag puts
+// them; windows that are too short are left out.
+std::vector<MeasuredWindow> measureWindows (Stretch host,
+                                            Stretch guest,
+                                            int64 lag,
+                                            std::span<const double> fractions,
+                                            int64 window,
+                                            int64 radius,
+                                            int64 shortest)
+{
+    const auto overlap = overlapAt (host.length, guest.length, lag);
+    const auto span = (double) std::max<int64> (overlap.length - window, 0);
+    std::vector<MeasuredWindow> measured;
+
+    for (const auto fraction : fractions)
+    {
+        const auto guestStart = overlap.start + roundToSamples (fraction * span);
+        const auto pair = windowAround (host, guest, guestStart, window, lag, radius);
+
+        if (pair.isShorterThan (shortest))
+            continue;
+
+        const auto local = gccPhat (pair.host, pair.guest);
+        measured.push_back ({ pair, local, pair.toWholeLag (local.lag) });
+    }
+
+    return measured;
 }
 
 struct LagPoint
@@ -353,27 +395,18 @@ measureDrift (const float* host, int64 hostLength, const float* guest, int64 gue
     const auto window = std::min (std::max (overlap.length / 8, rate / 2), 2 * rate);
     const auto wanderRadius = rate / 20 + roundToSamples ((double) overlap.length * 0.005);
     const auto radius = wanderRadius < 256 ? 256 : std::min (wanderRadius, 2 * rate);
-    const auto span = (double) std::max<int64> (overlap.length - window, 0);
     std::vector<LagPoint> points;
     auto correlationSum = 0.0f;
 
-    for (const auto anchor : anchors)
+    for (const auto& measured :
+         measureWindows ({ host, hostLength }, { guest, guestLength }, lag, anchors, window, radius, shortest))
     {
-        const auto guestStart = overlap.start + roundToSamples (anchor * span);
-        const auto pair = windowAround ({ host, hostLength }, { guest, guestLength }, guestStart, window, lag, radius);
+        const auto correlation = measured.correlation();
 
-        if (pair.isShorterThan (shortest))
-            continue;
-
-        const auto local = gccPhat (pair.host, pair.guest);
-        const auto correlation =
-            correlationAtLag (pair.host.samples, pair.host.length, pair.guest.samples, pair.guest.length, local.lag);
-        const auto windowLag = pair.toWholeLag (local.lag);
-
-        if (local.found && local.confidence >= leastConfidence && correlation >= leastCorrelation
-            && std::abs (windowLag - lag) <= 3 * radius)
+        if (measured.local.found && measured.local.confidence >= leastConfidence && correlation >= leastCorrelation
+            && std::abs (measured.lag - lag) <= 3 * radius)
         {
-            points.push_back ({ guestStart, windowLag });
+            points.push_back ({ measured.pair.guestStart, measured.lag });
             correlationSum += correlation;
         }
     }
@@ -407,24 +440,17 @@ verifyAlignment (const float* host, int64 hostLength, const float* guest, int64 
     const auto rate = (int64) std::max (sampleRate, 100);
     const auto window = std::min (std::max<int64> (overlap.length / 5, 2048), 2 * rate);
     const auto margin = std::max<int64> (rate / 10, 64);
-    const auto span = (double) std::max<int64> (overlap.length - window, 0);
     std::vector<int64> lags;
     auto confidenceSum = 0.0f;
 
-    for (const auto fraction : fractions)
+    for (const auto& measured :
+         measureWindows ({ host, hostLength }, { guest, guestLength }, lag, fractions, window, margin, shortest))
     {
-        const auto guestStart = overlap.start + roundToSamples (fraction * span);
-        const auto pair = windowAround ({ host, hostLength }, { guest, guestLength }, guestStart, window, lag, margin);
+        const auto& local = measured.local;
 
-        if (pair.isShorterThan (shortest))
-            continue;
-
-        const auto local = gccPhat (pair.host, pair.guest);
-        const auto windowLag = pair.toWholeLag (local.lag);
-
-        if (local.found && local.confidence >= leastConfidence && std::abs (windowLag - lag) <= margin)
+        if (local.found && local.confidence >= leastConfidence && std::abs (measured.lag - lag) <= margin)
         {
-            lags.push_back (windowLag);
+            lags.push_back (measured.lag);
             confidenceSum += local.confidence;
         }
     }
