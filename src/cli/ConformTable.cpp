@@ -1,5 +1,6 @@
 #include "cli/ConformTable.h"
 
+#include <algorithm>
 #include <iostream>
 #include <numeric>
 
@@ -43,16 +44,32 @@ juce::String describeGuest (const GuestOutcome& guest)
            + guest.alignment.detail + "\n";
 }
 
-juce::String describeTake (const TakeOutcome& take)
+// Every recording is tried on every take. One that was left out here and has its place in another take is no news.
+bool belongsElsewhere (const GuestOutcome& guest, const std::set<juce::String>& placedFiles)
+{
+    const auto isPlaced = [&] (const GuestPiece& piece) { return placedFiles.contains (piece.file.getFullPathName()); };
+    return guest.rejected && std::any_of (guest.pieces.begin(), guest.pieces.end(), isPlaced);
+}
+
+juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>& placedFiles)
 {
     auto text = take.poly.getFileName() + "  ->  "
                 + (take.written ? take.output.getFileName() : "not written: " + take.error) + "\n";
+    auto ofOtherTakes = 0;
 
     for (const auto& guest : take.guests)
-        text << describeGuest (guest);
+    {
+        if (belongsElsewhere (guest, placedFiles))
+            ++ofOtherTakes;
+        else
+            text << describeGuest (guest);
+    }
 
     if (take.guests.empty())
         text << "    no guests\n";
+
+    if (ofOtherTakes > 0)
+        text << "    left out  " << ofOtherTakes << " of other takes\n";
 
     return text;
 }
@@ -80,10 +97,11 @@ juce::String clockText (double seconds)
 
 juce::String makeConformTable (const ConformOutcome& outcome)
 {
+    const auto placedFiles = outcome.placedFiles();
     juce::String text;
 
     for (const auto& take : outcome.takes)
-        text << describeTake (take);
+        text << describeTake (take, placedFiles);
 
     text << listFiles ("Could not be read:", outcome.unreadable);
     text << listFiles ("Belong to no take:", outcome.unmatched);

@@ -65,6 +65,23 @@ juce::var describe (const TakeOutcome& take)
 
 }    // namespace
 
+std::set<juce::String> ConformOutcome::placedFiles() const
+{
+    std::set<juce::String> placed;
+
+    for (const auto& take : takes)
+    {
+        placed.insert (take.poly.getFullPathName());
+
+        for (const auto& guest : take.guests)
+            if (! guest.rejected)
+                for (const auto& piece : guest.pieces)
+                    placed.insert (piece.file.getFullPathName());
+    }
+
+    return placed;
+}
+
 int ConformOutcome::written() const
 {
     return (int) std::count_if (takes.begin(), takes.end(), [] (const auto& take) { return take.written; });
@@ -88,17 +105,7 @@ bool ConformOutcome::isComplete() const
 
 void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scans)
 {
-    std::set<juce::String> placed;
-
-    for (const auto& take : outcome.takes)
-    {
-        placed.insert (take.poly.getFullPathName());
-
-        for (const auto& guest : take.guests)
-            if (! guest.rejected)
-                for (const auto& piece : guest.pieces)
-                    placed.insert (piece.file.getFullPathName());
-    }
+    const auto placed = outcome.placedFiles();
 
     for (const auto& scan : scans)
     {

@@ -12,6 +12,9 @@ struct ConformOutcome
     std::vector<juce::File> unreadable;    // media files that could not be opened
     std::vector<juce::File> unmatched;     // files that found a place in no take
 
+    /** Full paths of the polys and of every file that is in a combined file. */
+    [[nodiscard]] std::set<juce::String> placedFiles() const;
+
     [[nodiscard]] int written() const;
     [[nodiscard]] int rejected() const;       // guests, over all takes
     [[nodiscard]] bool isComplete() const;    // everything was read, matched to a poly and written
