@@ -17,6 +17,10 @@ set(LD_JUCE_MODULES
 
 add_library(ld_juce STATIC)
 target_link_libraries(ld_juce PRIVATE ${LD_JUCE_MODULES} PUBLIC PkgConfig::FFTW3F)
+# Debug builds would greet with the framework's version on the error stream, in the middle of a program's own words.
+set_source_files_properties("${LD_JUCE_DIR}/modules/juce_core/juce_core.cpp"
+    PROPERTIES COMPILE_DEFINITIONS JUCE_DISABLE_JUCE_VERSION_PRINTING=1)
+
 # A distribution's copy comes without the libraries that upstream bundles and uses the system's instead.
 if(NOT EXISTS "${LD_JUCE_DIR}/modules/juce_graphics/image_formats/pnglib/png.h")
     find_package(PNG REQUIRED)

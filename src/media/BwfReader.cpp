@@ -21,8 +21,8 @@ constexpr juce::uint16 floatTag = 3;
 // Far more than any recorder writes: a file of nothing but empty chunks must not fill memory with their table.
 constexpr size_t mostChunks = 65536;
 
-// Text beyond this is no metadata; parsing costs several times its size.
-constexpr juce::int64 largestMetadataBytes = 64 << 20;
+// Text beyond this is no metadata; parsing can cost twenty times its size.
+constexpr juce::int64 largestMetadataBytes = 16 << 20;
 
 constexpr juce::int64 channelBlockFrames = 4096;
 constexpr juce::int64 peakBlockFrames = 8192;

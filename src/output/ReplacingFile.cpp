@@ -80,7 +80,8 @@ void abandonUnfinishedFiles()
 
 bool ReplacingFile::write (const void* bytes, size_t count)
 {
-    allWritten = allWritten && stream->write (bytes, count);
+    // An empty block may have no address at all.
+    allWritten = allWritten && (count == 0 || stream->write (bytes, count));
     numBytes = std::max (numBytes, stream->getPosition());
     return allWritten;
 }
