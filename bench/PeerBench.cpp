@@ -76,8 +76,7 @@ int main()
 {
     const ld::bench::BenchShoot shoot (seconds);
     ld::Session session;
-    const auto load = [&]
-    {
+    const auto load = [&] {
         if (session.loadHost (shoot.poly).failed())
             std::abort();
     };
@@ -105,22 +104,17 @@ int main()
     request.mixerCount = session.mixerCount();
     request.outputFile = shoot.folder.getChildFile ("COMBINED_poly.wav");
 
-    const auto write = [&]
-    {
+    const auto write = [&] {
         if (ld::PolyExporter::write (request).failed())
             std::abort();
     };
     const auto merged = shoot.folder.getChildFile ("merged.wav");
 
-    compare ("write COMBINED (MIX + 8 + 4)",
-             write,
-             "sox -M (8 + 4)",
-             [&] { runShell ("sox -M " + sources + " " + quoted (merged)); });
+    compare ("write COMBINED (MIX + 8 + 4)", write, "sox -M (8 + 4)", [&] {
+        runShell ("sox -M " + sources + " " + quoted (merged));
+    });
     // Ours is on the disk when it is done, which the peers leave to the system.
-    compare ("write COMBINED (MIX + 8 + 4)",
-             write,
-             "cp, then sync",
-             [&] {
+    compare ("write COMBINED (MIX + 8 + 4)", write, "cp, then sync", [&] {
         runShell ("cp " + quoted (request.outputFile) + " " + quoted (merged) + " && sync " + quoted (merged));
     });
 

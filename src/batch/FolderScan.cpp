@@ -331,8 +331,7 @@ std::vector<std::vector<ScanFile>> clusterIsoFills (const std::vector<ScanFile>&
     for (const auto& scan : sorted)
     {
         const auto key = isoFamilyKey (scan);
-        const auto takes = [&] (const auto& cluster)
-        {
+        const auto takes = [&] (const auto& cluster) {
             const auto conflicts = [&] (const ScanFile& member) { return runAtTheSameTime (member, scan); };
             return isoFamilyKey (cluster.front()) == key && std::none_of (cluster.begin(), cluster.end(), conflicts);
         };

@@ -113,13 +113,11 @@ struct GuestSpans
 
 GuestSpans planSpans (const TakeFrame& take, DemoRandom random)
 {
-    const auto around = [&] (double most)
-    {
+    const auto around = [&] (double most) {
         const auto before = random.uniform (0.4, 1.0) * most;
         return SceneSpan { -before, take.seconds + random.uniform (0.4, 1.0) * most };
     };
-    const auto within = [&]
-    {
+    const auto within = [&] {
         const auto late = random.uniform (0.08, 0.16) * take.seconds;
         return SceneSpan { late, take.seconds * random.uniform (0.84, 0.92) };
     };
@@ -137,8 +135,7 @@ std::vector<Recording> planGuests (
     Machines& machines, const ShootNames& names, const TakeFrame& take, const TableSet& set, const GuestSpans& spans)
 {
     std::vector<Recording> guests;
-    const auto add = [&] (Machine& machine, std::vector<Microphone> microphones, SceneSpan span, int pieces)
-    {
+    const auto add = [&] (Machine& machine, std::vector<Microphone> microphones, SceneSpan span, int pieces) {
         auto guest = planGuestFiles (machine, names, take.stamp, span, (int) microphones.size(), pieces);
         guest.channels = oneChannelEach (microphones.size());
         guest.microphones = std::move (microphones);
@@ -146,8 +143,7 @@ std::vector<Recording> planGuests (
     };
 
     // A pack hears what the poly's own channel hears, but through its own converter.
-    const auto own = [] (Microphone lav)
-    {
+    const auto own = [] (Microphone lav) {
         lav.noiseSeed = ~lav.noiseSeed;
         return lav;
     };

@@ -62,8 +62,9 @@ SoundHistory::SoundHistory (SceneSound soundToRender, juce::int64 firstSample)
 
 void SoundHistory::renderUntil (juce::int64 position)
 {
-    const auto grow = [this] (juce::int64 end)
-    { held.resize (std::max (held.size(), (size_t) std::max<juce::int64> (end - first, 0))); };
+    const auto grow = [this] (juce::int64 end) {
+        held.resize (std::max (held.size(), (size_t) std::max<juce::int64> (end - first, 0)));
+    };
 
     for (; nextSyllable < sound.syllables.size(); ++nextSyllable)
     {

@@ -111,9 +111,7 @@ private:
 
 void keepQuiet (std::vector<Syllable>& syllables, SceneSpan quiet)
 {
-    std::erase_if (syllables,
-                   [quiet] (const Syllable& syllable)
-                   {
+    std::erase_if (syllables, [quiet] (const Syllable& syllable) {
         const auto end = syllable.startSeconds + (double) (syllable.consonant.seconds + syllable.vowelSeconds);
         return syllable.startSeconds < quiet.to && end > quiet.from;
     });

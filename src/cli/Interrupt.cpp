@@ -24,9 +24,7 @@ void cleanUpOnInterrupt()
     sigaddset (&signals, SIGHUP);
     pthread_sigmask (SIG_BLOCK, &signals, nullptr);
 
-    std::thread (
-        [signals]
-        {
+    std::thread ([signals] {
         auto number = 0;
 
         if (sigwait (&signals, &number) == 0)

@@ -21,8 +21,7 @@ bool isSoundPlacement (const ScanFile& scan)
 // The placement that a scan found for one of a guest's files, its first file ahead of its pieces.
 const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const GuestClip& guest)
 {
-    const auto placementOf = [&] (const juce::File& file) -> const ScanFile*
-    {
+    const auto placementOf = [&] (const juce::File& file) -> const ScanFile* {
         const auto isSound = [&] (const ScanFile& scan) { return isSoundPlacement (scan) && scan.file == file; };
         const auto at = std::find_if (scans.begin(), scans.end(), isSound);
         return at == scans.end() ? nullptr : &*at;
@@ -60,8 +59,9 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
         SyncProgress guestProgress;
 
         if (progress)
-            guestProgress = [&progress, index, count] (float fraction, const juce::String& phase)
-            { progress ((index + fraction) / count, phase); };
+            guestProgress = [&progress, index, count] (float fraction, const juce::String& phase) {
+                progress ((index + fraction) / count, phase);
+            };
 
         ++index;
 

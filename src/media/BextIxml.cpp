@@ -246,8 +246,7 @@ juce::MemoryBlock serialiseBext (const BextChunk& bext)
 
     juce::MemoryBlock block (historyAt + history.getNumBytesAsUTF8(), true);
     auto* at = static_cast<char*> (block.getData());
-    const auto store = [at] (size_t offset, auto value)
-    {
+    const auto store = [at] (size_t offset, auto value) {
         const auto littleEndian = juce::ByteOrder::swapIfBigEndian (value);
         std::memcpy (at + offset, &littleEndian, sizeof (value));
     };

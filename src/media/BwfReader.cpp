@@ -317,25 +317,22 @@ bool BwfReader::readChannel (
     const auto step = (juce::int64) std::max (stride, 1);
     const auto coding = sampleCodingOf (format);
 
-    const auto shown = visitBlocks (startFrame,
-                                    readable,
-                                    channelBlockFrames,
-                                    [&] (auto* frames, auto frame, auto count)
-                                    {
-        const auto firstIndex = (frame + step - 1) / step;
-        const auto skipped = firstIndex * step - frame;
-        const auto taken = skipped < count ? (count - skipped + step - 1) / step : 0;
+    const auto shown =
+        visitBlocks (startFrame, readable, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
+            const auto firstIndex = (frame + step - 1) / step;
+            const auto skipped = firstIndex * step - frame;
+            const auto taken = skipped < count ? (count - skipped + step - 1) / step : 0;
 
-        decodeChannel (coding,
-                       frames + skipped * frameBytes(),
-                       format.channels,
-                       format.bytesPerSample,
-                       channel,
-                       step,
-                       taken,
-                       destination + firstIndex);
-        return true;
-    });
+            decodeChannel (coding,
+                           frames + skipped * frameBytes(),
+                           format.channels,
+                           format.bytesPerSample,
+                           channel,
+                           step,
+                           taken,
+                           destination + firstIndex);
+            return true;
+        });
 
     return shown == toRead;
 }
@@ -354,11 +351,7 @@ std::vector<std::vector<float>> BwfReader::readAllChannels() const
     const auto readable = deliverableFrames (format.numFrames, held, channelBlockFrames);
     const auto coding = sampleCodingOf (format);
 
-    visitBlocks (0,
-                 readable,
-                 channelBlockFrames,
-                 [&] (auto* frames, auto frame, auto count)
-                 {
+    visitBlocks (0, readable, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
         for (int c = 0; c < format.channels; ++c)
             decodeChannel (
                 coding, frames, format.channels, format.bytesPerSample, c, 1, count, audio[(size_t) c].data() + frame);
@@ -435,8 +428,7 @@ BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* cha
     ExtremesFinder extremes (coding, format.channels, format.bytesPerSample);
     juce::int64 bucket = 0, bucketEnd = 0;
 
-    const auto storeBucket = [&]
-    {
+    const auto storeBucket = [&] {
         for (size_t i = 0; i < lanes.size(); ++i)
         {
             const auto range = extremes.rangeOf (firstChannel + (int) i);
@@ -447,19 +439,14 @@ BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* cha
         extremes.reset();
     };
 
-    const auto endOfBucketAt = [&] (juce::int64 frame)
-    {
+    const auto endOfBucketAt = [&] (juce::int64 frame) {
         bucket = std::min<juce::int64> ((juce::int64) ((double) frame / framesPerBucket), buckets - 1);
         bucketEnd = bucket == buckets - 1 ? format.numFrames : firstFrameOf (bucket + 1, framesPerBucket);
     };
 
     endOfBucketAt (0);
 
-    visitBlocks (0,
-                 outFrames,
-                 channelBlockFrames,
-                 [&] (auto* frames, auto frame, auto count)
-                 {
+    visitBlocks (0, outFrames, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
         if (channelOut != nullptr)
             decodeChannel (
                 coding, frames, format.channels, format.bytesPerSample, outChannel, 1, count, channelOut + frame);

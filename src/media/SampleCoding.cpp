@@ -133,9 +133,7 @@ void decodeChannel (SampleCoding coding,
     const auto* first = frames + (std::ptrdiff_t) channel * bytesPerSample;
     const auto stride = (std::ptrdiff_t) step * channels * bytesPerSample;
 
-    visitCoding (coding,
-                 [=] (auto&& read, float factor) noexcept
-                 {
+    visitCoding (coding, [=] (auto&& read, float factor) noexcept {
         for (std::ptrdiff_t i = 0; i < count; ++i)
             destination[i] = (float) read (first + i * stride) * factor;
     });
@@ -199,8 +197,7 @@ ExtremesFinder::ExtremesFinder (SampleCoding codingToUse, int numChannels, int s
     const auto lanes = (size_t) (framesPerRow * channels);
     const auto isReal = coding == SampleCoding::float32 || coding == SampleCoding::float64;
 
-    const auto size = [lanes] (auto& set)
-    {
+    const auto size = [lanes] (auto& set) {
         for (auto* values : { &set.row, &set.low, &set.high })
             values->resize (lanes);
     };
@@ -228,9 +225,7 @@ void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, ju
     auto* const row = lanes.row.data();
     const auto sampleBytes = (std::ptrdiff_t) bytesPerSample;
 
-    visitCoding (coding,
-                 [=, this, &lanes] (auto&& read, float) noexcept
-                 {
+    visitCoding (coding, [=, this, &lanes] (auto&& read, float) noexcept {
         if constexpr (std::is_same_v<decltype (read (frames)), Value>)
         {
             for (juce::int64 done = 0; done < numFrames; done += framesPerRow)
@@ -272,8 +267,7 @@ ExtremesFinder::Range ExtremesFinder::rangeOf (int channel) const noexcept
     if (framesAdded == 0 || coding == SampleCoding::silence)
         return { 0.0f, 0.0f };
 
-    const auto over = [&] (const auto& lanes)
-    {
+    const auto over = [&] (const auto& lanes) {
         auto low = lanes.low[(size_t) channel];
         auto high = lanes.high[(size_t) channel];
 

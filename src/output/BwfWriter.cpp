@@ -162,12 +162,9 @@ private:
             const auto isSource = (size_t) c >= host.tracks.size() || isMixSourceTrack (host.tracks[(size_t) c]);
 
             if (isSource && index < request.mixerCount)
-                addToMix (request.mixer[(size_t) index],
-                          start,
-                          0,
-                          count,
-                          [&] (int64 i)
-                          { return (float) hostSamples[(size_t) (i * host.format.channels + c)] * 0x1p-23f; });
+                addToMix (request.mixer[(size_t) index], start, 0, count, [&] (int64 i) {
+                    return (float) hostSamples[(size_t) (i * host.format.channels + c)] * 0x1p-23f;
+                });
 
             ++index;
         }
@@ -181,11 +178,9 @@ private:
                 if (index < request.mixerCount)
                 {
                     const auto [begin, end] = soundingPart (channel, local, count);
-                    addToMix (request.mixer[(size_t) index],
-                              start,
-                              begin,
-                              end,
-                              [&] (int64 i) { return channel[(size_t) (local + i)]; });
+                    addToMix (request.mixer[(size_t) index], start, begin, end, [&] (int64 i) {
+                        return channel[(size_t) (local + i)];
+                    });
                 }
 
                 ++index;
@@ -244,8 +239,7 @@ juce::Result writeAudio (const ExportRequest& request,
 
 bool isSource (const ExportRequest& request, const juce::File& file)
 {
-    const auto isOfGuest = [&file] (const GuestClip& guest)
-    {
+    const auto isOfGuest = [&file] (const GuestClip& guest) {
         const auto isPiece = [&file] (const GuestPiece& piece) { return piece.file == file; };
         return guest.file == file || std::any_of (guest.pieces.begin(), guest.pieces.end(), isPiece);
     };

@@ -283,8 +283,9 @@ prepare (const float* host, int64 hostLength, const float* guest, int64 guestLen
         return {};
 
     const auto rate = std::max (sampleRate, 100);
-    const auto at8k = [rate] (const float* samples, int64 length)
-    { return resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate); };
+    const auto at8k = [rate] (const float* samples, int64 length) {
+        return resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate);
+    };
     return PreparedPair { at8k (host, hostLength), at8k (guest, guestLength), rate };
 }
 

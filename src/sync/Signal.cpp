@@ -146,8 +146,7 @@ float stdDev (const std::vector<float>& samples)
 std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples)
 {
     const auto length = (std::int64_t) signal.size();
-    const auto squareAt = [signal] (std::int64_t i)
-    {
+    const auto squareAt = [signal] (std::int64_t i) {
         const auto sample = (double) signal[(size_t) i];
         return sample * sample;
     };

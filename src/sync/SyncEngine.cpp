@@ -125,8 +125,9 @@ Alignment judge (const SignalPair& pair,
     a.offsetSamples = refined.found ? refined.lag : fallbackLag;
     a.method = method;
 
-    const auto told = [&prefix] (const juce::String& text)
-    { return prefix.isEmpty() ? text : prefix + separator() + text; };
+    const auto told = [&prefix] (const juce::String& text) {
+        return prefix.isEmpty() ? text : prefix + separator() + text;
+    };
     const auto* hostData = pair.hostSamples.data();
     const auto* guestData = pair.guestSamples.data();
     const auto drift = measureDrift (
@@ -314,8 +315,9 @@ std::optional<AlignedPiece> alignPiece (const SyncEngine& engine,
 // Joins the placed pieces to one clip on the host's clock; returns its first sample's place on the host.
 int64 joinPieces (GuestClip& guest, std::vector<AlignedPiece> aligned)
 {
-    const auto earlier = [] (const auto& a, const auto& b)
-    { return a.alignment.offsetSamples < b.alignment.offsetSamples; };
+    const auto earlier = [] (const auto& a, const auto& b) {
+        return a.alignment.offsetSamples < b.alignment.offsetSamples;
+    };
     std::stable_sort (aligned.begin(), aligned.end(), earlier);
 
     const auto first = aligned.front().alignment.offsetSamples;
@@ -390,8 +392,7 @@ Alignment SyncEngine::alignBestChannel (const HostTake& host,
     constexpr float scanShare = 0.35f, fineShare = 0.65f;
     constexpr float placedBonus = 2.0f;
     static const juce::String finePhase = "Fine sample alignment";
-    const auto tell = [&progress] (float fraction, const juce::String& phase)
-    {
+    const auto tell = [&progress] (float fraction, const juce::String& phase) {
         if (progress)
             progress (fraction, phase);
     };
@@ -473,8 +474,7 @@ Alignment SyncEngine::alignAndPlacePieces (const HostTake& host,
         SyncProgress pieceProgress;
 
         if (progress)
-            pieceProgress = [&progress, i, total] (float fraction, const juce::String& text)
-            {
+            pieceProgress = [&progress, i, total] (float fraction, const juce::String& text) {
                 progress ((fraction + (float) i) / (float) total,
                           text + separator() + "piece " + juce::String (i + 1) + "/" + juce::String (total));
             };

@@ -192,11 +192,8 @@ TEST (WindowProgram, RunsTwiceSideBySideAndEndsWhenItsWindowIsClosed)
     const auto bothAreOpen = [&] { return windowOf (first) && windowOf (second); };
 
     // While it is set up the window is made anew, and a request waits for the next event: ask until it is heard.
-    const auto endsOnceClosed = [&] (Program& program)
-    {
-        return becomesTrue (
-            [&]
-            {
+    const auto endsOnceClosed = [&] (Program& program) {
+        return becomesTrue ([&] {
             if (const auto window = windowOf (program))
                 desktop.close (*window);
 

@@ -101,8 +101,9 @@ TEST (TimecodeOverlap, IsCountedOnTheHostsClock)
     guestAt44.format.sampleRate = 44100;
     const auto host = scan ("h.wav", 4, 48000 * 20, Stamp { 48000 * 100 });
 
-    const auto at = [] (juce::uint64 second, int64 seconds)
-    { return scan ("g.wav", 1, 48000 * seconds, Stamp { 48000 * second }); };
+    const auto at = [] (juce::uint64 second, int64 seconds) {
+        return scan ("g.wav", 1, 48000 * seconds, Stamp { 48000 * second });
+    };
     const std::tuple<ScanFile, bool, int64, int64> cases[] = {
         { guestAt44, true, 48000, 480000 },     { at (95, 10), true, -240000, 240000 },
         { at (90, 60), true, -480000, 960000 }, { at (119, 10), true, 912000, 48000 },
@@ -182,8 +183,9 @@ TEST (BatchMatching, AFurtherPolyNeedsEvidenceAndATwinHalfItsLength)
     const auto half = (juce::uint64) minute / 2;
     const auto poly = sceneTake (scan ("poly.wav", 6, minute, Stamp { 0 }), "1", "1");
 
-    const auto other = [] (int channels, int64 frames, juce::uint64 at)
-    { return scan ("x.wav", channels, frames, Stamp { at }); };
+    const auto other = [] (int channels, int64 frames, juce::uint64 at) {
+        return scan ("x.wav", channels, frames, Stamp { at });
+    };
     const std::tuple<const char*, ScanFile, bool> cases[] = {
         { "a twin over half its length", other (6, minute, half), true },
         { "a twin over a sample less", other (6, minute, half + 1), false },

@@ -226,8 +226,9 @@ TEST (ConformProgram, EndedInTheMidstOfAWriteItLeavesNoFileOfATakesName)
         addHugePoly (folders.shoot.getChildFile ("T1.wav"));
         ChildProgram program (
             { LD_CONFORM_PROGRAM, folders.shoot.getFullPathName(), "--out", folders.out.getFullPathName() });
-        const auto unfinished = [&]
-        { return folders.out.findChildFiles (juce::File::findFiles, false, ".lodestrand-*.part"); };
+        const auto unfinished = [&] {
+            return folders.out.findChildFiles (juce::File::findFiles, false, ".lodestrand-*.part");
+        };
         ASSERT_TRUE (becomesTrue ([&] { return ! unfinished().isEmpty() || ! program.isRunning(); }));
         program.send (signal);
         const auto status = program.wait();

@@ -151,8 +151,7 @@ TEST (DemoShootSound, APackStaysInStepWithItsOwnMicrophonesChannelFromStartToEnd
 
 TEST (DemoShootSound, EveryMachineDriftsByItsOwnFewPartsInAMillion)
 {
-    const auto ppmOf = [] (const TrueTake& take, const juce::String& source)
-    {
+    const auto ppmOf = [] (const TrueTake& take, const juce::String& source) {
         const auto& piece = take.find (source)->pieces[0];
         return (48000.0 / (piece.hostSamplesPerFrame * piece.sampleRate) - 1.0) * 1.0e6;
     };
@@ -170,8 +169,7 @@ TEST (DemoShootSound, TheTakesAndTheLoneFileShareNoSound)
 {
     // Against its own take a pack's normalised correlation is near 1; against others it is that of strangers.
     const auto& takes = truth().takes;
-    const auto alike = [] (const std::vector<float>& a, const std::vector<float>& b)
-    {
+    const auto alike = [] (const std::vector<float>& a, const std::vector<float>& b) {
         auto product = 0.0, energyA = 1.0e-9, energyB = 1.0e-9;
 
         for (size_t i = 0; i < std::min (a.size(), b.size()); ++i)

@@ -211,8 +211,9 @@ TEST (DemoShoot, TheFilesOfASplitRecordingFollowEachOtherWithoutAGap)
     EXPECT_GT (pieces[1].startSamples, 0.3 * (double) shoot().truth.takes[0].frames);
     EXPECT_LT (pieces[1].startSamples, 0.7 * (double) shoot().truth.takes[0].frames);
 
-    const auto number = [] (const TruePiece& piece)
-    { return piece.file.getFileNameWithoutExtension().getTrailingIntValue(); };
+    const auto number = [] (const TruePiece& piece) {
+        return piece.file.getFileNameWithoutExtension().getTrailingIntValue();
+    };
     EXPECT_EQ (number (pieces[1]), number (pieces[0]) + 1);
 }
 

@@ -136,8 +136,9 @@ TEST (CombineRun, AGuestThatIsPlacedAlreadyIsNotSearchedAgain)
     ASSERT_EQ (lanes.size(), 5u);
     EXPECT_EQ (lanes[1], host[0]);
     EXPECT_EQ (lanes[2], host[2]);
-    const auto countOf = [] (const std::vector<double>& lane, double value)
-    { return std::ranges::count (lane, value); };
+    const auto countOf = [] (const std::vector<double>& lane, double value) {
+        return std::ranges::count (lane, value);
+    };
     EXPECT_EQ (countOf (lanes[3], 0.25 * 8388608.0), 9900);
     EXPECT_EQ (countOf (lanes[4], 0.25 * 8388608.0), 10010) << "stretched by a thousandth";
 

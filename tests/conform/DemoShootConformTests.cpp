@@ -102,8 +102,9 @@ struct PlacedPiece
 
     [[nodiscard]] std::pair<double, double> framesOnPoly() const
     {
-        const auto frameAt = [this] (double position)
-        { return (position - piece.startSamples) / piece.hostSamplesPerFrame; };
+        const auto frameAt = [this] (double position) {
+            return (position - piece.startSamples) / piece.hostSamplesPerFrame;
+        };
         return { std::max (0.0, frameAt (0.0)),
                  std::min ((double) piece.frames, frameAt ((double) take.frames)) - 1.0 };
     }

@@ -331,8 +331,9 @@ TEST (Ixml, AReferenceToNoCharacterLeavesValidText)
     const auto source = "<BWFXML><SCENE>&#xD800;</SCENE><MAKER>&#xDFFF;&#x110000;&#xFFFFFFF;</MAKER><TAPE>"
                         + juce::String (juce::CharPointer_UTF8 ("Caf\xC3\xA9")) + "</TAPE></BWFXML>";
     const auto ixml = parseIxml (source);
-    const auto isValid = [] (const juce::String& text)
-    { return juce::CharPointer_UTF8::isValidString (text.toRawUTF8(), (int) text.getNumBytesAsUTF8()); };
+    const auto isValid = [] (const juce::String& text) {
+        return juce::CharPointer_UTF8::isValidString (text.toRawUTF8(), (int) text.getNumBytesAsUTF8());
+    };
     const auto text = serialiseIxml (ixml, {});
 
     EXPECT_TRUE (isValid (ixml.scene));
@@ -378,8 +379,7 @@ TEST (StartOfFile, IsTheIxmlStampElseThatOfBext)
 
 TEST (StartOfFile, CountsAtTheIxmlRateElseTheFilesOwn)
 {
-    const auto rateOf = [] (bool present, double ixmlRate, int fileRate)
-    {
+    const auto rateOf = [] (bool present, double ixmlRate, int fileRate) {
         IxmlMetadata ixml;
         ixml.present = present;
         ixml.timestampSampleRate = ixmlRate;

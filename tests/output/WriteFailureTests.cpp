@@ -111,8 +111,9 @@ TEST (WriteFailure, EveryCauseHasItsSentenceAndTheFirstOfSeveralIsTold)
         { { [] (Shoot& shoot) { shoot.request.guests[0].file.deleteFile(); } }, noAudio },
         { { [] (Shoot& shoot) { shoot.request.guests[0].format.channels = 2; } }, noAudio },
         { { removeHostFile, putFileInPlaceOfFolder }, "Could not reopen host file." },
-        { { [] (Shoot& shoot)
-            { WaveBuilder ({ .channels = 2 }, Channels (2, { 0.0f })).writeTo (shoot.request.host.file); } },
+        { { [] (Shoot& shoot) {
+              WaveBuilder ({ .channels = 2 }, Channels (2, { 0.0f })).writeTo (shoot.request.host.file);
+          } },
           "Could not reopen host file." },
         { { putFileInPlaceOfFolder }, couldNotCreate },
         { {}, "" },

@@ -104,10 +104,7 @@ bool isInstalled (const juce::String& name)
 {
     const auto folders =
         juce::StringArray::fromTokens (juce::SystemStats::getEnvironmentVariable ("PATH", {}), ":", {});
-    return std::any_of (folders.begin(),
-                        folders.end(),
-                        [&] (const auto& folder)
-                        {
+    return std::any_of (folders.begin(), folders.end(), [&] (const auto& folder) {
         const auto isPath = juce::File::isAbsolutePath (folder);
         return isPath && juce::File (folder).getChildFile (name).existsAsFile();
     });

@@ -88,8 +88,7 @@ TEST_F (Pieces, ArePlacedOneByOneAndJoinedOnTheHostsClock)
     ASSERT_EQ (guest.channelAudio[0].size(), (size_t) (third - first + length));
     ASSERT_EQ (guest.peaks.size(), 2U);
     EXPECT_EQ (guest.monoAudio.size(), guest.channelAudio[0].size());
-    const auto expectGain = [&] (int64 from, int64 to, float gain)
-    {
+    const auto expectGain = [&] (int64 from, int64 to, float gain) {
         for (auto i = from; i < to; ++i)
             ASSERT_NEAR (guest.channelAudio[0][(size_t) i], gain * source[(size_t) (first + i)], 1e-5f) << i;
     };

@@ -62,8 +62,7 @@ double hertzOfMel (double mel)
 // One triangle drawn from its definition: 1 at its middle edge, 0 at and beyond the outer ones.
 double triangle (int filter, double bin)
 {
-    const auto edge = [] (int i)
-    {
+    const auto edge = [] (int i) {
         const auto low = 2595.0 * std::log10 (1.0 + 20.0 / 700.0), high = 2595.0 * std::log10 (1.0 + 4000.0 / 700.0);
         return hertzOfMel (low + (high - low) * i / 27.0) * 512.0 / 8000.0;
     };
@@ -146,8 +145,7 @@ TEST (ColumnCorrelation, IsCircularAtTheNextPowerOfTwo)
 TEST (QuerySearch, NeedsTenFramesInAThirdOfTheSearch)
 {
     const auto query = speech (40000, 8000, 6);
-    const auto searched = [&] (int64 searchFrames, int64 queryFrames)
-    {
+    const auto searched = [&] (int64 searchFrames, int64 queryFrames) {
         return findQueryInSearch (stretchOf (query, 3000, samplesOfFrames (searchFrames)),
                                   stretchOf (query, 3000, samplesOfFrames (queryFrames)),
                                   8000);

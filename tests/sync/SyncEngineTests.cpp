@@ -224,11 +224,10 @@ struct Heard
 
     SyncProgress listener()
     {
-        return [this] (float fraction, const juce::String& phase)
-        {
+        return [this] (float fraction, const juce::String& phase) {
             fractions.push_back (fraction);
             phases.add (phase);
-            };
+        };
     }
 };
 

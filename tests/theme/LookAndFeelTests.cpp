@@ -209,10 +209,7 @@ TEST_F (Theme, ATinyButtonIsDrawnWithoutHarm)
     for (const auto size : { 0, 1, 8 })
     {
         shape.setSize (size, size);
-        picture (16,
-                 16,
-                 [&] (auto& g)
-                 {
+        picture (16, 16, [&] (auto& g) {
             theme.drawButtonBackground (g, shape, palette.raised, false, false);
             theme.drawButtonText (g, shape, false, false);
         });
