@@ -83,6 +83,33 @@ float factorOf (SampleCoding coding)
     return factor;
 }
 
+// Samples in their own terms, neither scaled nor converted: whole numbers of any width,
+void decodeRow (SampleCoding coding, const juce::uint8* samples, std::ptrdiff_t count, juce::int32* row) noexcept
+{
+    switch (coding)
+    {
+        case SampleCoding::int16:
+            for (std::ptrdiff_t i = 0; i < count; ++i)
+                row[i] = load<juce::int16> (samples + 2 * i);
+            break;
+        case SampleCoding::int24: decodeInt24 (samples, count, row); break;
+        default: std::memcpy (row, samples, (size_t) count * sizeof (juce::int32));
+    }
+}
+
+// and real ones.
+void decodeRow (SampleCoding coding, const juce::uint8* samples, std::ptrdiff_t count, float* row) noexcept
+{
+    if (coding == SampleCoding::float32)
+    {
+        std::memcpy (row, samples, (size_t) count * sizeof (float));
+        return;
+    }
+
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        row[i] = (float) load<double> (samples + 8 * i);
+}
+
 // The order of the operands leaves a bound as it stands where the sample is not a number.
 template <typename Value>
 inline void widen (const Value* row, Value* low, Value* high, std::ptrdiff_t count) noexcept
@@ -222,39 +249,21 @@ void ExtremesFinder::reset() noexcept
 template <typename Value>
 void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, juce::int64 numFrames) noexcept
 {
-    auto* const row = lanes.row.data();
-    const auto sampleBytes = (std::ptrdiff_t) bytesPerSample;
-
-    visitCoding (coding, [=, this, &lanes] (auto&& read, float) noexcept {
-        if constexpr (std::is_same_v<decltype (read (frames)), Value>)
-        {
-            for (juce::int64 done = 0; done < numFrames; done += framesPerRow)
-            {
-                const auto* at = frames + (std::ptrdiff_t) (done * channels) * sampleBytes;
-                const auto count = (std::ptrdiff_t) (std::min (framesPerRow, numFrames - done) * channels);
-
-                if constexpr (std::is_same_v<Value, juce::int32>)
-                {
-                    if (coding == SampleCoding::int24)
-                    {
-                        decodeInt24 (at, count, row);
-                        widenRow (row, lanes.low.data(), lanes.high.data(), count);
-                        continue;
-                    }
-                }
-
-                for (std::ptrdiff_t i = 0; i < count; ++i)
-                    row[i] = read (at + i * sampleBytes);
-
-                widenRow (row, lanes.low.data(), lanes.high.data(), count);
-            }
-        }
-    });
+    for (juce::int64 done = 0; done < numFrames; done += framesPerRow)
+    {
+        const auto* at = frames + (std::ptrdiff_t) (done * channels * bytesPerSample);
+        const auto count = (std::ptrdiff_t) (std::min (framesPerRow, numFrames - done) * channels);
+        decodeRow (coding, at, count, lanes.row.data());
+        widenRow (lanes.row.data(), lanes.low.data(), lanes.high.data(), count);
+    }
 }
 
 void ExtremesFinder::add (const juce::uint8* frames, juce::int64 numFrames) noexcept
 {
     framesAdded += numFrames;
+
+    if (coding == SampleCoding::silence)
+        return;
 
     if (real.row.empty())
         addRows (whole, frames, numFrames);
