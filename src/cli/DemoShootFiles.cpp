@@ -137,7 +137,7 @@ juce::Result PlannedFileWriter::writeHeader (const PlannedFile& planned)
 
 juce::Result PlannedFileWriter::write (const std::vector<std::vector<float>>& channels, int count)
 {
-    bytes.resize ((size_t) (count * format.channels * format.bytesPerSample));
+    bytes.resize ((size_t) count * (size_t) (format.channels * format.bytesPerSample));
     auto* at = bytes.data();
 
     for (int frame = 0; frame < count; ++frame)

@@ -49,6 +49,7 @@ ld::ConformOutcome combineAll (const std::vector<ld::BatchMatch>& matches, const
     ld::ConformOutcome outcome;
     ld::OutputNames names (folder);
     std::vector<double> takeSeconds;
+    takeSeconds.reserve (matches.size());
 
     for (const auto& match : matches)
         takeSeconds.push_back ((double) match.host.format.numFrames / match.host.format.sampleRate);
@@ -101,6 +102,7 @@ int conform (const Options& options)
 }    // namespace
 
 int main (int argc, char** argv)
+try
 {
     ld::cleanUpOnInterrupt();
     ld::reportFileSizeLimitAsError();
@@ -123,4 +125,9 @@ int main (int argc, char** argv)
     }
 
     return conform (options);
+}
+catch (const std::exception& error)
+{
+    std::cerr << "lodestrand-conform: It could not go on: " << error.what() << std::endl;
+    return incomplete;
 }

@@ -25,6 +25,7 @@ juce::String counted (int number, const juce::String& noun)
 }    // namespace
 
 int main (int argc, char** argv)
+try
 {
     ld::cleanUpOnInterrupt();
     ld::reportFileSizeLimitAsError();
@@ -58,4 +59,9 @@ int main (int argc, char** argv)
               << counted (ld::countDemoShootFiles (request), "wave file") << " and truth.json to "
               << request.folder.getFullPathName() << "." << std::endl;
     return exitWritten;
+}
+catch (const std::exception& error)
+{
+    std::cerr << "lodestrand-demo-shoot: It could not go on: " << error.what() << std::endl;
+    return exitNotWritten;
 }

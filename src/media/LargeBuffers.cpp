@@ -20,10 +20,10 @@ void adviseLargePages ([[maybe_unused]] void* memory, [[maybe_unused]] size_t by
         return;
 
     // The call takes whole pages only.
-    const auto start = reinterpret_cast<std::uintptr_t> (memory);
-    const auto aligned = (start + pageBytes - 1) / pageBytes * pageBytes;
-    const auto length = (start + bytes - aligned) / pageBytes * pageBytes;
-    juce::ignoreUnused (::madvise (reinterpret_cast<void*> (aligned), length, MADV_HUGEPAGE));
+    const auto into = reinterpret_cast<std::uintptr_t> (memory) % pageBytes;
+    const auto skipped = into == 0 ? 0 : pageBytes - into;
+    const auto length = (bytes - skipped) / pageBytes * pageBytes;
+    juce::ignoreUnused (::madvise (static_cast<char*> (memory) + skipped, length, MADV_HUGEPAGE));
 #endif
 }
 

@@ -92,7 +92,7 @@ Peak findPeak (std::span<const float> r)
 
         for (size_t i = 0; i < block.size(); ++i)
         {
-            const auto k = (int64) (blockStart + i);
+            const auto k = (int64) blockStart + (int64) i;
 
             if (block[i] > peak.best)
             {
