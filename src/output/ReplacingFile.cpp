@@ -62,8 +62,12 @@ ReplacingFile::ReplacingFile (const juce::File& target)
 
 ReplacingFile::~ReplacingFile()
 {
+    stream.reset();
+
+    // Struck off only when it is gone: an interrupt between the two would leave it behind.
     auto& unfinished = UnfinishedFiles::get();
     const std::scoped_lock lock (unfinished.mutex);
+    juce::ignoreUnused (temporary.deleteTemporaryFile());
     unfinished.paths.erase (temporary.getFile().getFullPathName());
 }
 
