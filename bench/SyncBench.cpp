@@ -1,5 +1,5 @@
 #include "BenchInput.h"
-#include "sync/Mfcc.h"
+#include "sync/MfccSearch.h"
 #include "sync/Signal.h"
 #include "sync/SyncEngine.h"
 #include "sync/WaveformSearch.h"

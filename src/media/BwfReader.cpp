@@ -342,23 +342,43 @@ std::vector<std::vector<float>> BwfReader::readAllChannels() const
     if (! format.valid)
         return {};
 
-    const auto held = framesInFile();
     std::vector<std::vector<float>> audio ((size_t) format.channels);
 
     for (auto& channel : audio)
-        channel = makeZeros<float> ((size_t) held);
+        channel = makeZeros<float> ((size_t) framesInFile());
 
-    const auto readable = deliverableFrames (format.numFrames, held, channelBlockFrames);
+    readChannels (0, framesInFile(), audio);
+    return audio;
+}
+
+void BwfReader::readChannels (juce::int64 startFrame,
+                              juce::int64 numFrames,
+                              std::vector<std::vector<float>>& destination) const
+{
+    destination.resize (format.valid ? (size_t) format.channels : 0);
+
+    for (auto& channel : destination)
+        channel.resize ((size_t) numFrames);
+
+    if (! format.valid)
+        return;
+
     const auto coding = sampleCodingOf (format);
+    const auto readable = deliverableFrames (format.numFrames, framesInFile(), channelBlockFrames);
+    const auto toRead = std::max<juce::int64> (std::min (numFrames, readable - startFrame), 0);
 
-    visitBlocks (0, readable, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
-        for (int c = 0; c < format.channels; ++c)
+    const auto shown = visitBlocks (startFrame, toRead, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
+        auto channel = 0;
+
+        for (auto& samples : destination)
             decodeChannel (
-                coding, frames, format.channels, format.bytesPerSample, c, 1, count, audio[(size_t) c].data() + frame);
+                coding, frames, format.channels, format.bytesPerSample, channel++, 1, count, samples.data() + frame);
+
         return true;
     });
 
-    return audio;
+    for (auto& channel : destination)
+        std::fill (channel.begin() + shown, channel.end(), 0.0f);
 }
 
 bool BwfReader::readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFrames, juce::int32* destination) const

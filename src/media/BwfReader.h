@@ -64,6 +64,11 @@ public:
         Returns format.channels vectors of framesInFile() floats; frames that cannot be read are silence. */
     [[nodiscard]] std::vector<std::vector<float>> readAllChannels() const;
 
+    /** Reads a stretch of what readAllChannels gives.
+        destination   one vector of numFrames floats for each channel; reused where it is that already */
+    void
+    readChannels (juce::int64 startFrame, juce::int64 numFrames, std::vector<std::vector<float>>& destination) const;
+
     /** Reads a range of all channels, interleaved, on the signed 24-bit scale.
         destination   numFrames x channels integers; silence past the end of the take
         The whole range is buffered at once: the caller chooses its size. False where it cannot be read whole. */

@@ -1,25 +1,18 @@
 #include "sync/Mfcc.h"
 
-#include "media/Rounding.h"
+#include "media/LargeBuffers.h"
 #include "media/VectorClones.h"
-#include "sync/Fft.h"
-#include "sync/Signal.h"
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
-#include <span>
 
 namespace ld
 {
 namespace
 {
 
-using juce::int64;
-
 constexpr int transformOrder = 9;
 constexpr double pi = juce::MathConstants<double>::pi;
-constexpr int64 shortestSignal = 256;
 
 // The bins in which a triangle is above zero, so that the sums pass over the rest.
 struct Triangle
@@ -198,113 +191,6 @@ void normaliseOverTime (std::vector<MfccFrame>& frames)
             frame[c] = (float) (scales[c] * (frame[c] - means[c]));
 }
 
-std::vector<float> columnOf (std::span<const MfccFrame> frames, size_t coefficient)
-{
-    std::vector<float> column (frames.size());
-    std::transform (
-        frames.begin(), frames.end(), column.begin(), [=] (const MfccFrame& frame) { return frame[coefficient]; });
-    return column;
-}
-
-// a becomes the spectrum of the correlation: A times the conjugate of B.
-void multiplyByConjugate (std::span<float> a, std::span<const float> b)
-{
-    for (size_t k = 0; k < a.size(); k += 2)
-    {
-        const auto re = a[k] * b[k] + a[k + 1] * b[k + 1];
-        const auto im = a[k + 1] * b[k] - a[k] * b[k + 1];
-        a[k] = re;
-        a[k + 1] = im;
-    }
-}
-
-void correlateInto (RealFft::Buffer& a, RealFft::Buffer& b)
-{
-    a.forward();
-    b.forward();
-    multiplyByConjugate (a.spectrum(), b.spectrum());
-    a.inverse();
-}
-
-// How strongly the two agree at each lag, whatever the sign of a coefficient: the root of the sum of the squares of all
-// columns' correlations.
-std::vector<double> combinedCorrelation (std::span<const MfccFrame> search, std::span<const MfccFrame> query)
-{
-    RealFft::Buffer a (RealFft::orderFor ((double) (search.size() + query.size())));
-    RealFft::Buffer b (a.order());
-    std::vector<double> total ((size_t) a.size());
-
-    for (size_t c = 0; c < mfccCoefficients; ++c)
-    {
-        a.load (columnOf (search, c));
-        b.load (columnOf (query, c));
-        correlateInto (a, b);
-        const auto r = a.samples();
-
-        for (size_t i = 0; i < total.size(); ++i)
-            total[i] += (double) r[i] * r[i];
-    }
-
-    for (auto& value : total)
-        value = std::sqrt (value);
-
-    return total;
-}
-
-float zScoreOf (double best, const std::vector<double>& values)
-{
-    constexpr double flat = 1e-10;
-    const auto count = (double) values.size();
-    auto mean = 0.0, squares = 0.0;
-
-    for (const auto value : values)
-        mean += value;
-
-    mean /= count;
-
-    for (const auto value : values)
-        squares += (value - mean) * (value - mean);
-
-    const auto deviation = std::sqrt (squares / count);
-    return deviation > flat ? (float) ((best - mean) / deviation) : 0.0f;
-}
-
-// Both signals at 8 kHz.
-struct PreparedPair
-{
-    std::vector<float> host, guest;
-    int rate;
-};
-
-std::optional<PreparedPair>
-prepare (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
-{
-    if (host == nullptr || guest == nullptr || std::min (hostLength, guestLength) < shortestSignal)
-        return {};
-
-    const auto rate = std::max (sampleRate, 100);
-    const auto at8k = [rate] (const float* samples, int64 length) {
-        return resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate);
-    };
-    return PreparedPair { at8k (host, hostLength), at8k (guest, guestLength), rate };
-}
-
-MfccResult findHostInGuest (const PreparedPair& pair)
-{
-    auto result = findQueryInSearch (pair.guest, pair.host, pair.rate);
-    result.offsetSamples = -result.offsetSamples;
-    result.offsetSeconds = -result.offsetSeconds;
-    return result;
-}
-
-MfccResult offsetOf (const PreparedPair& pair)
-{
-    if (pair.host.size() + mfccFrameSamples < pair.guest.size())
-        return findHostInGuest (pair);
-
-    return findQueryInSearch (pair.host, pair.guest, pair.rate);
-}
-
 }    // namespace
 
 const MelFilterBank& melFilters()
@@ -313,115 +199,57 @@ const MelFilterBank& melFilters()
     return filters;
 }
 
-std::vector<MfccFrame> computeMfcc (const std::vector<float>& samples)
+MfccAnalyser::MfccAnalyser (juce::int64 expectedSamples) : transform (transformOrder), numSamples (expectedSamples)
 {
-    if (samples.size() <= mfccFrameSamples)
-        return {};
+    frames.reserve (numSamples <= mfccFrameSamples ? 1 : (size_t) (numSamples - mfccFrameSamples) / mfccHopSamples + 1);
+    adviseLargePages (frames.data(), frames.capacity() * sizeof (MfccFrame));
+}
 
+void MfccAnalyser::push (std::span<const float> samples)
+{
+    pending.insert (pending.end(), samples.begin(), samples.end());
+    size_t used = 0;
+
+    for (; used + mfccFrameSamples <= pending.size(); used += mfccHopSamples)
+        addFrame (pending.data() + used);
+
+    pending.erase (pending.begin(), pending.begin() + (std::ptrdiff_t) used);
+}
+
+void MfccAnalyser::addFrame (const float* samples)
+{
     const auto& tables = MfccTables::get();
-    std::vector<MfccFrame> frames ((samples.size() - mfccFrameSamples) / mfccHopSamples + 1);
-    RealFft::Buffer transform (transformOrder);
-
+    const auto buffer = transform.samples();
     std::array<double, mfccSpectrumBins> power {};
 
-    for (size_t f = 0; f < frames.size(); ++f)
-    {
-        const auto* at = samples.data() + f * mfccHopSamples;
-        const auto buffer = transform.samples();
+    for (size_t i = 0; i < mfccFrameSamples; ++i)
+        buffer[i] = samples[i] * tables.window[i];
 
-        for (size_t i = 0; i < mfccFrameSamples; ++i)
-            buffer[i] = at[i] * tables.window[i];
+    std::fill (buffer.begin() + mfccFrameSamples, buffer.end(), 0.0f);
+    transform.forward();
+    powerOf (transform.spectrum().data(), power.data());
+    frames.push_back (cepstrumOf (power, tables));
+}
 
-        std::fill (buffer.begin() + mfccFrameSamples, buffer.end(), 0.0f);
-        transform.forward();
-        powerOf (transform.spectrum().data(), power.data());
-        frames[f] = cepstrumOf (power, tables);
-    }
+std::vector<MfccFrame> MfccAnalyser::finish()
+{
+    if (numSamples <= mfccFrameSamples)
+        return {};
 
     normaliseOverTime (frames);
-    return frames;
+    return std::move (frames);
 }
 
-std::vector<float> correlateColumn (const std::vector<float>& a, const std::vector<float>& b)
+std::vector<MfccFrame> computeMfcc (const std::vector<float>& samples)
 {
-    RealFft::Buffer first (RealFft::orderFor ((double) (a.size() + b.size())));
-    RealFft::Buffer second (first.order());
-    first.load (a);
-    second.load (b);
-    correlateInto (first, second);
-    const auto r = first.samples();
-    return { r.begin(), r.end() };
-}
+    constexpr size_t blockSamples = 1 << 16;
+    const std::span<const float> signal (samples);
+    MfccAnalyser analyser ((juce::int64) samples.size());
 
-MfccResult findQueryInSearch (const std::vector<float>& search, const std::vector<float>& query, int sampleRate)
-{
-    constexpr size_t fewestFrames = 10;
-    constexpr size_t mostQueryFrames = 2000;
+    for (size_t start = 0; start < signal.size(); start += blockSamples)
+        analyser.push (signal.subspan (start, std::min (blockSamples, signal.size() - start)));
 
-    const auto searchFrames = computeMfcc (search);
-    const auto queryFrames = computeMfcc (query);
-
-    if (std::min (searchFrames.size(), queryFrames.size()) < fewestFrames)
-        return {};
-
-    const auto length = std::min ({ queryFrames.size(), searchFrames.size() / 3, mostQueryFrames });
-
-    if (length < fewestFrames)
-        return {};
-
-    const auto loudest = (size_t) loudestWindowStart (query, (int64) length * mfccHopSamples) / mfccHopSamples;
-    const auto startFrame = std::min (queryFrames.size() - length, loudest);
-    const auto total = combinedCorrelation (searchFrames, std::span (queryFrames).subspan (startFrame, length));
-    const auto best = std::max_element (total.begin(), total.end());
-    const auto lagFrames =
-        lagFromIndex (best - total.begin(), (int64) total.size(), (int64) length) - (int64) startFrame;
-
-    MfccResult result;
-    result.zScore = zScoreOf (*best, total);
-    result.offsetSeconds = (float) lagFrames * (float) mfccHopSamples / (float) mfccSampleRate;
-    result.offsetSamples = roundToSamples ((double) sampleRate * result.offsetSeconds);
-    result.locked = result.zScore >= mfccLockZScore;
-    return result;
-}
-
-MfccResult
-computeMfccOffset (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
-{
-    const auto pair = prepare (host, hostLength, guest, guestLength, sampleRate);
-    return pair ? offsetOf (*pair) : MfccResult {};
-}
-
-MfccResult
-computeMfccOffsetBothWays (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
-{
-    const auto pair = prepare (host, hostLength, guest, guestLength, sampleRate);
-
-    if (! pair)
-        return {};
-
-    const auto oneWay = offsetOf (*pair);
-    const auto otherWay = findHostInGuest (*pair);
-    return otherWay.zScore > oneWay.zScore ? otherWay : oneWay;
-}
-
-MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostChannels,
-                                  const float* guest,
-                                  int64 guestLength,
-                                  int sampleRate,
-                                  bool bothWays)
-{
-    MfccResult best;
-
-    for (const auto& channel : hostChannels)
-    {
-        const auto search = bothWays ? computeMfccOffsetBothWays : computeMfccOffset;
-        const auto result = search (channel.data(), (int64) channel.size(), guest, guestLength, sampleRate);
-
-        if (result.zScore > best.zScore)
-            best = result;
-    }
-
-    return best;
+    return analyser.finish();
 }
 
 }    // namespace ld

@@ -13,6 +13,23 @@ namespace ld
 [[nodiscard]] std::vector<float> resampleTo (std::span<const float> samples, double sourceRate, double targetRate);
 [[nodiscard]] std::vector<float> resampleTo (std::vector<float>&& samples, double sourceRate, double targetRate);
 
+/** True also for rates that make no sense: the signal is left as it is. */
+[[nodiscard]] bool isSameRate (double sourceRate, double targetRate);
+
+/** How many samples resampleTo makes of this many. */
+[[nodiscard]] std::int64_t resampledLength (std::int64_t samples, double sourceRate, double targetRate);
+
+/** A stretch of what resampleTo gives.
+    samples       a stretch of the signal that holds both neighbours of every output, or ends with the signal
+    firstSample   its place in the signal
+    firstOutput   place of out in the result
+    ratio         source rate by target rate */
+void resampleStretch (std::span<const float> samples,
+                      std::int64_t firstSample,
+                      std::span<float> out,
+                      std::int64_t firstOutput,
+                      double ratio);
+
 /** Sums the channels at a gain of 1 / sqrt (number of channels); one channel is copied as it stands.
     The result is as long as the longest channel. */
 [[nodiscard]] std::vector<float> mixdown (const std::vector<std::vector<float>>& channels);
@@ -27,6 +44,24 @@ namespace ld
 /** Where the loudest window of this many samples begins, by its sum of squares; the first of equals. Where it is not the
     signal's start it is told one sample early: the index before the step that made it the loudest. */
 [[nodiscard]] std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples);
+
+/** The same of a signal that comes in blocks. */
+class LoudestWindow
+{
+public:
+    explicit LoudestWindow (std::int64_t windowSamples);
+    void push (std::span<const float>);
+    [[nodiscard]] std::int64_t start() const noexcept { return bestStart; }
+
+private:
+    void slideOver (std::span<const float>);
+
+    std::int64_t windowSamples;
+    std::vector<float> window;    // the last samples; once it is full, a ring
+    size_t oldest = 0;            // where the ring begins
+    double energy = 0.0, bestEnergy = 0.0;
+    std::int64_t steps = 0, bestStart = 0;
+};
 
 /** Drift slopes smaller than this are no drift: they move an hour at 48 kHz by under two samples. */
 constexpr double smallestDrift = 1e-8;

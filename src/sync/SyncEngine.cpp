@@ -4,7 +4,7 @@
 #include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
 #include "media/Timecode.h"
-#include "sync/Mfcc.h"
+#include "sync/MfccSearch.h"
 #include "sync/Signal.h"
 #include "sync/WaveformSearch.h"
 

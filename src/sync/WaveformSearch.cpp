@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
 #include <vector>
 
 namespace ld
@@ -153,34 +152,32 @@ Stretch wholeOf (const std::vector<float>& values) noexcept
 }
 
 // A stretch of the guest and the host around the place where a lag puts it.
-struct WindowPair
+struct WindowBounds
 {
-    Stretch host, guest;
-    int64 guestStart, hostStart;
+    int64 hostStart, hostLength, guestStart, guestLength;
 
-    [[nodiscard]] bool isShorterThan (int64 samples) const { return std::min (host.length, guest.length) < samples; }
+    [[nodiscard]] bool isShorterThan (int64 samples) const { return std::min (hostLength, guestLength) < samples; }
     [[nodiscard]] int64 toWholeLag (int64 local) const { return hostStart - guestStart + local; }
 };
 
-WindowPair windowAround (Stretch host, Stretch guest, int64 guestStart, int64 window, int64 lag, int64 radius)
+WindowBounds
+windowAround (int64 hostLength, int64 guestLength, int64 guestStart, int64 window, int64 lag, int64 radius) noexcept
 {
-    const auto length = std::min (guest.length - guestStart, window);
+    const auto length = std::min (guestLength - guestStart, window);
     const auto hostStart = std::max<int64> (guestStart + lag - radius, 0);
-    const auto hostEnd = std::min (guestStart + lag + radius + length, host.length);
-    return {
-        { host.samples + hostStart, hostEnd - hostStart }, { guest.samples + guestStart, length }, guestStart, hostStart
-    };
+    const auto hostEnd = std::min (guestStart + lag + radius + length, hostLength);
+    return { hostStart, hostEnd - hostStart, guestStart, length };
 }
 
 struct MeasuredWindow
 {
-    WindowPair pair;
+    Stretch host, guest;
+    int64 guestStart;
     AlignResult local;
     int64 lag;
 
     [[nodiscard]] float correlation() const
     {
-        const auto& [host, guest] = std::tie (pair.host, pair.guest);
         return correlationAtLag (host.samples, host.length, guest.samples, guest.length, local.lag);
     }
 };
@@ -202,13 +199,15 @@ std::vector<MeasuredWindow> measureWindows (Stretch host,
     for (const auto fraction : fractions)
     {
         const auto guestStart = overlap.start + roundToSamples (fraction * span);
-        const auto pair = windowAround (host, guest, guestStart, window, lag, radius);
+        const auto bounds = windowAround (host.length, guest.length, guestStart, window, lag, radius);
 
-        if (pair.isShorterThan (shortest))
+        if (bounds.isShorterThan (shortest))
             continue;
 
-        const auto local = gccPhat (pair.host, pair.guest);
-        measured.push_back ({ pair, local, pair.toWholeLag (local.lag) });
+        const Stretch hostPart { host.samples + bounds.hostStart, bounds.hostLength };
+        const Stretch guestPart { guest.samples + bounds.guestStart, bounds.guestLength };
+        const auto local = gccPhat (hostPart, guestPart);
+        measured.push_back ({ hostPart, guestPart, guestStart, local, bounds.toWholeLag (local.lag) });
     }
 
     return measured;
@@ -318,13 +317,28 @@ AlignResult refineAround (const float* host,
                           int searchSeconds,
                           int windowSeconds)
 {
+    return refineAround (SignalOnDemand::of (host, host == nullptr ? 0 : hostLength),
+                         SignalOnDemand::of (guest, guest == nullptr ? 0 : guestLength),
+                         roughLag,
+                         sampleRate,
+                         searchSeconds,
+                         windowSeconds);
+}
+
+AlignResult refineAround (const SignalOnDemand& host,
+                          const SignalOnDemand& guest,
+                          int64 roughLag,
+                          int sampleRate,
+                          int searchSeconds,
+                          int windowSeconds)
+{
     constexpr int64 shortest = 32;
     constexpr int64 shortestSlide = 256;
     const AlignResult tooShort { roughLag, 0.15f, true };
     const AlignResult noPeak { roughLag, 0.1f, true };
-    const auto overlap = overlapAt (hostLength, guestLength, roughLag);
+    const auto overlap = overlapAt (host.length, guest.length, roughLag);
 
-    if (host == nullptr || guest == nullptr || overlap.length < shortest)
+    if (overlap.length < shortest)
         return tooShort;
 
     const auto rate = (int64) (sampleRate < 1 ? 48000 : sampleRate);
@@ -332,16 +346,19 @@ AlignResult refineAround (const float* host,
     const auto radius = rate * searchSeconds;
 
     // The raised width may exceed the overlap; then the scan has nothing to slide over.
-    const auto loudest =
-        loudestWindowStart ({ guest + overlap.start, (size_t) overlap.length }, std::max (window, shortestSlide));
-    const auto pair =
-        windowAround ({ host, hostLength }, { guest, guestLength }, overlap.start + loudest, window, roughLag, radius);
+    LoudestWindow loudest (std::max (window, shortestSlide));
+    guest.visitBlocks (overlap.start, overlap.length, [&] (int64, auto samples) { loudest.push (samples); });
+    const auto bounds =
+        windowAround (host.length, guest.length, overlap.start + loudest.start(), window, roughLag, radius);
 
-    if (pair.isShorterThan (shortest))
+    if (bounds.isShorterThan (shortest))
         return tooShort;
 
-    auto result = gccPhat (pair.host, pair.guest);
-    result.lag = pair.toWholeLag (result.lag);
+    std::vector<float> hostScratch, guestScratch;
+    const auto hostPart = host.read (bounds.hostStart, bounds.hostLength, hostScratch);
+    const auto guestPart = guest.read (bounds.guestStart, bounds.guestLength, guestScratch);
+    auto result = gccPhat ({ hostPart.data(), bounds.hostLength }, { guestPart.data(), bounds.guestLength });
+    result.lag = bounds.toWholeLag (result.lag);
 
     if (! result.found || std::abs (result.lag - roughLag) >= radius - 1)
         return noPeak;
@@ -351,26 +368,39 @@ AlignResult refineAround (const float* host,
 
 float correlationAtLag (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag)
 {
+    return correlationAtLag (SignalOnDemand::of (host, host == nullptr ? 0 : hostLength),
+                             SignalOnDemand::of (guest, guest == nullptr ? 0 : guestLength),
+                             lag);
+}
+
+float correlationAtLag (const SignalOnDemand& host, const SignalOnDemand& guest, int64 lag)
+{
     constexpr int64 shortest = 32;
     constexpr int64 mostPairs = 200000;
     constexpr double silence = 1e-12;
 
-    const auto overlap = overlapAt (hostLength, guestLength, lag);
+    const auto overlap = overlapAt (host.length, guest.length, lag);
 
-    if (host == nullptr || guest == nullptr || overlap.length < shortest)
+    if (overlap.length < shortest)
         return 0.0f;
 
     const auto stride = std::max<int64> (overlap.length / mostPairs, 1);
     auto hostEnergy = 0.0, guestEnergy = 0.0, product = 0.0;
+    auto next = overlap.start;
+    std::vector<float> hostScratch;
 
-    for (auto i = overlap.start; i < overlap.start + overlap.length; i += stride)
-    {
-        const auto h = (double) host[i + lag];
-        const auto g = (double) guest[i];
-        hostEnergy += h * h;
-        guestEnergy += g * g;
-        product += h * g;
-    }
+    guest.visitBlocks (overlap.start, overlap.length, [&] (int64 blockStart, auto guestPart) {
+        const auto hostPart = host.read (blockStart + lag, (int64) guestPart.size(), hostScratch);
+
+        for (; next < blockStart + (int64) guestPart.size(); next += stride)
+        {
+            const auto h = (double) hostPart[(size_t) (next - blockStart)];
+            const auto g = (double) guestPart[(size_t) (next - blockStart)];
+            hostEnergy += h * h;
+            guestEnergy += g * g;
+            product += h * g;
+        }
+    });
 
     const auto norm = std::sqrt (hostEnergy * guestEnergy);
     return norm > silence ? (float) std::min (std::abs (product) / norm, 1.0) : 0.0f;
@@ -406,7 +436,7 @@ measureDrift (const float* host, int64 hostLength, const float* guest, int64 gue
         if (measured.local.found && measured.local.confidence >= leastConfidence && correlation >= leastCorrelation
             && std::abs (measured.lag - lag) <= 3 * radius)
         {
-            points.push_back ({ measured.pair.guestStart, measured.lag });
+            points.push_back ({ measured.guestStart, measured.lag });
             correlationSum += correlation;
         }
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <juce_core/juce_core.h>
+#include "sync/SignalOnDemand.h"
 
 namespace ld
 {
@@ -58,10 +58,17 @@ envelopeCoarse (const float* a, juce::int64 aLength, const float* b, juce::int64
                                         int sampleRate,
                                         int searchSeconds,
                                         int windowSeconds);
+[[nodiscard]] AlignResult refineAround (const SignalOnDemand& host,
+                                        const SignalOnDemand& guest,
+                                        juce::int64 roughLag,
+                                        int sampleRate,
+                                        int searchSeconds,
+                                        int windowSeconds);
 
 /** The plain normalised correlation at a lag, 0 to 1; the sign is ignored, so that an inverted microphone scores. */
 [[nodiscard]] float correlationAtLag (
     const float* host, juce::int64 hostLength, const float* guest, juce::int64 guestLength, juce::int64 lag);
+[[nodiscard]] float correlationAtLag (const SignalOnDemand& host, const SignalOnDemand& guest, juce::int64 lag);
 
 /** Measures the lag at five places around the given one and fits a line: the offset and the clock drift. */
 [[nodiscard]] DriftResult measureDrift (const float* host,

@@ -1,4 +1,4 @@
-#include "sync/Mfcc.h"
+#include "sync/MfccSearch.h"
 
 #include "support/TestSignals.h"
 
