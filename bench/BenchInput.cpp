@@ -46,7 +46,7 @@ std::vector<float> makeSignal (size_t samples, juce::uint32 seed)
     return signal;
 }
 
-void writeWave (const juce::File& file, int channels, int seconds, juce::uint32 seed)
+void writeWave (const juce::File& file, int channels, int seconds, juce::uint32 seed, const SoundAt& soundAt)
 {
     constexpr int blockFrames = sampleRate;
     const auto frameBytes = channels * sampleBytes;
@@ -71,8 +71,15 @@ void writeWave (const juce::File& file, int channels, int seconds, juce::uint32 
 
     for (int second = 0; second < seconds; ++second)
     {
-        for (size_t i = 0; i < block.size(); i += sampleBytes)
-            juce::ByteOrder::littleEndian24BitToChars ((int) (noise.next() * 4000000.0f), block.data() + i);
+        for (int i = 0; i < blockFrames * channels; ++i)
+        {
+            auto value = noise.next() * (soundAt ? 0.05f : 0.5f);
+
+            if (soundAt)
+                value += soundAt (i % channels, (juce::int64) second * blockFrames + i / channels);
+
+            juce::ByteOrder::littleEndian24BitToChars ((int) (value * 8000000.0f), block.data() + i * sampleBytes);
+        }
 
         out.write (block.data(), block.size());
     }

@@ -233,7 +233,7 @@ void MfccAnalyser::addFrame (const float* samples)
 
 std::vector<MfccFrame> MfccAnalyser::finish()
 {
-    if (numSamples <= mfccFrameSamples)
+    if (numSamples <= mfccFrameSamples || frames.empty())
         return {};
 
     normaliseOverTime (frames);

@@ -1,0 +1,90 @@
+#include "batch/SourceAudio.h"
+
+#include "media/LargeBuffers.h"
+#include "sync/Signal.h"
+#include "sync/StreamResampler.h"
+
+#include <algorithm>
+
+namespace ld
+{
+
+using juce::int64;
+
+SourceAudio::SourceAudio (const juce::File& file, int wantedRate, OnAudioRead told)
+    : fileRate (1), sampleRate (std::max (wantedRate, 1)), onRead (std::move (told))
+{
+    if (! reader.open (file))
+        return;
+
+    fileRate = std::max (reader.format.sampleRate, 1);
+    frames = std::max<int64> (reader.framesInFile(), 1);
+    samples = resampledLength (frames, fileRate, sampleRate);
+}
+
+void SourceAudio::visitBlocks (int64 start, int64 count, const BlockVisitor& visit) const
+{
+    constexpr int64 blockFrames = 32768;
+
+    if (! isOpen() || count < 1 || start >= samples)
+        return;
+
+    std::vector<StreamResampler> resamplers ((size_t) numChannels(),
+                                             StreamResampler (frames, fileRate, sampleRate, start));
+    std::vector<std::vector<float>> block, out ((size_t) numChannels());
+
+    for (auto at = resamplers.front().firstInput(); count > 0 && at < frames;)
+    {
+        const auto numFrames = std::min (blockFrames, frames - at);
+        reader.readChannels (at, numFrames, block);
+        at += numFrames;
+
+        for (size_t c = 0; c < out.size(); ++c)
+        {
+            out[c].clear();
+            resamplers[c].push (block[c], out[c]);
+            out[c].resize (std::min (out[c].size(), (size_t) count));
+        }
+
+        count -= (int64) out.front().size();
+        visit (out);
+
+        if (onRead)
+            onRead ((double) numFrames / fileRate);
+    }
+}
+
+std::vector<float> SourceAudio::readMono (int64 start, int64 count) const
+{
+    auto mono = makeZeros<float> ((size_t) count);
+    auto at = mono.begin();
+
+    visitBlocks (start, count, [&] (const auto& channels) {
+        const auto block = mixdown (channels);
+        at = std::copy (block.begin(), block.end(), at);
+    });
+
+    return mono;
+}
+
+std::vector<std::vector<float>> loadAllChannels (const juce::File& file, int sampleRate)
+{
+    const SourceAudio source (file, sampleRate);
+    std::vector<std::vector<float>> channels ((size_t) (source.isOpen() ? source.numChannels() : 0));
+
+    for (auto& channel : channels)
+        channel = makeZeros<float> ((size_t) source.length());
+
+    int64 at = 0;
+
+    source.visitBlocks (0, source.length(), [&] (const auto& block) {
+        for (size_t c = 0; c < block.size(); ++c)
+            std::copy (block[c].begin(), block[c].end(), channels[c].begin() + at);
+
+        at += (int64) block.front().size();
+    });
+
+    return channels;
+}
+
+}    // namespace ld
