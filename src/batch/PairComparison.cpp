@@ -217,8 +217,10 @@ void ResidentSource::visitSignals (int64 start, int64 count, const SignalVisitor
 
     if (! isInMemory())
     {
+        std::vector<float> mono;
         SourceAudio (source.file, source.rate, onRead).visitBlocks (start, count, [&] (const auto& channels) {
-            visit (0, mixdown (channels));
+            mixdownBlock (channels, mono);
+            visit (0, mono);
 
             for (size_t c = 0; c < channels.size(); ++c)
                 visit (c + 1, channels[c]);

@@ -29,25 +29,27 @@ void SourceAudio::visitBlocks (int64 start, int64 count, const BlockVisitor& vis
     if (! isOpen() || count < 1 || start >= samples)
         return;
 
+    const auto isResampled = ! isSameRate (fileRate, sampleRate);
     std::vector<StreamResampler> resamplers ((size_t) numChannels(),
                                              StreamResampler (frames, fileRate, sampleRate, start));
     std::vector<std::vector<float>> block, out ((size_t) numChannels());
 
     for (auto at = resamplers.front().firstInput(); count > 0 && at < frames;)
     {
-        const auto numFrames = std::min (blockFrames, frames - at);
+        const auto numFrames = std::min ({ blockFrames, frames - at, isResampled ? blockFrames : count });
         reader.readChannels (at, numFrames, block);
         at += numFrames;
 
-        for (size_t c = 0; c < out.size(); ++c)
+        for (size_t c = 0; isResampled && c < out.size(); ++c)
         {
             out[c].clear();
             resamplers[c].push (block[c], out[c]);
             out[c].resize (std::min (out[c].size(), (size_t) count));
         }
 
-        count -= (int64) out.front().size();
-        visit (out);
+        const auto& shown = isResampled ? out : block;
+        count -= (int64) shown.front().size();
+        visit (shown);
 
         if (onRead)
             onRead ((double) numFrames / fileRate);
@@ -59,8 +61,10 @@ std::vector<float> SourceAudio::readMono (int64 start, int64 count) const
     auto mono = makeZeros<float> ((size_t) count);
     auto at = mono.begin();
 
+    std::vector<float> block;
+
     visitBlocks (start, count, [&] (const auto& channels) {
-        const auto block = mixdown (channels);
+        mixdownBlock (channels, block);
         at = std::copy (block.begin(), block.end(), at);
     });
 

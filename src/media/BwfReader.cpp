@@ -285,14 +285,16 @@ juce::int64 BwfReader::visitBlocks (juce::int64 startFrame,
                                     const BlockVisitor& visit) const
 {
     blockFrames = std::clamp<juce::int64> (largestBlockBytes / frameBytes(), 1, blockFrames);
-    std::vector<juce::uint8> bytes ((size_t) (std::min (blockFrames, numFrames) * frameBytes()));
+
+    if (const auto bytes = std::min (blockFrames, numFrames) * frameBytes(); (juce::int64) blockBytes.size() < bytes)
+        blockBytes.resize ((size_t) bytes);
 
     for (juce::int64 done = 0; done < numFrames; done += blockFrames)
     {
         const auto count = std::min (blockFrames, numFrames - done);
 
-        if (! readExact (dataOffset + (startFrame + done) * frameBytes(), bytes.data(), count * frameBytes())
-            || ! visit (bytes.data(), done, count))
+        if (! readExact (dataOffset + (startFrame + done) * frameBytes(), blockBytes.data(), count * frameBytes())
+            || ! visit (blockBytes.data(), done, count))
             return done;
     }
 

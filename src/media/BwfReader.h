@@ -112,6 +112,7 @@ private:
     collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const;
 
     std::unique_ptr<juce::FileInputStream> stream;
+    mutable std::vector<juce::uint8> blockBytes;    // kept from read to read: stretches are often read one by one
     juce::int64 fileBytes = 0;
 };
 

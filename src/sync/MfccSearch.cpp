@@ -231,7 +231,7 @@ MfccSignal MfccSignal::Builder::finish()
     signal.coefficients = analyser.finish();
     signal.sampleCount = numSamples;
     signal.samples = std::move (samples);
-    signal.loudestOfLongest = loudest.start();
+    signal.loudestOfLongest = loudest.finish();
     return signal;
 }
 

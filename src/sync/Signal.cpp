@@ -5,6 +5,7 @@
 #include "media/VectorClones.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -74,9 +75,22 @@ LD_VECTOR_CLONES void addScaled (float* out, const float* in, size_t count, floa
         out[i] = std::fma (in[i], gain, out[i]);
 }
 
-// By blocks that stay in the processor's cache for all channels.
-void mixInto (std::span<float> mono, const std::vector<std::vector<float>>& channels, float gain)
+// Eight sums, so that they fill the machine's vectors in a fixed order.
+LD_VECTOR_CLONES double energyOf (const float* samples)
 {
+    std::array<double, 8> sums {};
+
+    for (size_t i = 0; i < LoudestWindow::blockSamples; i += sums.size())
+        for (size_t k = 0; k < sums.size(); ++k)
+            sums[k] += (double) samples[i + k] * samples[i + k];
+
+    return ((sums[0] + sums[1]) + (sums[2] + sums[3])) + ((sums[4] + sums[5]) + (sums[6] + sums[7]));
+}
+
+// By blocks that stay in the processor's cache for all channels.
+void mixInto (std::span<float> mono, const std::vector<std::vector<float>>& channels)
+{
+    const auto gain = 1.0f / std::sqrt ((float) channels.size());
     constexpr size_t blockSamples = 4096;
 
     for (size_t start = 0; start < mono.size(); start += blockSamples)
@@ -156,10 +170,20 @@ std::vector<float> mixdown (const std::vector<std::vector<float>>& channels)
 
     const auto longer = [] (const auto& a, const auto& b) { return a.size() < b.size(); };
     auto mono = makeZeros<float> (std::max_element (channels.begin(), channels.end(), longer)->size());
-    const auto gain = 1.0f / std::sqrt ((float) channels.size());
-
-    mixInto (mono, channels, gain);
+    mixInto (mono, channels);
     return mono;
+}
+
+void mixdownBlock (const std::vector<std::vector<float>>& channels, std::vector<float>& mono)
+{
+    if (channels.size() == 1)
+    {
+        mono = channels.front();
+        return;
+    }
+
+    mono.assign (channels.empty() ? 0 : channels.front().size(), 0.0f);
+    mixInto (mono, channels);
 }
 
 std::vector<float> applyClockDrift (const std::vector<float>& samples, double driftSlope)
@@ -190,57 +214,92 @@ float stdDev (const std::vector<float>& samples)
     return (float) std::sqrt (squares / count);
 }
 
-LoudestWindow::LoudestWindow (std::int64_t samples) : windowSamples (std::max<std::int64_t> (samples, 0))
+LoudestWindow::LoudestWindow (std::int64_t samples) : windowSamples ((size_t) std::max<std::int64_t> (samples, 0))
 {
 }
 
 void LoudestWindow::push (std::span<const float> samples)
 {
-    const auto filling = std::min (windowSamples - (std::int64_t) window.size(), (std::int64_t) samples.size());
+    const auto filling = samples.first (std::min (windowSamples - window.size(), samples.size()));
+    window.insert (window.end(), filling.begin(), filling.end());
+    samples = samples.subspan (filling.size());
 
-    for (const auto sample : samples.first ((size_t) filling))
+    for (const auto sample : filling)
         energy += (double) sample * sample;
 
-    window.insert (window.end(), samples.begin(), samples.begin() + filling);
+    bestEnergy = std::max (bestEnergy, filling.empty() ? 0.0 : energy);
 
-    if (filling > 0)
-        bestEnergy = energy;
+    // Blocks lie by the signal, not by how it comes: what is found must not depend on that.
+    while (waiting.size() + samples.size() >= blockSamples && windowSamples > 0)
+    {
+        if (waiting.empty())
+        {
+            slideOver (samples.first (blockSamples));
+            samples = samples.subspan (blockSamples);
+            continue;
+        }
 
-    if ((std::int64_t) window.size() == windowSamples && windowSamples > 0)
-        slideOver (samples.subspan ((size_t) filling));
+        const auto missing = blockSamples - waiting.size();
+        waiting.insert (waiting.end(), samples.begin(), samples.begin() + (std::ptrdiff_t) missing);
+        samples = samples.subspan (missing);
+        slideOver (waiting);
+        waiting.clear();
+    }
+
+    waiting.insert (waiting.end(), samples.begin(), samples.end());
+}
+
+std::int64_t LoudestWindow::finish()
+{
+    if (windowSamples > 0)
+        slideOver (waiting);
+
+    waiting.clear();
+    return bestStart;
 }
 
 void LoudestWindow::slideOver (std::span<const float> samples)
 {
-    while (! samples.empty())
+    const auto oldest = (size_t) steps % windowSamples;
+    const auto leaving = std::span (window).subspan (oldest, std::min (samples.size(), windowSamples - oldest));
+
+    if (leaving.size() == blockSamples)
     {
-        const auto count = std::min (samples.size(), window.size() - oldest);
-        auto* leaving = window.data() + oldest;
-
-        for (size_t i = 0; i < count; ++i)
+        // Energy that leaves can only lower the sum: where all that comes does not reach the best, no step does.
+        if (const auto coming = energyOf (samples.data()); energy + coming <= bestEnergy)
         {
-            energy += (double) samples[i] * samples[i];
-            energy -= (double) leaving[i] * leaving[i];
-            leaving[i] = samples[i];
-
-            if (energy > bestEnergy)
-            {
-                bestEnergy = energy;
-                bestStart = steps + (std::int64_t) i;
-            }
+            energy += coming - energyOf (leaving.data());
+            steps += (std::int64_t) blockSamples;
+            std::copy (samples.begin(), samples.end(), leaving.begin());
+            return;
         }
-
-        steps += (std::int64_t) count;
-        oldest = (oldest + count) % window.size();
-        samples = samples.subspan (count);
     }
+
+    for (const auto sample : samples)
+        slideOneStep (sample);
+}
+
+void LoudestWindow::slideOneStep (float sample)
+{
+    auto& leaving = window[(size_t) steps % windowSamples];
+    energy += (double) sample * sample;
+    energy -= (double) leaving * leaving;
+    leaving = sample;
+
+    if (energy > bestEnergy)
+    {
+        bestEnergy = energy;
+        bestStart = steps;
+    }
+
+    ++steps;
 }
 
 std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples)
 {
     LoudestWindow loudest (windowSamples);
     loudest.push (signal);
-    return loudest.start();
+    return loudest.finish();
 }
 
 }    // namespace ld

@@ -34,6 +34,9 @@ void resampleStretch (std::span<const float> samples,
     The result is as long as the longest channel. */
 [[nodiscard]] std::vector<float> mixdown (const std::vector<std::vector<float>>& channels);
 
+/** The mixdown of a block, whose channels are all of one length, into memory that is used again. */
+void mixdownBlock (const std::vector<std::vector<float>>& channels, std::vector<float>& mono);
+
 /** Stretches a signal whose lag against its host grows by driftSlope samples a sample onto the host's clock.
     The stretch is limited to half a percent either way; below 1e-8 the signal is copied. */
 [[nodiscard]] std::vector<float> applyClockDrift (const std::vector<float>& samples, double driftSlope);
@@ -49,16 +52,21 @@ void resampleStretch (std::span<const float> samples,
 class LoudestWindow
 {
 public:
+    static constexpr size_t blockSamples = 256;
+
     explicit LoudestWindow (std::int64_t windowSamples);
     void push (std::span<const float>);
-    [[nodiscard]] std::int64_t start() const noexcept { return bestStart; }
+
+    /** To be called once, behind the signal's last sample. */
+    [[nodiscard]] std::int64_t finish();
 
 private:
-    void slideOver (std::span<const float>);
+    void slideOver (std::span<const float> block);
+    void slideOneStep (float sample);
 
-    std::int64_t windowSamples;
-    std::vector<float> window;    // the last samples; once it is full, a ring
-    size_t oldest = 0;            // where the ring begins
+    size_t windowSamples;
+    std::vector<float> window;     // the last samples; once it is full, a ring
+    std::vector<float> waiting;    // the beginning of a block
     double energy = 0.0, bestEnergy = 0.0;
     std::int64_t steps = 0, bestStart = 0;
 };

@@ -42,20 +42,32 @@ void StreamResampler::push (std::span<const float> in, std::vector<float>& out)
         return;
     }
 
-    pending.insert (pending.end(), in.begin(), in.end());
-    const auto end = outputsBefore (pendingStart + (std::int64_t) pending.size());
+    if (in.empty())
+        return;
 
+    // Outputs between the last block and this one need the last samples of the one and the first of the other.
+    const auto inStart = pendingStart + (std::int64_t) pending.size();
+    pending.push_back (in.front());
+    appendOutputs (pending, pendingStart, outputsBefore (inStart + 1), out);
+    appendOutputs (in, inStart, outputsBefore (inStart + (std::int64_t) in.size()), out);
+
+    const auto inEnd = inStart + (std::int64_t) in.size();
+    pendingStart = std::clamp (leftOf (nextOutput), inStart, inEnd);
+    pending.assign (in.begin() + (pendingStart - inStart), in.end());
+}
+
+void StreamResampler::appendOutputs (std::span<const float> in,
+                                     std::int64_t inStart,
+                                     std::int64_t end,
+                                     std::vector<float>& out)
+{
     if (end <= nextOutput)
         return;
 
     const auto before = out.size();
     out.resize (before + (size_t) (end - nextOutput));
-    resampleStretch (pending, pendingStart, std::span (out).subspan (before), nextOutput, ratio);
+    resampleStretch (in, inStart, std::span (out).subspan (before), nextOutput, ratio);
     nextOutput = end;
-
-    const auto used = std::min (leftOf (nextOutput) - pendingStart, (std::int64_t) pending.size());
-    pending.erase (pending.begin(), pending.begin() + used);
-    pendingStart += used;
 }
 
 }    // namespace ld

@@ -25,6 +25,7 @@ public:
 private:
     [[nodiscard]] std::int64_t leftOf (std::int64_t output) const noexcept;
     [[nodiscard]] std::int64_t outputsBefore (std::int64_t inEnd) const noexcept;
+    void appendOutputs (std::span<const float> in, std::int64_t inStart, std::int64_t end, std::vector<float>& out);
 
     bool copies;
     double ratio;

@@ -349,7 +349,7 @@ AlignResult refineAround (const SignalOnDemand& host,
     LoudestWindow loudest (std::max (window, shortestSlide));
     guest.visitBlocks (overlap.start, overlap.length, [&] (int64, auto samples) { loudest.push (samples); });
     const auto bounds =
-        windowAround (host.length, guest.length, overlap.start + loudest.start(), window, roughLag, radius);
+        windowAround (host.length, guest.length, overlap.start + loudest.finish(), window, roughLag, radius);
 
     if (bounds.isShorterThan (shortest))
         return tooShort;
