@@ -44,11 +44,12 @@ juce::String describeGuest (const GuestOutcome& guest)
            + guest.alignment.detail + "\n";
 }
 
-// Every recording is tried on every take. One that was left out here and has its place in another take is no news.
+// Every recording is tried on every take. One that was left out here and has its place in another take is no news,
+// unless nobody could hear whether it has one here too.
 bool belongsElsewhere (const GuestOutcome& guest, const std::set<juce::String>& placedFiles)
 {
     const auto isPlaced = [&] (const GuestPiece& piece) { return placedFiles.contains (piece.file.getFullPathName()); };
-    return guest.rejected && std::any_of (guest.pieces.begin(), guest.pieces.end(), isPlaced);
+    return guest.rejected && ! guest.isUnreadable && std::any_of (guest.pieces.begin(), guest.pieces.end(), isPlaced);
 }
 
 juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>& placedFiles)
@@ -105,8 +106,7 @@ juce::String makeConformTable (const ConformOutcome& outcome)
 
     text << listFiles ("Could not be read:", outcome.unreadable);
     text << listFiles ("Belong to no take:", outcome.unmatched);
-    text << "Wrote " << outcome.written() << " of " << (int) outcome.takes.size() << " COMBINED WAV files.\n";
-    return text;
+    return text + combineSummary (outcome.written(), (int) outcome.takes.size(), outcome.rejected()) + "\n";
 }
 
 ProgressLine::ProgressLine (bool isWanted, std::vector<double> secondsOfTakes)

@@ -61,7 +61,7 @@ ld::ConformOutcome combineAll (const std::vector<ld::BatchMatch>& matches, const
         const auto& match = matches[(size_t) i];
         const auto told = [&] (float fraction, const juce::String& phase) { line.show (i, fraction, phase); };
         told (0.0f, match.host.file.getFileName());
-        outcome.takes.push_back (ld::combineTake (match, names.nameFor (match.host.file), told));
+        outcome.takes.push_back (ld::combineTake (match, {}, names.nameFor (match.host.file), told));
     }
 
     return outcome;

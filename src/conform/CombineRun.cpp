@@ -37,11 +37,15 @@ const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const G
     return nullptr;
 }
 
-void placeGuest (Session& session, GuestClip& guest, const ScanFile* placement, const SyncProgress& progress)
+void placeGuest (Session& session, GuestClip& guest, const std::vector<ScanFile>& scans, const SyncProgress& progress)
 {
     // Several pieces are searched one by one, each from its file.
-    if (placement != nullptr || guest.pieces.size() <= 1)
+    if (guest.pieces.size() <= 1 || findLockedPlacement (scans, guest) != nullptr)
         session.extractGuestAudio (guest);
+
+    // Only now is the clip's file its earliest one, whose place is the clip's. A clip whose files have gone since they
+    // were added has no audio: the search says so, where a writer would refuse the other guests too.
+    const auto* placement = guest.channelAudio.empty() ? nullptr : findLockedPlacement (scans, guest);
 
     if (placement != nullptr)
         SyncEngine::applyLockedAlignment (guest, placement->alignment);
@@ -67,7 +71,7 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
 
         try
         {
-            placeGuest (session, guest, findLockedPlacement (scans, guest), guestProgress);
+            placeGuest (session, guest, scans, guestProgress);
         }
         catch (const std::bad_alloc&)
         {
@@ -92,35 +96,83 @@ GuestOutcome outcomeOf (const GuestClip& guest)
     return outcome;
 }
 
-void rejectAll (std::vector<GuestOutcome>& guests)
+GuestOutcome leftOut (const ScanFile& scan, const juce::String& why)
 {
-    for (auto& guest : guests)
-        guest.rejected = true;
+    GuestOutcome outcome;
+    copyIdentity (scan, outcome.pieces.emplace_back());
+    outcome.alignment.needsManual = true;
+    outcome.alignment.detail = why;
+    outcome.rejected = true;
+    return outcome;
 }
 
-juce::Result writeTake (Session& session, const juce::File& output, TakeOutcome& outcome)
+void leaveOutAll (std::vector<GuestOutcome>& guests, const juce::String& why)
+{
+    for (auto& guest : guests)
+    {
+        if (! guest.rejected)
+            guest.alignment.detail = why;
+
+        guest.rejected = true;
+    }
+}
+
+bool isListed (const std::vector<GuestOutcome>& guests, const juce::File& file)
+{
+    const auto isFile = [&] (const GuestPiece& piece) { return piece.file == file; };
+    const auto holdsFile = [&] (const GuestOutcome& guest) {
+        return std::any_of (guest.pieces.begin(), guest.pieces.end(), isFile);
+    };
+    return std::any_of (guests.begin(), guests.end(), holdsFile);
+}
+
+// The guests of the session, then every other file: those that could not be added, and pieces that found no place
+// beside the others of their source.
+std::vector<GuestOutcome>
+listGuests (const Session& session, const std::vector<ScanFile>& scans, const std::vector<juce::Result>& results)
+{
+    std::vector<GuestOutcome> guests;
+
+    for (const auto& guest : session.guests)
+        guests.push_back (outcomeOf (guest));
+
+    for (size_t i = 0; i < scans.size(); ++i)
+    {
+        if (scans[i].file == session.host.file || isListed (guests, scans[i].file))
+            continue;
+
+        const auto failed = results[i].failed();
+        guests.push_back (leftOut (scans[i], failed ? results[i].getErrorMessage() : "No place found for this piece"));
+        guests.back().isUnreadable = failed;
+    }
+
+    return guests;
+}
+
+juce::Result writeTake (Session& session, TakeOutcome& outcome)
 {
     ExportRequest request;
     request.host = std::move (session.host);
     request.mixer = session.mixer;
     request.mixerCount = session.mixerCount();
     request.guests = std::move (session.guests);
-    request.outputFile = output;
+    request.outputFile = outcome.output;
 
     auto result = PolyExporter::write (request);
 
     if (result.failed() && ! request.guests.empty())
     {
         // A poly is worth writing even without its ISOs.
+        outcome.rejected += (int) request.guests.size();
+        leaveOutAll (outcome.guests, result.getErrorMessage());
         request.guests.clear();
-        rejectAll (outcome.guests);
         result = PolyExporter::write (request);
     }
 
     return result;
 }
 
-void combine (const BatchMatch& take, const SyncProgress& progress, TakeOutcome& outcome)
+void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress& progress, TakeOutcome& outcome)
 {
     Session session;
 
@@ -138,18 +190,27 @@ void combine (const BatchMatch& take, const SyncProgress& progress, TakeOutcome&
     for (const auto& scan : take.guests)
         files.push_back (scan.file);
 
-    juce::ignoreUnused (session.addGuestsWithoutAudio (files));
+    const auto results = session.addGuestsWithoutAudio (files);
+    applyMetadataOverrides (session, edits.metadata, edits.names);
     placeGuests (session, take.guests, progress);
+    outcome.guests = listGuests (session, take.guests, results);
+    outcome.rejected =
+        (int) std::erase_if (session.guests, [] (const auto& guest) { return guest.alignment.needsManual; });
+    session.applyMixerTemplate (edits.mixer);
 
-    for (const auto& guest : session.guests)
-        outcome.guests.push_back (outcomeOf (guest));
-
-    std::erase_if (session.guests, [] (const auto& guest) { return guest.alignment.needsManual; });
-    session.applyMixerTemplate ({});
-
-    const auto result = writeTake (session, outcome.output, outcome);
+    const auto result = writeTake (session, outcome);
     outcome.written = result.wasOk();
     outcome.error = result.getErrorMessage();
+}
+
+// No guest of a take that was not written is in a file.
+void leaveOutGuests (const BatchMatch& take, TakeOutcome& outcome)
+{
+    if (outcome.guests.empty())
+        for (const auto& scan : take.guests)
+            outcome.guests.push_back (leftOut (scan, outcome.error));
+
+    leaveOutAll (outcome.guests, outcome.error);
 }
 
 }    // namespace
@@ -170,7 +231,8 @@ juce::File OutputNames::nameFor (const juce::File& poly)
     return folder.getChildFile (name + ".wav");
 }
 
-TakeOutcome combineTake (const BatchMatch& take, const juce::File& output, const SyncProgress& progress)
+TakeOutcome
+combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& output, const SyncProgress& progress)
 {
     TakeOutcome outcome;
     outcome.poly = take.host.file;
@@ -180,7 +242,7 @@ TakeOutcome combineTake (const BatchMatch& take, const juce::File& output, const
 
     try
     {
-        combine (take, progress, outcome);
+        combine (take, edits, progress, outcome);
     }
     catch (const std::bad_alloc&)
     {
@@ -188,7 +250,24 @@ TakeOutcome combineTake (const BatchMatch& take, const juce::File& output, const
         outcome.error = "Not enough memory to combine " + take.host.file.getFileName() + ".";
     }
 
+    if (! outcome.written)
+        leaveOutGuests (take, outcome);
+
     return outcome;
+}
+
+juce::String combineSummary (int written, int count, int rejected)
+{
+    juce::String text;
+    text << "Wrote " << written << " of " << count << " COMBINED WAV files.";
+
+    if (rejected > 0)
+        text << " " << rejected << " ISO candidates were rejected; their polys were still written.";
+
+    if (count > written)
+        text << " " << (count - written) << " source poly files could not be read or written.";
+
+    return text;
 }
 
 }    // namespace ld

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "conform/MetadataOverrides.h"
 #include "sync/SyncEngine.h"
 
 #include <set>
@@ -8,13 +9,22 @@
 namespace ld
 {
 
-/** What became of one guest of a take. */
+/** What the user has set, for all takes of a run. */
+struct TakeEdits
+{
+    MetadataOverrides metadata;
+    NameOverrides names;
+    MixerTemplate mixer;
+};
+
+/** What became of one guest of a take, or of a file that came to belong to none. */
 struct GuestOutcome
 {
     std::vector<GuestPiece> pieces;    // in the order of their places
     std::vector<juce::String> trackNames;
-    Alignment alignment;
-    bool rejected = false;    // it stayed doubtful and is not in the file
+    Alignment alignment;          // its detail says why where the guest was left out
+    bool rejected = false;        // it is not in the file
+    bool isUnreadable = false;    // a file that could not be added
 };
 
 /** What became of one take. */
@@ -25,7 +35,8 @@ struct TakeOutcome
     juce::String error;     // why it was not written
     juce::String reason;    // how its guests were found
     float score = 0.0f;
-    std::vector<GuestOutcome> guests;
+    std::vector<GuestOutcome> guests;    // every guest file of the match is in one of them
+    int rejected = 0;                    // guests that were added, but stayed doubtful or could not be written
 };
 
 /** Names the files of one run, so that two takes never share one: polys in different folders often bear the same name.
@@ -43,10 +54,16 @@ private:
     std::set<juce::String> taken;
 };
 
-/** Combines one take in a session of its own: loads the poly, adds its guests, places each, leaves out what stays
-    doubtful and writes the file. A write that fails with guests is tried once more without them. Never throws: what does
-    not fit into memory is an error of the take.
+/** Combines one take in a session of its own: loads the poly, adds its guests, lays the edits over them, places each,
+    leaves out what stays doubtful and writes the file. A write that fails with guests is tried once more without them.
+    Never throws: what does not fit into memory is an error of the take.
     progress   told the share of the take's guests that are placed, 0 to 1, on this thread */
-[[nodiscard]] TakeOutcome combineTake (const BatchMatch&, const juce::File& output, const SyncProgress&);
+[[nodiscard]] TakeOutcome
+combineTake (const BatchMatch&, const TakeEdits&, const juce::File& output, const SyncProgress& progress);
+
+/** What a run came to, in one to three sentences.
+    count      takes
+    rejected   guests, over all takes */
+[[nodiscard]] juce::String combineSummary (int written, int count, int rejected);
 
 }    // namespace ld

@@ -63,6 +63,19 @@ juce::var describe (const TakeOutcome& take)
                          { "guests", makeArray (take.guests, [] (const auto& guest) { return describe (guest); }) } });
 }
 
+std::set<juce::String> unreadableGuestFiles (const ConformOutcome& outcome)
+{
+    std::set<juce::String> files;
+
+    for (const auto& take : outcome.takes)
+        for (const auto& guest : take.guests)
+            if (guest.isUnreadable)
+                for (const auto& piece : guest.pieces)
+                    files.insert (piece.file.getFullPathName());
+
+    return files;
+}
+
 }    // namespace
 
 std::set<juce::String> ConformOutcome::placedFiles() const
@@ -92,8 +105,7 @@ int ConformOutcome::rejected() const
     auto count = 0;
 
     for (const auto& take : takes)
-        count += (int) std::count_if (
-            take.guests.begin(), take.guests.end(), [] (const auto& guest) { return guest.rejected; });
+        count += take.rejected;
 
     return count;
 }
@@ -105,13 +117,16 @@ bool ConformOutcome::isComplete() const
 
 void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scans)
 {
-    const auto placed = outcome.placedFiles();
+    const auto placed = outcome.placedFiles(), unreadable = unreadableGuestFiles (outcome);
 
     for (const auto& scan : scans)
     {
-        if (! scan.format.valid)
+        const auto path = scan.file.getFullPathName();
+
+        // A file that was there at the scan can have gone before its take's turn.
+        if (! scan.format.valid || unreadable.contains (path))
             outcome.unreadable.push_back (scan.file);
-        else if (! placed.contains (scan.file.getFullPathName()))
+        else if (! placed.contains (path))
             outcome.unmatched.push_back (scan.file);
     }
 }

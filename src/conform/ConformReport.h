@@ -9,14 +9,14 @@ namespace ld
 struct ConformOutcome
 {
     std::vector<TakeOutcome> takes;
-    std::vector<juce::File> unreadable;    // media files that could not be opened
+    std::vector<juce::File> unreadable;    // media files that could not be opened, by the scan or by a take
     std::vector<juce::File> unmatched;     // files that found a place in no take
 
     /** Full paths of the polys and of every file that is in a combined file. */
     [[nodiscard]] std::set<juce::String> placedFiles() const;
 
     [[nodiscard]] int written() const;
-    [[nodiscard]] int rejected() const;       // guests, over all takes
+    [[nodiscard]] int rejected() const;       // the takes' rejected guests together; unreadable files do not count
     [[nodiscard]] bool isComplete() const;    // everything was read, matched to a poly and written
 };
 

@@ -1,4 +1,4 @@
-#include "conform/CombineRun.h"
+#include "conform/ConformReport.h"
 
 #include "support/DirectLag.h"
 #include "support/TempFolder.h"
@@ -93,6 +93,28 @@ std::vector<float> laneOf (const juce::File& file, size_t lane)
     return samples;
 }
 
+std::vector<std::string> trackNamesIn (const juce::File& file)
+{
+    std::vector<std::string> names;
+
+    for (const auto& track : inspectAudioFile (file).ixml.tracks)
+        names.push_back (track.name.toStdString());
+
+    return names;
+}
+
+// "name: detail" of each guest that was left out.
+std::vector<std::string> leftOutOf (const TakeOutcome& take)
+{
+    std::vector<std::string> lines;
+
+    for (const auto& guest : take.guests)
+        if (guest.rejected)
+            lines.push_back ((guest.pieces.at (0).file.getFileName() + ": " + guest.alignment.detail).toStdString());
+
+    return lines;
+}
+
 std::vector<float> part (const std::vector<float>& samples, int64 start, int64 length)
 {
     return { samples.begin() + start, samples.begin() + start + length };
@@ -125,7 +147,7 @@ TEST (CombineRun, AGuestThatIsPlacedAlreadyIsNotSearchedAgain)
     const auto slow = WaveBuilder ({}, { ones }).writeTo (temp.file ("slow.wav"));
     auto take = takeOf (poly, { lockedAt (pack, -100), lockedAt (slow, 5000, 1.0e-3) });
     take.omittedHost = { 1 };
-    const auto done = combineTake (take, temp.file ("out/COMBINED.wav"), {});
+    const auto done = combineTake (take, {}, temp.file ("out/COMBINED.wav"), {});
     ASSERT_TRUE (done.written) << done.error;
     EXPECT_THAT (walkWave (done.output).complaints, IsEmpty());
     EXPECT_EQ (done.reason, "timecode");
@@ -154,11 +176,12 @@ TEST (CombineRun, ADoubtfulGuestIsLeftOutAndTheTakeIsStillWritten)
     const auto silent = WaveBuilder ({}, { std::vector<float> (96000) }).writeTo (temp.file ("silent.wav"));
     auto unsure = lockedAt (silent, 0);
     unsure.alignment.needsManual = true;
-    const auto done = combineTake (takeOf (poly, { unsure }), temp.file ("COMBINED.wav"), {});
+    const auto done = combineTake (takeOf (poly, { unsure }), {}, temp.file ("COMBINED.wav"), {});
     ASSERT_TRUE (done.written) << done.error;
     ASSERT_EQ (done.guests.size(), 1u);
     EXPECT_TRUE (done.guests[0].rejected);
     EXPECT_NE (done.guests[0].alignment.detail, "");
+    EXPECT_EQ (done.rejected, 1);
     EXPECT_EQ (readLanes (done.output).size(), 4u);
 }
 
@@ -170,7 +193,7 @@ TEST (CombineRun, AGuestThatNoMemoryWouldHoldCostsTheTakeNothingButItself)
 
     // A header damaged to 1 Hz: at the poly's rate it would be eleven days long.
     const auto slow = WaveBuilder ({ .sampleRate = 1 }, { sound }).writeTo (temp.file ("slow.wav"));
-    const auto done = combineTake (takeOf (poly, { inspectAudioFile (slow) }), temp.file ("COMBINED.wav"), {});
+    const auto done = combineTake (takeOf (poly, { inspectAudioFile (slow) }), {}, temp.file ("COMBINED.wav"), {});
     EXPECT_TRUE (done.written) << done.error;
     ASSERT_EQ (done.guests.size(), 1u);
     EXPECT_TRUE (done.guests[0].rejected);
@@ -183,17 +206,146 @@ TEST (CombineRun, WhyATakeWasNotWrittenIsTold)
     const auto poly = writePoly (temp.file ("poly.wav"), noise (1000, 1, 0.2f));
     const auto pack = WaveBuilder ({}, { noise (1000, 2, 0.2f) }).writeTo (temp.file ("pack.wav"));
     const auto take = takeOf (poly, { lockedAt (pack, 0) });
-    const auto blocked = combineTake (take, pack.getChildFile ("COMBINED.wav"), {});
+    const auto blocked = combineTake (take, {}, pack.getChildFile ("COMBINED.wav"), {});
     EXPECT_FALSE (blocked.written);
     EXPECT_EQ (blocked.error, "Could not create output file.");
-    ASSERT_EQ (blocked.guests.size(), 1u);
-    EXPECT_TRUE (blocked.guests[0].rejected);
+    EXPECT_THAT (leftOutOf (blocked), ElementsAre ("pack.wav: Could not create output file."));
+    EXPECT_EQ (blocked.rejected, 1);
 
     poly.deleteFile();
-    const auto gone = combineTake (take, temp.file ("COMBINED.wav"), {});
+    const auto gone = combineTake (take, {}, temp.file ("COMBINED.wav"), {});
     EXPECT_FALSE (gone.written);
     EXPECT_EQ (gone.error, "Could not read poly.wav as a BWF/WAV.");
+    EXPECT_THAT (leftOutOf (gone), ElementsAre ("pack.wav: Could not read poly.wav as a BWF/WAV."));
+    EXPECT_EQ (gone.rejected, 0) << "nobody has tried it";
     EXPECT_FALSE (temp.file ("COMBINED.wav").exists());
+}
+
+TEST (CombineRun, TheUsersNamesAndMixAreInTheFile)
+{
+    const TempFolder temp;
+    const auto level = [] (float value) { return std::vector<float> (40000, value); };
+    const auto poly = WaveBuilder ({ .channels = 3 }, { level (0.5f), level (0.25f), level (0.125f) })
+                          .chunk ("iXML", ixmlBody ({ .trackNames = { "Mix", "Lav", "Boom" }, .stamp = 48000 }))
+                          .writeTo (temp.file ("poly.wav"));
+    const auto pieceOf = [&] (const char* name, float value, int64 start) {
+        const std::vector<float> audio (10000, value);
+        const auto stamp = (juce::uint64) (48000 + start);
+        const auto file = WaveBuilder ({}, { audio })
+                              .chunk ("bext", bextBody ({ .timeReference = stamp }))
+                              .writeTo (temp.file (name));
+        return lockedAt (file, start);
+    };
+
+    // Sorted by name, as a folder lists them, the later recording stands first.
+    const auto take = takeOf (poly, { pieceOf ("pack_10.wav", 0.0625f, 22000), pieceOf ("pack_2.wav", 0.25f, 9000) });
+    const auto path = [&] (const char* name) { return temp.file (name).getFullPathName(); };
+    TakeEdits edits;
+    edits.names["st:1:pack"] = { "Anna" };
+    edits.metadata[path ("poly.wav") + "\n" + path ("pack_10.wav") + "\n" + path ("pack_2.wav")] = {
+        "st:1:pack", std::vector<TrackInfo> (2), "windy"
+    };
+    edits.mixer["H|OTHER|LAV|1"].mute = true;
+    edits.mixer["H|OTHER|BOOM|2"].gainDb = -20.0f;
+    edits.mixer["G|SINGLE|ANNA|0"].automation = { { 0, 0.0f }, { 25600, -40.0f } };
+    const auto done = combineTake (take, edits, temp.file ("COMBINED.wav"), {});
+    ASSERT_TRUE (done.written) << done.error;
+    EXPECT_THAT (walkWave (done.output).complaints, IsEmpty());
+    EXPECT_THAT (trackNamesIn (done.output), ElementsAre ("MIX", "OLDMIX", "Lav", "Boom", "Anna"));
+    EXPECT_EQ (inspectAudioFile (done.output).ixml.note, "windy");
+    ASSERT_EQ (done.guests.size(), 1u);
+    EXPECT_THAT (done.guests[0].trackNames, ElementsAre ("Anna"));
+
+    // Position, the guest's own lane, the new mix: the boom at a tenth and the guest at its curve.
+    const std::tuple<size_t, float, float> expected[] = { { 8999, 0.0f, 0.0125f },
+                                                          { 12800, 0.25f, 0.0125f + 0.25f * 0.1f },
+                                                          { 18944, 0.25f, 0.0125f + 0.25f * 0.0331131f },
+                                                          { 19000, 0.0f, 0.0125f },
+                                                          { 30000, 0.0625f, 0.0125f + 0.0625f * 0.01f },
+                                                          { 32000, 0.0f, 0.0125f } };
+    const auto mix = laneOf (done.output, 0), guest = laneOf (done.output, 4);
+
+    for (const auto& [position, lane, mixed] : expected)
+    {
+        EXPECT_EQ (guest[position], lane) << position;
+        EXPECT_NEAR (mix[position], mixed, 1e-6) << position;
+    }
+}
+
+TEST (CombineRun, DoubtfulPlacesAreSearchedAgainAndTheGuestKeepsItsNames)
+{
+    const TempFolder temp;
+    const auto sound = talk (40 * hostRate, 1);
+    const auto poly = writePoly (temp.file ("poly.wav"), sound);
+    const auto pieceOf = [&] (const char* name, const std::vector<float>& audio) {
+        auto scan = lockedAt (WaveBuilder ({}, { audio }).writeTo (temp.file (name)), 7);
+        scan.alignment.needsManual = true;
+        return scan;
+    };
+    constexpr int64 length = 10 * hostRate;
+    const auto take = takeOf (poly,
+                              { pieceOf ("pack_1.wav", part (sound, 250'000, length)),
+                                pieceOf ("pack_2.wav", talk (length, 77)),
+                                pieceOf ("pack_3.wav", part (sound, 1'200'000, length)) });
+    TakeEdits edits;
+    edits.names["st:1:pack"] = { "Anna" };
+    const auto done = combineTake (take, edits, temp.file ("COMBINED.wav"), {});
+    ASSERT_TRUE (done.written) << done.error;
+    EXPECT_THAT (leftOutOf (done), ElementsAre ("pack_2.wav: No place found for this piece"));
+    EXPECT_EQ (done.rejected, 0) << "the guest itself was placed";
+    ASSERT_FALSE (done.guests.at (0).rejected) << done.guests[0].alignment.detail;
+    EXPECT_NEAR ((double) done.guests[0].alignment.offsetSamples, 250'000.0, 2.0);
+    ASSERT_EQ (done.guests[0].pieces.size(), 2u);
+    EXPECT_NEAR ((double) done.guests[0].pieces[1].offsetSamples, 950'000.0, 2.0);
+    EXPECT_EQ (trackNamesIn (done.output).back(), "Anna");
+}
+
+TEST (CombineRun, GuestFilesThatHaveGoneAreToldAndCostNothingButThemselves)
+{
+    const TempFolder temp;
+    const auto poly = writePoly (temp.file ("poly.wav"), noise (20000, 1, 0.2f));
+    std::vector<ScanFile> scans;
+
+    for (const auto* name : { "silent.wav", "pack.wav", "gone.wav", "text.wav", "late.wav" })
+        scans.push_back (lockedAt (WaveBuilder ({}, { std::vector<float> (9000) }).writeTo (temp.file (name)), 100));
+
+    scans[0].alignment = {};
+    scans[2].file.deleteFile();
+    scans[3].file.replaceWithText ("no audio");
+    auto take = takeOf (poly, scans);
+    take.guests.push_back (scans[1]);
+
+    // The first guest is searched while the last one's disk is pulled out.
+    const auto told = [&] (float, const juce::String&) { scans[4].file.deleteFile(); };
+    ConformOutcome run;
+    run.takes.push_back (combineTake (take, {}, temp.file ("COMBINED.wav"), told));
+    const auto& done = run.takes[0];
+    EXPECT_TRUE (done.written) << done.error;
+    EXPECT_EQ (readLanes (done.output).size(), 5u);
+    ASSERT_FALSE (scans[4].file.exists());
+    ASSERT_EQ (done.guests.size(), 5u) << "a file that is listed twice is one";
+    EXPECT_FALSE (done.guests[1].rejected);
+    EXPECT_THAT (leftOutOf (done),
+                 ElementsAre (testing::StartsWith ("silent.wav: "),
+                              "late.wav: No ISO waveform audio",
+                              "gone.wav: Could not read gone.wav as WAV/BWF.",
+                              "text.wav: Could not read text.wav as WAV/BWF."));
+    EXPECT_TRUE (done.guests[3].alignment.needsManual);
+    EXPECT_EQ (run.rejected(), 2) << "only what could be added is a candidate";
+
+    accountForFiles (run, scans);
+    EXPECT_THAT (run.unreadable, ElementsAre (scans[2].file, scans[3].file));
+    EXPECT_THAT (run.unmatched, ElementsAre (scans[0].file, scans[4].file));
+}
+
+TEST (CombineRun, ItsSummaryNamesOnlyWhatHappened)
+{
+    const juce::String rejected = " ISO candidates were rejected; their polys were still written.";
+    const juce::String unwritten = " source poly files could not be read or written.";
+    EXPECT_EQ (combineSummary (3, 3, 0), "Wrote 3 of 3 COMBINED WAV files.");
+    EXPECT_EQ (combineSummary (1, 1, 1), "Wrote 1 of 1 COMBINED WAV files. 1" + rejected);
+    EXPECT_EQ (combineSummary (2, 3, 0), "Wrote 2 of 3 COMBINED WAV files. 1" + unwritten);
+    EXPECT_EQ (combineSummary (0, 2, 4), "Wrote 0 of 2 COMBINED WAV files. 4" + rejected + " 2" + unwritten);
 }
 
 TEST (CombineRun, AGuestWhoseClockRunsAwayIsInStepFromItsStartToItsEnd)
@@ -208,7 +360,7 @@ TEST (CombineRun, AGuestWhoseClockRunsAwayIsInStepFromItsStartToItsEnd)
     const auto pack = WaveBuilder ({}, { heardAtOtherClock (sound, 30000, clock) })
                           .chunk ("bext", bextBody ({ .timeReference = 48000 + 30000 + 4800 }))
                           .writeTo (temp.file ("pack.wav"));
-    const auto done = combineTake (takeOf (poly, { inspectAudioFile (pack) }), temp.file ("COMBINED.wav"), {});
+    const auto done = combineTake (takeOf (poly, { inspectAudioFile (pack) }), {}, temp.file ("COMBINED.wav"), {});
     ASSERT_TRUE (done.written) << done.error;
     ASSERT_EQ (done.guests.size(), 1u);
     ASSERT_FALSE (done.guests[0].rejected) << done.guests[0].alignment.detail;

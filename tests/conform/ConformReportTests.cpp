@@ -49,9 +49,17 @@ ConformOutcome outcome()
     doubtful.pieces[0].file = at ("/shoot/lone.wav");
     doubtful.alignment.needsManual = doubtful.rejected = true;
 
-    TakeOutcome written { at ("/shoot/a.wav"), at ("/out/COMBINED_a.wav"), true, {}, "timecode", 92.5f,
-                          { placed, doubtful } };
-    TakeOutcome failed { at ("/shoot/b.wav"), at ("/out/COMBINED_b.wav"), false, "No room.", {}, 0.0f, { doubtful } };
+    GuestOutcome gone;
+    gone.pieces.resize (1);
+    gone.pieces[0].file = at ("/shoot/gone.wav");
+    gone.rejected = gone.isUnreadable = true;
+
+    TakeOutcome written {
+        at ("/shoot/a.wav"), at ("/out/COMBINED_a.wav"), true, {}, "timecode", 92.5f, { placed, doubtful, gone }, 1
+    };
+    TakeOutcome failed {
+        at ("/shoot/b.wav"), at ("/out/COMBINED_b.wav"), false, "No room.", {}, 0.0f, { doubtful }, 1
+    };
     return { { written, failed }, {}, {} };
 }
 
@@ -65,7 +73,7 @@ TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
     EXPECT_EQ ((int) report["version"], 1);
     EXPECT_EQ ((int) report["written"], 1);
     EXPECT_EQ ((int) report["count"], 2);
-    EXPECT_EQ ((int) report["rejected"], 2);
+    EXPECT_EQ ((int) report["rejected"], 2) << "a file that has gone is told, but not counted";
 
     const auto take = report["takes"][0];
     EXPECT_THAT (keysOf (take),
@@ -99,6 +107,7 @@ TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
     EXPECT_DOUBLE_EQ ((double) guest["driftSlope"], -2.5e-5);
     EXPECT_EQ (guest["detail"].toString(), "told so");
     EXPECT_TRUE ((bool) take["guests"][1]["rejected"]);
+    EXPECT_EQ (take["guests"][2]["files"][0].toString(), "/shoot/gone.wav");
 }
 
 TEST (ConformReport, ARunIsCompleteOnlyIfEveryFileWasReadMatchedAndWritten)
@@ -117,10 +126,15 @@ TEST (ConformReport, ARunIsCompleteOnlyIfEveryFileWasReadMatchedAndWritten)
     EXPECT_TRUE (good.isComplete());
 
     scans.emplace_back().file = at ("/shoot/broken.wav");
-    scans.emplace_back().file = at ("/shoot/lone.wav");
-    scans.back().format.valid = true;
+
+    for (const auto* path : { "/shoot/lone.wav", "/shoot/gone.wav" })
+    {
+        scans.emplace_back().file = at (path);
+        scans.back().format.valid = true;
+    }
+
     accountForFiles (good, scans);
-    EXPECT_THAT (good.unreadable, ElementsAre (at ("/shoot/broken.wav")));
+    EXPECT_THAT (good.unreadable, ElementsAre (at ("/shoot/broken.wav"), at ("/shoot/gone.wav")));
     EXPECT_THAT (good.unmatched, ElementsAre (at ("/shoot/lone.wav"))) << "a rejected guest has found no place";
     EXPECT_FALSE (good.isComplete());
     EXPECT_FALSE (outcome().isComplete());

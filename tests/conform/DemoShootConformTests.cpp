@@ -35,7 +35,7 @@ struct ConformedShoot
         OutputNames names (shoot.folder.getChildFile ("out"));
 
         for (const auto& match : matchBatch (scans))
-            outcome.takes.push_back (combineTake (match, names.nameFor (match.host.file), {}));
+            outcome.takes.push_back (combineTake (match, {}, names.nameFor (match.host.file), {}));
 
         accountForFiles (outcome, scans);
     }

@@ -1,0 +1,123 @@
+#include "conform/MetadataOverrides.h"
+
+#include "batch/FolderScan.h"
+
+#include <algorithm>
+
+namespace ld
+{
+namespace
+{
+
+std::vector<juce::String> namesOf (const std::vector<TrackInfo>& tracks)
+{
+    std::vector<juce::String> names;
+    names.reserve (tracks.size());
+
+    for (const auto& track : tracks)
+        names.push_back (track.name);
+
+    return names;
+}
+
+// Tracks that no name is given for keep theirs.
+void rename (std::vector<TrackInfo>& tracks, const std::vector<juce::String>& names)
+{
+    for (size_t i = 0; i < std::min (tracks.size(), names.size()); ++i)
+        tracks[i].name = names[i];
+}
+
+// Names that differ in nothing but capitals have an order too, or the order of adding would show.
+bool precedes (const juce::String& a, const juce::String& b)
+{
+    const auto order = a.compareIgnoreCase (b);
+    return order != 0 ? order < 0 : a.compare (b) < 0;
+}
+
+}    // namespace
+
+juce::String guestFamilyKey (const GuestClip& guest)
+{
+    if (! guest.pieces.empty())
+        return isoFamilyKey (scanFromPiece (guest.pieces.front()));
+
+    ScanFile scan;
+    copyIdentity (guest, scan);
+    return isoFamilyKey (scan);
+}
+
+juce::String guestOccurrenceKey (const HostTake& host, const GuestClip& guest)
+{
+    std::vector<juce::String> paths;
+
+    for (const auto& piece : guest.pieces)
+        paths.push_back (piece.file.getFullPathName());
+
+    if (paths.empty())
+        paths.push_back (guest.file.getFullPathName());
+
+    std::sort (paths.begin(), paths.end(), precedes);
+    auto key = host.file.getFullPathName();
+
+    for (const auto& path : paths)
+        key << "\n" << path;
+
+    return key;
+}
+
+void applyMetadataOverrides (Session& session, const MetadataOverrides& overrides, const NameOverrides& names)
+{
+    for (auto& guest : session.guests)
+    {
+        if (const auto family = names.find (guestFamilyKey (guest)); family != names.end())
+            rename (guest.tracks, family->second);
+
+        const auto occurrence = overrides.find (guestOccurrenceKey (session.host, guest));
+
+        if (occurrence == overrides.end())
+            continue;
+
+        const auto& saved = occurrence->second;
+        guest.notes = saved.notes;
+
+        if (saved.tracks.size() == guest.tracks.size())
+            guest.tracks = saved.tracks;
+    }
+}
+
+void rememberMetadata (Session& session,
+                       MetadataOverrides& overrides,
+                       NameOverrides& nameOverrides,
+                       const juce::Uuid& editedGuest,
+                       bool appliesToFamily)
+{
+    const auto* edited = session.findGuest (editedGuest);
+
+    if (edited == nullptr)
+        return;
+
+    const auto family = guestFamilyKey (*edited);
+    const auto names = namesOf (edited->tracks);
+
+    if (appliesToFamily)
+    {
+        nameOverrides[family] = names;
+
+        for (auto& [key, saved] : overrides)
+            if (saved.familyKey == family)
+                rename (saved.tracks, names);
+    }
+
+    for (auto& guest : session.guests)
+    {
+        const auto isRelated = appliesToFamily && guestFamilyKey (guest) == family;
+
+        if (isRelated)
+            rename (guest.tracks, names);
+
+        if (isRelated || guest.id == editedGuest)
+            overrides[guestOccurrenceKey (session.host, guest)] = { family, guest.tracks, guest.notes };
+    }
+}
+
+}    // namespace ld
