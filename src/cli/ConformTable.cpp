@@ -1,28 +1,11 @@
 #include "cli/ConformTable.h"
 
 #include <algorithm>
-#include <iostream>
-#include <numeric>
-
-#if ! JUCE_WINDOWS
-#include <unistd.h>
-#endif
 
 namespace ld
 {
 namespace
 {
-
-constexpr int lineWidth = 78;
-
-bool isTerminal()
-{
-#if JUCE_WINDOWS
-    return false;
-#else
-    return isatty (STDERR_FILENO) != 0;
-#endif
-}
 
 juce::String namesOf (const GuestOutcome& guest)
 {
@@ -52,10 +35,17 @@ bool belongsElsewhere (const GuestOutcome& guest, const std::set<juce::String>& 
     return guest.rejected && ! guest.isUnreadable && std::any_of (guest.pieces.begin(), guest.pieces.end(), isPlaced);
 }
 
+juce::String fateOf (const TakeOutcome& take)
+{
+    if (take.output == juce::File())
+        return {};
+
+    return "  ->  " + (take.written ? take.output.getFileName() : "not written: " + take.error);
+}
+
 juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>& placedFiles)
 {
-    auto text = take.poly.getFileName() + "  ->  "
-                + (take.written ? take.output.getFileName() : "not written: " + take.error) + "\n";
+    auto text = take.poly.getFileName() + fateOf (take) + "\n";
     auto ofOtherTakes = 0;
 
     for (const auto& guest : take.guests)
@@ -75,7 +65,25 @@ juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>
     return text;
 }
 
-juce::String listFiles (const juce::String& heading, const std::vector<juce::File>& files)
+// What the best comparison of a file came to.
+juce::String nearestMatch (const juce::File& file, const std::vector<PairVerdict>& comparisons)
+{
+    const PairVerdict* best = nullptr;
+
+    for (const auto& verdict : comparisons)
+        if (verdict.guest.file == file
+            && (best == nullptr || verdict.guest.alignment.confidence > best->guest.alignment.confidence))
+            best = &verdict;
+
+    if (best == nullptr)
+        return {};
+
+    return "        nearest: " + best->poly.getFileName() + ", " + best->guest.alignment.detail + "\n";
+}
+
+juce::String listFiles (const juce::String& heading,
+                        const std::vector<juce::File>& files,
+                        const std::vector<PairVerdict>& comparisons)
 {
     if (files.empty())
         return {};
@@ -83,20 +91,12 @@ juce::String listFiles (const juce::String& heading, const std::vector<juce::Fil
     auto text = heading + "\n";
 
     for (const auto& file : files)
-        text << "    " << file.getFullPathName() << "\n";
+        text << "    " << file.getFullPathName() << "\n" << nearestMatch (file, comparisons);
 
     return text;
 }
 
-juce::String clockText (double seconds)
-{
-    const auto whole = (int) seconds;
-    return juce::String (whole / 60) + ":" + juce::String (whole % 60).paddedLeft ('0', 2);
-}
-
-}    // namespace
-
-juce::String makeConformTable (const ConformOutcome& outcome)
+juce::String describeTakes (const ConformOutcome& outcome)
 {
     const auto placedFiles = outcome.placedFiles();
     juce::String text;
@@ -104,51 +104,24 @@ juce::String makeConformTable (const ConformOutcome& outcome)
     for (const auto& take : outcome.takes)
         text << describeTake (take, placedFiles);
 
-    text << listFiles ("Could not be read:", outcome.unreadable);
-    text << listFiles ("Belong to no take:", outcome.unmatched);
-    return text + combineSummary (outcome.written(), (int) outcome.takes.size(), outcome.rejected()) + "\n";
+    text << listFiles ("Could not be read:", outcome.unreadable, {});
+    return text + listFiles ("Belong to no take:", outcome.unmatched, outcome.comparisons);
 }
 
-ProgressLine::ProgressLine (bool isWanted, std::vector<double> secondsOfTakes)
-    : isShown (isWanted && isTerminal()), takeSeconds (std::move (secondsOfTakes)),
-      startedMs (juce::Time::getMillisecondCounter())
+}    // namespace
+
+juce::String makeConformTable (const ConformOutcome& outcome)
 {
+    return describeTakes (outcome) + combineSummary (outcome.written(), (int) outcome.takes.size(), outcome.rejected())
+           + "\n";
 }
 
-ProgressLine::~ProgressLine()
+juce::String makeScanTable (const ConformOutcome& outcome)
 {
-    clear();
-}
-
-void ProgressLine::show (int take, float fraction, const juce::String& phase)
-{
-    constexpr juce::uint32 shortestPauseMs = 100;
-    constexpr double leastElapsed = 1.0;
-    const auto now = juce::Time::getMillisecondCounter();
-
-    if (! isShown || now - lastShownMs < shortestPauseMs)
-        return;
-
-    lastShownMs = now;
-    const auto current = takeSeconds.begin() + take;
-    const auto total = std::accumulate (takeSeconds.begin(), takeSeconds.end(), 0.0);
-    const auto done = std::accumulate (takeSeconds.begin(), current, 0.0) + (double) fraction * *current;
-    const auto elapsed = (now - startedMs) / 1000.0;
-    auto line = "take " + juce::String (take + 1) + "/" + juce::String ((int) takeSeconds.size()) + "  ";
-
-    if (elapsed > leastElapsed && done > 0.0)
-        line << juce::String (done / elapsed, 1) << " x real time  " << clockText (elapsed * (total - done) / done)
-             << " left  ";
-
-    std::cerr << '\r' << (line + phase).substring (0, lineWidth).paddedRight (' ', lineWidth) << std::flush;
-}
-
-void ProgressLine::clear()
-{
-    if (isShown && lastShownMs != 0)
-        std::cerr << '\r' << juce::String::repeatedString (" ", lineWidth) << '\r' << std::flush;
-
-    lastShownMs = 0;
+    const auto isMatched = [] (const TakeOutcome& take) { return ! take.guests.empty(); };
+    const auto matched = std::count_if (outcome.takes.begin(), outcome.takes.end(), isMatched);
+    return describeTakes (outcome) + "Found " + juce::String ((int) outcome.takes.size()) + " takes, "
+           + juce::String ((int) matched) + " of them with guests. Nothing was written.\n";
 }
 
 }    // namespace ld

@@ -1,6 +1,5 @@
-#include "cli/ConformTable.h"
+#include "cli/ConformJob.h"
 #include "cli/Interrupt.h"
-#include "conform/ConformReport.h"
 #include "output/ReplacingFile.h"
 
 #include <CLI/CLI.hpp>
@@ -10,93 +9,60 @@
 namespace
 {
 
-enum ExitStatus
+/** The options as they are typed. */
+struct Words
 {
-    allDone = 0,
-    incomplete = 1,
-    badUsage = 2
+    std::string input, output, report, session;
+    std::vector<std::string> isoFolders;
+    int jobs = 0, memoryMiB = 0;
+    bool isScanOnly = false, isQuiet = false;
 };
 
-struct Options
+void declare (CLI::App& app, Words& words)
 {
-    std::string input, output, report;
-    bool isQuiet = false;
-};
+    app.add_option ("INPUT", words.input, "The shoot: a folder of polys and other recordings; or a saved session")
+        ->required();
+    app.add_option ("--out", words.output, "Where the COMBINED files go; made where it does not exist");
+    app.add_option ("--iso", words.isoFolders, "A further folder of recordings; may be given several times")
+        ->expected (1)
+        ->multi_option_policy (CLI::MultiOptionPolicy::TakeAll);
+    app.add_option ("--report", words.report, "Write what was placed where, and why, as JSON");
+    app.add_option ("--save-session", words.session, "Write the matched batch, to be reviewed in the window");
+    app.add_flag ("--scan-only", words.isScanOnly, "Match, but combine nothing");
+    app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
+    app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
+        ->check (CLI::Range (1, 1024));
+    app.add_option ("--memory", words.memoryMiB, "MiB for the comparison; a quarter of the machine's, at most 4096")
+        ->check (CLI::Range (64, 1 << 24));
+}
 
 juce::File fileAt (const std::string& path)
 {
     return juce::File::getCurrentWorkingDirectory().getChildFile (juce::String::fromUTF8 (path.c_str()));
 }
 
-int fail (ExitStatus status, const juce::String& sentence)
+std::optional<juce::File> fileIfAny (const std::string& path)
 {
-    std::cerr << "lodestrand-conform: " << sentence << std::endl;
-    return status;
+    return path.empty() ? std::optional<juce::File>() : fileAt (path);
 }
 
-std::vector<ld::ScanFile> scanFolder (const juce::File& folder)
+ld::ConformOptions optionsOf (const Words& words)
 {
-    std::vector<ld::ScanFile> scans;
+    constexpr double bytesPerMiB = 1024.0 * 1024.0;
+    ld::ConformOptions options;
+    options.input = fileAt (words.input);
+    options.output = fileIfAny (words.output);
+    options.report = fileIfAny (words.report);
+    options.session = fileIfAny (words.session);
+    options.isScanOnly = words.isScanOnly;
+    options.isQuiet = words.isQuiet;
+    options.jobs = words.jobs;
+    options.memoryBudget = words.memoryMiB * bytesPerMiB;
 
-    for (const auto& file : ld::collectMediaFiles (folder))
-        scans.push_back (ld::inspectAudioFile (file));
+    for (const auto& folder : words.isoFolders)
+        options.isoFolders.push_back (fileAt (folder));
 
-    return scans;
-}
-
-ld::ConformOutcome combineAll (const std::vector<ld::BatchMatch>& matches, const juce::File& folder, bool isQuiet)
-{
-    ld::ConformOutcome outcome;
-    ld::OutputNames names (folder);
-    std::vector<double> takeSeconds;
-    takeSeconds.reserve (matches.size());
-
-    for (const auto& match : matches)
-        takeSeconds.push_back ((double) match.host.format.numFrames / match.host.format.sampleRate);
-
-    ld::ProgressLine line (! isQuiet, takeSeconds);
-
-    for (int i = 0; i < (int) matches.size(); ++i)
-    {
-        const auto& match = matches[(size_t) i];
-        const auto told = [&] (float fraction, const juce::String& phase) { line.show (i, fraction, phase); };
-        told (0.0f, match.host.file.getFileName());
-        outcome.takes.push_back (ld::combineTake (match, {}, names.nameFor (match.host.file), told));
-    }
-
-    return outcome;
-}
-
-int conform (const Options& options)
-{
-    const auto input = fileAt (options.input);
-    const auto output = fileAt (options.output);
-
-    if (! input.exists())
-        return fail (badUsage, "There is no " + input.getFullPathName() + ".");
-
-    if (output.existsAsFile())
-        return fail (badUsage, output.getFullPathName() + " is a file, not a folder.");
-
-    const auto scans = scanFolder (input);
-    const auto matches = ld::matchBatch (scans);
-
-    if (matches.empty())
-        return fail (incomplete, "Found no poly in " + input.getFullPathName() + ".");
-
-    if (const auto made = output.createDirectory(); made.failed())
-        return fail (incomplete, "Could not create " + output.getFullPathName() + ".");
-
-    auto outcome = combineAll (matches, output, options.isQuiet);
-    ld::accountForFiles (outcome, scans);
-
-    if (! options.isQuiet)
-        std::cout << ld::makeConformTable (outcome) << std::flush;
-
-    if (! options.report.empty() && ! ld::writeConformReport (outcome, fileAt (options.report)))
-        return fail (incomplete, "Could not write " + fileAt (options.report).getFullPathName() + ".");
-
-    return outcome.isComplete() ? allDone : incomplete;
+    return options;
 }
 
 }    // namespace
@@ -107,27 +73,27 @@ try
     ld::cleanUpOnInterrupt();
     ld::reportFileSizeLimitAsError();
 
-    Options options;
+    Words words;
     CLI::App app ("Finds which recordings belong to which poly, places them and writes one COMBINED file per take.",
                   "lodestrand-conform");
-    app.add_option ("FOLDER", options.input, "The shoot: polys and other recordings, in any subfolders")->required();
-    app.add_option ("--out", options.output, "Where the COMBINED files go; made where it does not exist")->required();
-    app.add_option ("--report", options.report, "Write what was placed where, and why, as JSON");
-    app.add_flag ("--quiet", options.isQuiet, "No progress and no closing table");
+    declare (app, words);
 
     try
     {
         app.parse (argc, argv);
+
+        if (words.output.empty() && ! words.isScanOnly)
+            throw CLI::RequiredError ("--out");
     }
     catch (const CLI::ParseError& error)
     {
-        return app.exit (error) == 0 ? allDone : badUsage;
+        return (int) (app.exit (error) == 0 ? ld::ConformStatus::allDone : ld::ConformStatus::badUsage);
     }
 
-    return conform (options);
+    return (int) ld::runConform (optionsOf (words));
 }
 catch (const std::exception& error)
 {
     std::cerr << "lodestrand-conform: It could not go on: " << error.what() << std::endl;
-    return incomplete;
+    return (int) ld::ConformStatus::incomplete;
 }

@@ -1,5 +1,6 @@
 #include "conform/ConformReport.h"
 
+#include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
 #include <algorithm>
@@ -11,27 +12,18 @@ namespace
 
 constexpr int reportVersion = 1;
 
-// A JSON object keeps its properties in the order in which they are set.
-juce::var makeObject (std::initializer_list<std::pair<const char*, juce::var>> properties)
+juce::var describeVerdict (const PairVerdict& verdict)
 {
-    auto* object = new juce::DynamicObject;
-    juce::var result (object);
-
-    for (const auto& [name, value] : properties)
-        object->setProperty (name, value);
-
-    return result;
-}
-
-template <typename Items, typename Convert>
-juce::var makeArray (const Items& items, Convert&& convert)
-{
-    juce::Array<juce::var> array;
-
-    for (const auto& item : items)
-        array.add (convert (item));
-
-    return array;
+    const auto& alignment = verdict.guest.alignment;
+    return makeJsonObject ({ { "poly", verdict.poly.getFullPathName() },
+                             { "file", verdict.guest.file.getFullPathName() },
+                             { "offsetSamples", alignment.offsetSamples },
+                             { "method", methodWord (alignment.method) },
+                             { "confidence", alignment.confidence },
+                             { "needsManual", alignment.needsManual },
+                             { "driftSlope", alignment.driftSlope },
+                             { "detail", alignment.detail },
+                             { "accepted", verdict.accepted } });
 }
 
 juce::var describe (const GuestOutcome& guest)
@@ -40,27 +32,29 @@ juce::var describe (const GuestOutcome& guest)
     const auto pathOf = [] (const GuestPiece& piece) { return juce::var (piece.file.getFullPathName()); };
     const auto offsetOf = [] (const GuestPiece& piece) { return juce::var (piece.offsetSamples); };
 
-    return makeObject ({ { "files", makeArray (guest.pieces, pathOf) },
-                         { "pieceOffsets", makeArray (guest.pieces, offsetOf) },
-                         { "tracks", makeArray (guest.trackNames, [] (const auto& name) { return juce::var (name); }) },
-                         { "offsetSamples", alignment.offsetSamples },
-                         { "method", methodWord (alignment.method) },
-                         { "confidence", alignment.confidence },
-                         { "needsManual", alignment.needsManual },
-                         { "driftSlope", alignment.driftSlope },
-                         { "detail", alignment.detail },
-                         { "rejected", guest.rejected } });
+    return makeJsonObject (
+        { { "files", makeJsonArray (guest.pieces, pathOf) },
+          { "pieceOffsets", makeJsonArray (guest.pieces, offsetOf) },
+          { "tracks", makeJsonArray (guest.trackNames, [] (const auto& name) { return juce::var (name); }) },
+          { "offsetSamples", alignment.offsetSamples },
+          { "method", methodWord (alignment.method) },
+          { "confidence", alignment.confidence },
+          { "needsManual", alignment.needsManual },
+          { "driftSlope", alignment.driftSlope },
+          { "detail", alignment.detail },
+          { "rejected", guest.rejected } });
 }
 
 juce::var describe (const TakeOutcome& take)
 {
-    return makeObject ({ { "poly", take.poly.getFullPathName() },
-                         { "output", take.written ? take.output.getFullPathName() : juce::String() },
-                         { "written", take.written },
-                         { "error", take.error },
-                         { "reason", take.reason },
-                         { "score", take.score },
-                         { "guests", makeArray (take.guests, [] (const auto& guest) { return describe (guest); }) } });
+    return makeJsonObject (
+        { { "poly", take.poly.getFullPathName() },
+          { "output", take.written ? take.output.getFullPathName() : juce::String() },
+          { "written", take.written },
+          { "error", take.error },
+          { "reason", take.reason },
+          { "score", take.score },
+          { "guests", makeJsonArray (take.guests, [] (const auto& guest) { return describe (guest); }) } });
 }
 
 std::set<juce::String> unreadableGuestFiles (const ConformOutcome& outcome)
@@ -115,6 +109,26 @@ bool ConformOutcome::isComplete() const
     return ! takes.empty() && written() == (int) takes.size() && unreadable.empty() && unmatched.empty();
 }
 
+TakeOutcome outcomeOfScan (const BatchMatch& match)
+{
+    TakeOutcome take;
+    take.poly = match.host.file;
+    take.reason = match.reason;
+    take.score = match.score;
+
+    for (const auto& scan : match.guests)
+    {
+        auto& guest = take.guests.emplace_back();
+        copyIdentity (scan, guest.pieces.emplace_back());
+        guest.alignment = scan.alignment;
+
+        for (const auto& track : scan.ixml.tracks)
+            guest.trackNames.push_back (track.name);
+    }
+
+    return take;
+}
+
 void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scans)
 {
     const auto placed = outcome.placedFiles(), unreadable = unreadableGuestFiles (outcome);
@@ -134,12 +148,12 @@ void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scan
 juce::String makeConformReport (const ConformOutcome& outcome)
 {
     const auto report =
-        makeObject ({ { "version", reportVersion },
-                      { "takes", makeArray (outcome.takes, [] (const auto& take) { return describe (take); }) },
-                      { "comparisons", juce::Array<juce::var>() },
-                      { "written", outcome.written() },
-                      { "count", (int) outcome.takes.size() },
-                      { "rejected", outcome.rejected() } });
+        makeJsonObject ({ { "version", reportVersion },
+                          { "takes", makeJsonArray (outcome.takes, [] (const auto& take) { return describe (take); }) },
+                          { "comparisons", makeJsonArray (outcome.comparisons, describeVerdict) },
+                          { "written", outcome.written() },
+                          { "count", (int) outcome.takes.size() },
+                          { "rejected", outcome.rejected() } });
     return juce::JSON::toString (report);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "batch/BatchMatcher.h"
 #include "conform/CombineRun.h"
 
 namespace ld
@@ -9,8 +10,9 @@ namespace ld
 struct ConformOutcome
 {
     std::vector<TakeOutcome> takes;
-    std::vector<juce::File> unreadable;    // media files that could not be opened, by the scan or by a take
-    std::vector<juce::File> unmatched;     // files that found a place in no take
+    std::vector<PairVerdict> comparisons;    // every pair that the matcher judged, in its order
+    std::vector<juce::File> unreadable;      // media files that could not be opened, by the scan or by a take
+    std::vector<juce::File> unmatched;       // files that found a place in no take
 
     /** Full paths of the polys and of every file that is in a combined file. */
     [[nodiscard]] std::set<juce::String> placedFiles() const;
@@ -19,6 +21,9 @@ struct ConformOutcome
     [[nodiscard]] int rejected() const;       // the takes' rejected guests together; unreadable files do not count
     [[nodiscard]] bool isComplete() const;    // everything was read, matched to a poly and written
 };
+
+/** A take as a scan left it: matched, and nothing written. */
+[[nodiscard]] TakeOutcome outcomeOfScan (const BatchMatch&);
 
 /** Fills unreadable and unmatched from the scans that the run began with. */
 void accountForFiles (ConformOutcome&, const std::vector<ScanFile>& scans);

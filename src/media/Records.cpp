@@ -15,4 +15,15 @@ juce::String methodWord (Alignment::Method method)
     }
 }
 
+Alignment::Method methodOfWord (const juce::String& word)
+{
+    using enum Alignment::Method;
+
+    for (const auto method : { timecode, waveform, timecodeRefined, manual })
+        if (word == methodWord (method))
+            return method;
+
+    return none;
+}
+
 }    // namespace ld

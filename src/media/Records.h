@@ -133,6 +133,9 @@ struct Alignment
 /** The word for a method in reports and session documents. */
 [[nodiscard]] juce::String methodWord (Alignment::Method);
 
+/** The method of a word; none for any other text. */
+[[nodiscard]] Alignment::Method methodOfWord (const juce::String&);
+
 /** One file of a guest clip. */
 struct GuestPiece
 {

@@ -1,0 +1,226 @@
+#include "cli/ConformJob.h"
+
+#include "batch/BatchMatcher.h"
+#include "cli/ConformTable.h"
+#include "cli/ProgressLine.h"
+
+#include <algorithm>
+#include <atomic>
+#include <iostream>
+#include <numeric>
+
+namespace ld
+{
+namespace
+{
+
+constexpr const char* sessionExtension = ".ldsession";
+
+ConformStatus fail (ConformStatus status, const juce::String& sentence)
+{
+    std::cerr << "lodestrand-conform: " << sentence << std::endl;
+    return status;
+}
+
+juce::String countText (const char* unit, int number, int total)
+{
+    return juce::String (unit) + " " + juce::String (number) + "/" + juce::String (total);
+}
+
+// What is to be combined, and what it was made from.
+struct Batch
+{
+    std::vector<ScanFile> scans;
+    SessionDocument document;
+    std::vector<PairVerdict> comparisons;
+};
+
+std::vector<juce::File> collectFiles (const ConformOptions& options)
+{
+    auto files = collectMediaFiles (options.input);
+
+    for (const auto& folder : options.isoFolders)
+        for (const auto& file : collectMediaFiles (folder))
+            if (std::find (files.begin(), files.end(), file) == files.end())
+                files.push_back (file);
+
+    return files;
+}
+
+std::vector<ScanFile> inspectFiles (const std::vector<juce::File>& files, ProgressLine& line)
+{
+    std::vector<ScanFile> scans;
+    const auto total = (int) files.size();
+    line.beginStage ("Reading headers");
+
+    for (const auto& file : files)
+    {
+        line.show (
+            countText ("header", (int) scans.size() + 1, total), file.getFileName(), (double) scans.size() / total);
+        scans.push_back (inspectAudioFile (file));
+    }
+
+    return scans;
+}
+
+Batch scanAndMatch (const ConformOptions& options, ProgressLine& line)
+{
+    Batch batch;
+    batch.scans = inspectFiles (collectFiles (options), line);
+    line.beginStage ("Comparing every ISO against every poly");
+
+    MatchOptions matching;
+    matching.workers = options.jobs;
+    matching.memoryBudget = options.memoryBudget;
+    matching.onRead = [&] (double seconds) { line.addAudioSeconds (seconds); };
+    auto outcome = compareBatch (
+        batch.scans,
+        [&] (int done, int total) {
+        line.show (countText ("pair", done, total), "Comparing every ISO against every poly", (double) done / total);
+        },
+        matching);
+    batch.document.takes = std::move (outcome.matches);
+    batch.comparisons = std::move (outcome.comparisons);
+    return batch;
+}
+
+// The files of a session's takes, each once.
+std::vector<ScanFile> filesOf (const std::vector<BatchMatch>& takes)
+{
+    std::vector<ScanFile> files;
+    std::set<juce::String> listed;
+    const auto add = [&] (const ScanFile& scan) {
+        if (listed.insert (scan.file.getFullPathName()).second)
+            files.push_back (scan);
+    };
+
+    for (const auto& take : takes)
+    {
+        add (take.host);
+        std::for_each (take.guests.begin(), take.guests.end(), add);
+    }
+
+    return files;
+}
+
+double secondsOf (const BatchMatch& take)
+{
+    // A session document does not say how long its media are.
+    const auto& known = take.host.format;
+    const auto format = known.numFrames > 0 ? known : inspectAudioFile (take.host.file).format;
+    return (double) format.numFrames / std::max (format.sampleRate, 1);
+}
+
+ConformOutcome combineAll (const SessionDocument& document, const juce::File& folder, ProgressLine& line)
+{
+    const TakeEdits edits { document.metadataOverrides, document.nameOverrides, document.mixer };
+    const auto count = (int) document.takes.size();
+    ConformOutcome outcome;
+    OutputNames names (folder);
+    std::vector<double> seconds;
+    std::transform (document.takes.begin(), document.takes.end(), std::back_inserter (seconds), secondsOf);
+    const auto total = std::max (std::accumulate (seconds.begin(), seconds.end(), 0.0), 1e-3);
+    auto done = 0.0;
+    line.beginStage ("Examining and combining");
+
+    for (int i = 0; i < count; ++i)
+    {
+        const auto& take = document.takes[(size_t) i];
+        const auto ofTake = seconds[(size_t) i];
+        const auto told = [&] (float fraction, const juce::String& phase) {
+            const auto soFar = done + (double) fraction * ofTake;
+            line.show (countText ("take", i + 1, count), phase, soFar / total);
+            line.setAudioSeconds (soFar);
+        };
+        told (0.0f, take.host.file.getFileName());
+        outcome.takes.push_back (combineTake (take, edits, names.nameFor (take.host.file), told));
+        done += ofTake;
+    }
+
+    return outcome;
+}
+
+ConformOutcome describeScan (const std::vector<BatchMatch>& takes)
+{
+    ConformOutcome outcome;
+    std::transform (takes.begin(), takes.end(), std::back_inserter (outcome.takes), outcomeOfScan);
+    return outcome;
+}
+
+std::optional<juce::String> usageFault (const ConformOptions& options)
+{
+    if (! options.input.exists())
+        return "There is no " + options.input.getFullPathName() + ".";
+
+    for (const auto& folder : options.isoFolders)
+        if (! folder.exists())
+            return "There is no " + folder.getFullPathName() + ".";
+
+    if (options.output && options.output->existsAsFile())
+        return options.output->getFullPathName() + " is a file, not a folder.";
+
+    return {};
+}
+
+// Tells the outcome, in the table and the report; the session was saved already.
+ConformStatus tell (const ConformOptions& options, const ConformOutcome& outcome, ConformStatus status)
+{
+    if (! options.isQuiet)
+        std::cout << (options.isScanOnly ? makeScanTable (outcome) : makeConformTable (outcome)) << std::flush;
+
+    if (options.report && ! writeConformReport (outcome, *options.report))
+        return fail (ConformStatus::incomplete, "Could not write " + options.report->getFullPathName() + ".");
+
+    return status;
+}
+
+}    // namespace
+
+ConformStatus runConform (const ConformOptions& options)
+{
+    if (const auto fault = usageFault (options))
+        return fail (ConformStatus::badUsage, *fault);
+
+    std::optional<ProgressLine> line (std::in_place, ! options.isQuiet);
+    Batch batch;
+
+    if (options.input.hasFileExtension (sessionExtension))
+    {
+        if (const auto read = readSessionDocument (options.input, batch.document); read.failed())
+            return fail (ConformStatus::incomplete, read.getErrorMessage());
+
+        batch.scans = filesOf (batch.document.takes);
+    }
+    else
+        batch = scanAndMatch (options, *line);
+
+    if (batch.document.takes.empty())
+        return fail (ConformStatus::incomplete, "Found no poly in " + options.input.getFullPathName() + ".");
+
+    auto status = ConformStatus::allDone;
+
+    // Ahead of the combine: hours of comparing must not depend on what comes next.
+    if (options.session)
+        if (const auto saved = writeSessionDocument (*options.session, batch.document); saved.failed())
+            status = fail (ConformStatus::incomplete, saved.getErrorMessage());
+
+    ConformOutcome outcome;
+
+    if (options.isScanOnly)
+        outcome = describeScan (batch.document.takes);
+    else if (options.output->createDirectory().failed())
+        return fail (ConformStatus::incomplete, "Could not create " + options.output->getFullPathName() + ".");
+    else
+        outcome = combineAll (batch.document, *options.output, *line);
+
+    line.reset();
+    outcome.comparisons = std::move (batch.comparisons);
+    accountForFiles (outcome, batch.scans);
+
+    if (! options.isScanOnly && ! outcome.isComplete())
+        status = ConformStatus::incomplete;
+
+    return tell (options, outcome, status);
+}
+
+}    // namespace ld

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <juce_core/juce_core.h>
+
+#include <optional>
+#include <vector>
+
+namespace ld
+{
+
+enum class ConformStatus
+{
+    allDone = 0,       // every take was written; after a scan alone, at least one was found
+    incomplete = 1,    // something could not be read, matched to any poly, or written
+    badUsage = 2
+};
+
+struct ConformOptions
+{
+    juce::File input;    // a shoot folder, a media file, or a session document
+    std::vector<juce::File> isoFolders;
+    std::optional<juce::File> output, report, session;
+    bool isScanOnly = false, isQuiet = false;
+    int jobs = 0;                 // pairs compared at a time; 0: one fewer than there are processors
+    double memoryBudget = 0.0;    // bytes for the comparison; 0: a default for the machine
+};
+
+/** The program's whole work: scan and match, or read a session; save, combine, report. Sentences about what went wrong
+    go to the error stream, the closing table to the output stream. */
+[[nodiscard]] ConformStatus runConform (const ConformOptions&);
+
+}    // namespace ld

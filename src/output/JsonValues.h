@@ -1,0 +1,35 @@
+#pragma once
+
+#include <juce_core/juce_core.h>
+
+#include <initializer_list>
+#include <utility>
+
+namespace ld
+{
+
+/** A JSON object; it keeps its properties in the order in which they are given. */
+[[nodiscard]] inline juce::var makeJsonObject (std::initializer_list<std::pair<const char*, juce::var>> properties)
+{
+    auto* object = new juce::DynamicObject;
+    juce::var result (object);
+
+    for (const auto& [name, value] : properties)
+        object->setProperty (name, value);
+
+    return result;
+}
+
+/** A JSON array of what convert makes of each item. */
+template <typename Items, typename Convert>
+[[nodiscard]] juce::var makeJsonArray (const Items& items, Convert&& convert)
+{
+    juce::Array<juce::var> array;
+
+    for (const auto& item : items)
+        array.add (convert (item));
+
+    return array;
+}
+
+}    // namespace ld
