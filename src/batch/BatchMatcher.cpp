@@ -1,11 +1,11 @@
 #include "batch/BatchMatcher.h"
 
+#include "batch/GlobalDecision.h"
 #include "batch/PairComparison.h"
 #include "batch/Workers.h"
 
 #include <algorithm>
 #include <atomic>
-#include <map>
 #include <new>
 #include <optional>
 
@@ -13,13 +13,6 @@ namespace ld
 {
 namespace
 {
-
-struct Verdict
-{
-    Alignment alignment;
-    bool usedTimecode = false;    // the comparison worked inside a shared stretch
-    bool accepted = false;
-};
 
 Alignment undecided (const char* detail)
 {
@@ -57,7 +50,7 @@ public:
             runRound (round);
 
         residents.clear();
-        return decide();
+        return collect();
     }
 
 private:
@@ -101,6 +94,7 @@ private:
         {
             auto& pair = tables.pairs[i];
             chooseRoute (tables, pair);
+            verdicts[i].path = guestOf (pair).file.getFullPathName();
             verdicts[i].usedTimecode = pair.route == MatchRoute::timecode;
 
             if (pair.route == MatchRoute::settled)
@@ -185,56 +179,14 @@ private:
         }
     }
 
-    // One file may fit several takes a little: what counts is how near a comparison comes to the file's best.
-    MatchOutcome decide()
-    {
-        constexpr float nearBest = 0.8f, leastConfidence = 5.0f, tolerance = 1e-6f;
-        std::map<juce::String, float> bestByFile;
-        std::map<juce::String, bool> anchored;
-
-        for (size_t i = 0; i < verdicts.size(); ++i)
-        {
-            const auto& alignment = verdicts[i].alignment;
-
-            if (alignment.needsManual)
-                continue;
-
-            const auto byTimecode = alignment.method == Alignment::Method::timecode;
-            auto& best = bestByFile[pathOf (i)];
-
-            if (! byTimecode)
-                best = std::max (best, alignment.confidence);
-
-            if (verdicts[i].usedTimecode || byTimecode)
-                anchored[pathOf (i)] = true;
-        }
-
-        for (size_t i = 0; i < verdicts.size(); ++i)
-        {
-            const auto& alignment = verdicts[i].alignment;
-            const auto isAnchored = anchored[pathOf (i)] && alignment.confidence >= leastConfidence;
-            const auto threshold =
-                isAnchored ? leastConfidence : std::max (nearBest * bestByFile[pathOf (i)], leastConfidence);
-            verdicts[i].accepted =
-                ! alignment.needsManual
-                && (alignment.method == Alignment::Method::timecode || alignment.confidence + tolerance >= threshold);
-        }
-
-        return collect();
-    }
-
     [[nodiscard]] const ScanFile& guestOf (const MatchPair& pair) const
     {
         return tables.matches[pair.poly].guests[pair.guest];
     }
 
-    [[nodiscard]] juce::String pathOf (size_t pair) const
-    {
-        return guestOf (tables.pairs[pair]).file.getFullPathName();
-    }
-
     [[nodiscard]] MatchOutcome collect() const
     {
+        const auto accepted = acceptedOf (verdicts);
         MatchOutcome outcome;
 
         for (const auto& match : tables.matches)
@@ -247,11 +199,11 @@ private:
         {
             const auto& pair = tables.pairs[i];
             auto& match = outcome.matches[pair.poly];
-            outcome.comparisons.push_back ({ match.host.file, guestOf (pair), verdicts[i].accepted });
+            outcome.comparisons.push_back ({ match.host.file, guestOf (pair), accepted[i] });
             auto& guest = outcome.comparisons.back().guest;
             guest.alignment = verdicts[i].alignment;
 
-            if (! verdicts[i].accepted)
+            if (! accepted[i])
                 continue;
 
             match.guests.push_back (guest);

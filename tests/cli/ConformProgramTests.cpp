@@ -1,6 +1,7 @@
 #include "support/FolderSnapshot.h"
 #include "support/RunProgram.h"
 #include "support/TempFolder.h"
+#include "support/TestSignals.h"
 #include "support/WaveBuilder.h"
 #include "support/WaveLanes.h"
 #include "support/WaveWalker.h"
@@ -53,8 +54,18 @@ struct Folders
         return WaveBuilder ({ .channels = 3 }, Channels (3, noise (frames, 1, 0.2f))).writeTo (file);
     }
 
+    // A poly of 20 s, and recordings of it: one in the shoot, one in a folder beside it.
+    void addTakeWithGuests() const
+    {
+        const auto sound = speech (20 * 48000, 48000, 1);
+        isos.createDirectory();
+        WaveBuilder ({ .channels = 3 }, Channels (3, sound)).writeTo (shoot.getChildFile ("T1.wav"));
+        WaveBuilder ({}, { stretchOf (sound, 48000, 15 * 48000) }).writeTo (shoot.getChildFile ("pack.wav"));
+        WaveBuilder ({}, { stretchOf (sound, 3 * 48000, 12 * 48000) }).writeTo (isos.getChildFile ("boom.wav"));
+    }
+
     const TempFolder temp;
-    const juce::File shoot = temp.file ("shoot"), out = temp.file ("out");
+    const juce::File shoot = temp.file ("shoot"), out = temp.file ("out"), isos = temp.file ("isos");
 };
 
 std::string both (const ProgramRun& result)
@@ -115,6 +126,8 @@ TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
         { { missing, "--out", out }, "There is no " + missing.toStdString() + "." },
         { { shoot, "--out", file }, file.toStdString() + " is a file, not a folder." },
         { { shoot, "--out", out, "--loud" }, "--loud" },
+        { { shoot, "--out", out, "--iso", missing }, "There is no " + missing.toStdString() + "." },
+        { { shoot, "--out", out, "--jobs", "0" }, "--jobs" },
     };
 
     for (const auto& [words, sentence] : cases)
@@ -162,6 +175,87 @@ TEST (ConformProgram, QuietSaysNothingAndOtherwiseItEndsWithATable)
     const auto unwritten = folders.conform ({ "--report", below });
     EXPECT_EQ (unwritten.status, 1);
     EXPECT_THAT (both (unwritten), HasSubstr ("Could not write " + below.toStdString() + "."));
+}
+
+TEST (ConformProgram, ASavedSessionCombinesToTheSameBytes)
+{
+    const Folders folders;
+    folders.addTakeWithGuests();
+    const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
+    const auto direct = folders.conform ({ "--iso",
+                                           folders.isos.getFullPathName(),
+                                           "--save-session",
+                                           session.getFullPathName(),
+                                           "--report",
+                                           report.getFullPathName() });
+    ASSERT_EQ (direct.status, 0) << both (direct);
+    const auto comparisons = juce::JSON::parse (report)["comparisons"];
+    ASSERT_EQ (comparisons.size(), 2);
+    EXPECT_EQ (comparisons[1]["file"].toString(), folders.isos.getChildFile ("boom.wav").getFullPathName());
+    EXPECT_EQ ((int) comparisons[1]["offsetSamples"], 3 * 48000);
+    EXPECT_TRUE ((bool) comparisons[1]["accepted"]);
+    EXPECT_EQ (walkWave (folders.out.getChildFile ("COMBINED_T1.wav")).channels, 1 + 3 + 2);
+
+    const auto direct1 = snapshotOf (folders.out);
+    folders.out.deleteRecursively();
+    const auto reopened =
+        run ({ LD_CONFORM_PROGRAM, session.getFullPathName(), "--out", folders.out.getFullPathName(), "--jobs", "2" });
+    EXPECT_EQ (reopened.status, 0) << both (reopened);
+    EXPECT_EQ (snapshotOf (folders.out), direct1);
+}
+
+TEST (ConformProgram, AScanAloneWritesNoTake)
+{
+    const Folders folders;
+    folders.addTakeWithGuests();
+    const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
+    const auto scan = run ({ LD_CONFORM_PROGRAM,
+                             folders.shoot.getFullPathName(),
+                             "--scan-only",
+                             "--save-session",
+                             session.getFullPathName(),
+                             "--report",
+                             report.getFullPathName() });
+    EXPECT_EQ (scan.status, 0) << both (scan);
+    EXPECT_THAT (scan.out.toStdString(), HasSubstr ("placed    pack.wav"));
+    EXPECT_THAT (scan.out.toStdString(), HasSubstr ("Found 1 takes, 1 of them with guests. Nothing was written.\n"));
+    EXPECT_FALSE (folders.out.exists());
+    EXPECT_FALSE ((bool) juce::JSON::parse (report)["takes"][0]["written"]);
+
+    const auto below = session.getChildFile ("below").getFullPathName();
+    const auto unsaved = folders.conform ({ "--save-session", below });
+    EXPECT_EQ (unsaved.status, 1);
+    EXPECT_THAT (both (unsaved), HasSubstr ("Could not write session file."));
+    EXPECT_TRUE (folders.out.getChildFile ("COMBINED_T1.wav").existsAsFile()) << "the takes are written all the same";
+}
+
+TEST (ConformProgram, ASessionThatCannotBeReadOrHasLostItsMediaIsTold)
+{
+    const Folders folders;
+    folders.addTakeWithGuests();
+    const auto lost = folders.addPoly ("T2.wav");
+    const auto session = folders.temp.file ("day.ldsession"), other = folders.temp.file ("other.ldsession");
+    const auto conform = [&] (const juce::File& file) {
+        return run ({ LD_CONFORM_PROGRAM, file.getFullPathName(), "--out", folders.out.getFullPathName() });
+    };
+    ASSERT_NE (folders.conform ({ "--scan-only", "--save-session", session.getFullPathName() }).status, 2);
+    lost.deleteFile();
+    folders.shoot.getChildFile ("pack.wav").deleteFile();
+
+    const auto result = conform (session);
+    EXPECT_EQ (result.status, 1);
+    EXPECT_THAT (result.out.toStdString(), HasSubstr ("T2.wav  ->  not written: "));
+    EXPECT_THAT (result.out.toStdString(), HasSubstr ("left out  pack.wav"));
+    EXPECT_THAT (folders.written(), ElementsAre ("COMBINED_T1.wav"));
+
+    for (const auto& [text, sentence] :
+         { std::pair { "{}", "Session has no takes." }, { "[[[", "Session file is not valid JSON." } })
+    {
+        other.replaceWithText (text);
+        const auto refused = conform (other);
+        EXPECT_EQ (refused.status, 1);
+        EXPECT_THAT (both (refused), HasSubstr (sentence));
+    }
 }
 
 TEST (ConformProgram, PolysOfOneNameGetFilesOfTheirOwn)

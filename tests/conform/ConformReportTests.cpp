@@ -60,7 +60,7 @@ ConformOutcome outcome()
     TakeOutcome failed {
         at ("/shoot/b.wav"), at ("/out/COMBINED_b.wav"), false, "No room.", {}, 0.0f, { doubtful }, 1
     };
-    return { { written, failed }, {}, {} };
+    return { { written, failed }, {}, {}, {} };
 }
 
 }    // namespace

@@ -159,6 +159,52 @@ TEST (QuerySearch, NeedsTenFramesInAThirdOfTheSearch)
     EXPECT_FALSE (findQueryInSearch (query, Signal (8000), 8000).locked);
 }
 
+// The score as it is defined: whole columns on one circle, the root of the sum of their squares, over every lag.
+TEST (QuerySearch, ScoresOnTheWholeCircle)
+{
+    for (const auto searchFrames : { 700, 4096, 9001 })
+    {
+        const auto search = speech (samplesOfFrames (searchFrames), 8000, 6);
+        const auto query = stretchOf (search, 128 * (searchFrames / 2), samplesOfFrames (searchFrames / 3));
+        const auto a = computeMfcc (search), b = computeMfcc (query);
+        const auto length = std::min ({ b.size(), a.size() / 3, (size_t) 2000 });
+        const auto start =
+            std::min (b.size() - length, (size_t) loudestWindowStart (query, (int64) length * 128) / 128);
+        std::vector<double> total;
+
+        for (size_t c = 0; c < 26; ++c)
+        {
+            std::vector<float> whole, part;
+
+            for (const auto& frame : a)
+                whole.push_back (frame[c]);
+
+            for (size_t i = 0; i < length; ++i)
+                part.push_back (b[start + i][c]);
+
+            const auto r = correlateColumn (whole, part);
+            total.resize (r.size());
+
+            for (size_t i = 0; i < r.size(); ++i)
+                total[i] += (double) r[i] * r[i];
+        }
+
+        auto mean = 0.0, squares = 0.0, best = 0.0;
+
+        for (auto& value : total)
+        {
+            value = std::sqrt (value);
+            mean += value / (double) total.size();
+            best = std::max (best, value);
+        }
+
+        for (const auto value : total)
+            squares += (value - mean) * (value - mean) / (double) total.size();
+
+        EXPECT_NEAR (findQueryInSearch (search, query, 8000).zScore, (best - mean) / std::sqrt (squares), 1e-3);
+    }
+}
+
 // Frame and rate arithmetic: the lag is known to a hop of 16 ms, in the samples of the caller's rate.
 TEST (ContentOffset, FindsAnExcerptToAFrame)
 {
