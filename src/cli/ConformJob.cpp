@@ -76,7 +76,7 @@ Batch scanAndMatch (const ConformOptions& options, ProgressLine& line)
     auto outcome = compareBatch (
         batch.scans,
         [&] (int done, int total) {
-        line.show (countText ("pair", done, total), "Comparing every ISO against every poly", (double) done / total);
+        line.show (countText ("pair", done, total), "comparing", (double) done / total);
         },
         matching);
     batch.document.takes = std::move (outcome.matches);
