@@ -131,18 +131,19 @@ TEST (BatchMatcher, SaysOfEveryPairWhyItBelongsOrDoesNot)
     shoot.add ("f_short.wav", { noise (31, 3) });
     shoot.add ("g_short_stamped.wav", { noise (31, 3) }, 36001u * rate);
     shoot.add ("h_unlike.wav", { noise (30 * rate, 4) });
+    shoot.add ("i_early.wav", { stretchOf (sound, -7 * rate - 40, 30 * rate) }, 35993u * rate);
 
     std::atomic<int> calls { 0 }, highest { 0 };
     const auto outcome = compareBatch (shoot.scans(), [&] (int done, int total) {
         ++calls;
         highest = std::max (highest.load(), done);
-        EXPECT_EQ (total, 7);
+        EXPECT_EQ (total, 8);
     });
 
-    EXPECT_EQ (calls, 7) << "settled without audio or not";
-    EXPECT_EQ (highest, 7);
+    EXPECT_EQ (calls, 8) << "settled without audio or not";
+    EXPECT_EQ (highest, 8);
     const auto lines = told (outcome);
-    ASSERT_EQ (lines.size(), 7u);
+    ASSERT_EQ (lines.size(), 8u);
     const auto correlation = correlationAt (mixdown (threeOf (sound)), excerpt, 5 * rate + 123);
     EXPECT_EQ (lines[0],
                "b_excerpt on a: Timecode rough-in / waveform locked ncc="
@@ -155,7 +156,7 @@ TEST (BatchMatcher, SaysOfEveryPairWhyItBelongsOrDoesNot)
     EXPECT_THAT (lines[6], testing::StartsWith ("h_unlike on a: MFCC z="));
 
     const auto& match = outcome.matches.front();
-    ASSERT_EQ (match.guests.size(), 3u);
+    ASSERT_EQ (match.guests.size(), 4u);
     EXPECT_EQ (match.reason, "global waveform comparison");
 
     const auto& locked = match.guests[0].alignment;
@@ -170,7 +171,11 @@ TEST (BatchMatcher, SaysOfEveryPairWhyItBelongsOrDoesNot)
     const auto& byContent = match.guests[2].alignment;
     EXPECT_EQ (byContent.offsetSamples, 10 * rate);
     EXPECT_GE (byContent.confidence, 5.0f);
-    EXPECT_EQ (match.score, std::max (locked.confidence, byContent.confidence));
+
+    const auto& early = match.guests[3].alignment;
+    EXPECT_EQ (early.offsetSamples, -7 * rate - 40);
+    EXPECT_EQ (early.method, Alignment::Method::timecodeRefined);
+    EXPECT_EQ (match.score, std::max ({ locked.confidence, byContent.confidence, early.confidence }));
 }
 
 TEST (BatchMatcher, JudgesFilesThatHaveGoneByTheirHeaders)

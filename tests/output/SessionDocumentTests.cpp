@@ -137,6 +137,9 @@ TEST (SessionDocument, WhatIsMissingOrOfAnotherTypeTakesItsDefault)
                       "automation":[{"sample":#,"gainDb":#}]}],"takes":[{"score":#,"omittedHost":[#],"guests":[{
                       "offsetSamples":#,"confidence":#,"driftSlope":#,"needsManual":#}]}]})")
                       .replace ("#", number));
+
+    const auto most = readText (temp, R"({"takes":[{"guests":[{"offsetSamples":99999999999999999999}]}]})");
+    EXPECT_GT (most.takes[0].guests[0].alignment.offsetSamples, 9000000000000000000) << "at the limit of its field";
 }
 
 TEST (SessionDocument, RefusesWhatIsNoneWithASentence)
