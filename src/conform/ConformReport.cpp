@@ -14,35 +14,25 @@ constexpr int reportVersion = 1;
 
 juce::var describeVerdict (const PairVerdict& verdict)
 {
-    const auto& alignment = verdict.guest.alignment;
-    return makeJsonObject ({ { "poly", verdict.poly.getFullPathName() },
-                             { "file", verdict.guest.file.getFullPathName() },
-                             { "offsetSamples", alignment.offsetSamples },
-                             { "method", methodWord (alignment.method) },
-                             { "confidence", alignment.confidence },
-                             { "needsManual", alignment.needsManual },
-                             { "driftSlope", alignment.driftSlope },
-                             { "detail", alignment.detail },
-                             { "accepted", verdict.accepted } });
+    auto object = makeJsonObject (
+        { { "poly", verdict.poly.getFullPathName() }, { "file", verdict.guest.file.getFullPathName() } },
+        verdict.guest.alignment);
+    object.getDynamicObject()->setProperty ("accepted", verdict.accepted);
+    return object;
 }
 
 juce::var describe (const GuestOutcome& guest)
 {
-    const auto& alignment = guest.alignment;
     const auto pathOf = [] (const GuestPiece& piece) { return juce::var (piece.file.getFullPathName()); };
     const auto offsetOf = [] (const GuestPiece& piece) { return juce::var (piece.offsetSamples); };
+    const auto itself = [] (const juce::String& name) { return juce::var (name); };
 
-    return makeJsonObject (
-        { { "files", makeJsonArray (guest.pieces, pathOf) },
-          { "pieceOffsets", makeJsonArray (guest.pieces, offsetOf) },
-          { "tracks", makeJsonArray (guest.trackNames, [] (const auto& name) { return juce::var (name); }) },
-          { "offsetSamples", alignment.offsetSamples },
-          { "method", methodWord (alignment.method) },
-          { "confidence", alignment.confidence },
-          { "needsManual", alignment.needsManual },
-          { "driftSlope", alignment.driftSlope },
-          { "detail", alignment.detail },
-          { "rejected", guest.rejected } });
+    auto object = makeJsonObject ({ { "files", makeJsonArray (guest.pieces, pathOf) },
+                                    { "pieceOffsets", makeJsonArray (guest.pieces, offsetOf) },
+                                    { "tracks", makeJsonArray (guest.trackNames, itself) } },
+                                  guest.alignment);
+    object.getDynamicObject()->setProperty ("rejected", guest.rejected);
+    return object;
 }
 
 juce::var describe (const TakeOutcome& take)

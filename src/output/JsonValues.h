@@ -1,6 +1,6 @@
 #pragma once
 
-#include <juce_core/juce_core.h>
+#include "media/Records.h"
 
 #include <initializer_list>
 #include <utility>
@@ -17,6 +17,21 @@ namespace ld
     for (const auto& [name, value] : properties)
         object->setProperty (name, value);
 
+    return result;
+}
+
+/** The same with an alignment's fields behind them, as every file of ours names them. */
+[[nodiscard]] inline juce::var makeJsonObject (std::initializer_list<std::pair<const char*, juce::var>> properties,
+                                               const Alignment& alignment)
+{
+    auto result = makeJsonObject (properties);
+    auto* const object = result.getDynamicObject();
+    object->setProperty ("offsetSamples", alignment.offsetSamples);
+    object->setProperty ("method", methodWord (alignment.method));
+    object->setProperty ("confidence", alignment.confidence);
+    object->setProperty ("needsManual", alignment.needsManual);
+    object->setProperty ("driftSlope", alignment.driftSlope);
+    object->setProperty ("detail", alignment.detail);
     return result;
 }
 

@@ -28,14 +28,7 @@ constexpr int mostDigits = 18;
 
 juce::var describe (const ScanFile& guest)
 {
-    const auto& alignment = guest.alignment;
-    return makeJsonObject ({ { "file", guest.file.getFullPathName() },
-                             { "offsetSamples", alignment.offsetSamples },
-                             { "method", methodWord (alignment.method) },
-                             { "confidence", alignment.confidence },
-                             { "needsManual", alignment.needsManual },
-                             { "driftSlope", alignment.driftSlope },
-                             { "detail", alignment.detail } });
+    return makeJsonObject ({ { "file", guest.file.getFullPathName() } }, guest.alignment);
 }
 
 juce::var describe (const BatchMatch& take)

@@ -135,17 +135,22 @@ MfccSignal signalOf (const float* samples, int64 length, int rate)
     return MfccSignal (resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate));
 }
 
-bool isLongEnough (const float* host, int64 hostLength, const float* guest, int64 guestLength)
-{
-    return host != nullptr && guest != nullptr && std::min (hostLength, guestLength) >= shortestSignal;
-}
-
 MfccResult findHostInGuest (const MfccSignal& host, const MfccSignal& guest, int rate)
 {
     auto result = findQueryInSearch (guest, host, rate);
     result.offsetSamples = -result.offsetSamples;
     result.offsetSeconds = -result.offsetSeconds;
     return result;
+}
+
+MfccResult offsetOfSamples (
+    const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate, bool bothWays)
+{
+    if (host == nullptr || guest == nullptr || std::min (hostLength, guestLength) < shortestSignal)
+        return {};
+
+    const auto rate = std::max (sampleRate, 100);
+    return computeMfccOffset (signalOf (host, hostLength, rate), signalOf (guest, guestLength, rate), rate, bothWays);
 }
 
 }    // namespace
@@ -318,21 +323,13 @@ MfccResult computeMfccOffset (const MfccSignal& host, const MfccSignal& guest, i
 MfccResult
 computeMfccOffset (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
 {
-    if (! isLongEnough (host, hostLength, guest, guestLength))
-        return {};
-
-    const auto rate = std::max (sampleRate, 100);
-    return computeMfccOffset (signalOf (host, hostLength, rate), signalOf (guest, guestLength, rate), rate, false);
+    return offsetOfSamples (host, hostLength, guest, guestLength, sampleRate, false);
 }
 
 MfccResult
 computeMfccOffsetBothWays (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
 {
-    if (! isLongEnough (host, hostLength, guest, guestLength))
-        return {};
-
-    const auto rate = std::max (sampleRate, 100);
-    return computeMfccOffset (signalOf (host, hostLength, rate), signalOf (guest, guestLength, rate), rate, true);
+    return offsetOfSamples (host, hostLength, guest, guestLength, sampleRate, true);
 }
 
 MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostChannels,
@@ -346,9 +343,7 @@ MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostCha
     for (const auto& channel : hostChannels)
     {
         const auto length = (int64) channel.size();
-        const auto result = bothWays
-                                ? computeMfccOffsetBothWays (channel.data(), length, guest, guestLength, sampleRate)
-                                : computeMfccOffset (channel.data(), length, guest, guestLength, sampleRate);
+        const auto result = offsetOfSamples (channel.data(), length, guest, guestLength, sampleRate, bothWays);
 
         if (result.zScore > best.zScore)
             best = result;
