@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <iostream>
-#include <numeric>
 
 namespace ld
 {
@@ -113,30 +112,25 @@ double secondsOf (const BatchMatch& take)
 
 ConformOutcome combineAll (const SessionDocument& document, const juce::File& folder, ProgressLine& line)
 {
+    std::vector<double> ends;    // of each take, in seconds of the whole run
+    auto end = 0.0;
+
+    for (const auto& take : document.takes)
+        ends.push_back (end += secondsOf (take));
+
+    const auto total = std::max (end, 1e-3);
     const TakeEdits edits { document.metadataOverrides, document.nameOverrides, document.mixer };
-    const auto count = (int) document.takes.size();
-    ConformOutcome outcome;
-    OutputNames names (folder);
-    std::vector<double> seconds;
-    std::transform (document.takes.begin(), document.takes.end(), std::back_inserter (seconds), secondsOf);
-    const auto total = std::max (std::accumulate (seconds.begin(), seconds.end(), 0.0), 1e-3);
-    auto done = 0.0;
     line.beginStage ("Examining and combining");
 
-    for (int i = 0; i < count; ++i)
-    {
-        const auto& take = document.takes[(size_t) i];
-        const auto ofTake = seconds[(size_t) i];
-        const auto told = [&] (float fraction, const juce::String& phase) {
-            const auto soFar = done + (double) fraction * ofTake;
-            line.show (countText ("take", i + 1, count), phase, soFar / total);
-            line.setAudioSeconds (soFar);
-        };
-        told (0.0f, take.host.file.getFileName());
-        outcome.takes.push_back (combineTake (take, edits, names.nameFor (take.host.file), told));
-        done += ofTake;
-    }
-
+    ConformOutcome outcome;
+    outcome.takes = combineTakes (document.takes, edits, folder, [&] (int i, float fraction, const juce::String& phase) {
+        const auto& name = document.takes[(size_t) i].host.file.getFileName();
+        const auto start = i > 0 ? ends[(size_t) i - 1] : 0.0;
+        const auto soFar = start + (double) fraction * (ends[(size_t) i] - start);
+        line.show (
+            countText ("take", i + 1, (int) ends.size()), name + (phase.isEmpty() ? "" : ": " + phase), soFar / total);
+        line.setAudioSeconds (soFar);
+    });
     return outcome;
 }
 

@@ -182,6 +182,8 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
         return;
     }
 
+    outcome.isPolyRead = true;
+
     for (const auto channel : take.omittedHost)
         session.omitHostChannel (channel);
 
@@ -254,6 +256,32 @@ combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& o
         leaveOutGuests (take, outcome);
 
     return outcome;
+}
+
+std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>& takes,
+                                       const TakeEdits& edits,
+                                       const juce::File& folder,
+                                       const CombineProgress& progress)
+{
+    std::vector<TakeOutcome> outcomes;
+    OutputNames names (folder);
+
+    for (const auto& take : takes)
+    {
+        const auto told = [&, index = (int) outcomes.size()] (float fraction, const juce::String& phase) {
+            if (progress)
+                progress (index, fraction, phase);
+        };
+        told (0.0f, {});
+        const auto outcome = combineTake (take, edits, names.nameFor (take.host.file), told);
+
+        if (outcome.isPolyRead)
+            told (1.0f, {});
+
+        outcomes.push_back (outcome);
+    }
+
+    return outcomes;
 }
 
 juce::String combineSummary (int written, int count, int rejected)

@@ -37,6 +37,7 @@ struct TakeOutcome
     float score = 0.0f;
     std::vector<GuestOutcome> guests;    // every guest file of the match is in one of them
     int rejected = 0;                    // guests that were added, but stayed doubtful or could not be written
+    bool isPolyRead = false;
 };
 
 /** Names the files of one run, so that two takes never share one: polys in different folders often bear the same name.
@@ -60,6 +61,17 @@ private:
     progress   told the share of the take's guests that are placed, 0 to 1, on this thread */
 [[nodiscard]] TakeOutcome
 combineTake (const BatchMatch&, const TakeEdits&, const juce::File& output, const SyncProgress& progress);
+
+/** Told how far a run is, on its thread: the take's index in the run, the share of its guests that are placed, 0 to 1, and
+    what is being done. Without a phase the beginning of every take is told, with 0, and the end of one whose poly could be
+    read, with 1. */
+using CombineProgress = std::function<void (int index, float fraction, const juce::String& phase)>;
+
+/** Combines takes one after another into a folder, under names of which no two are the same. */
+[[nodiscard]] std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>&,
+                                                     const TakeEdits&,
+                                                     const juce::File& folder,
+                                                     const CombineProgress&);
 
 /** What a run came to, in one to three sentences.
     count      takes

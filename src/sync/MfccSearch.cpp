@@ -32,7 +32,7 @@ constexpr int64 largestCircle = (int64) 1 << RealFft::largestOrder;
 
 // A query under the longest is only taken from a signal that is not longer than its search, give or take a frame or
 // two, and the search is then shorter than three of the longest.
-constexpr int64 mostKeptSamples = (3 * mfccQueryFrames + 8) * mfccHopSamples;
+constexpr int64 mostKeptSamples = ((int64) 3 * mfccQueryFrames + 8) * mfccHopSamples;
 
 LD_VECTOR_CLONES void
 multiplyByConjugate (const float* a, const float* b, float* product, std::ptrdiff_t floats) noexcept
