@@ -399,12 +399,13 @@ bool BwfReader::readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFra
     if (toRead > framesInFile() - startFrame)
         return false;
 
-    std::vector<juce::uint8> bytes ((size_t) (toRead * frameBytes()));
+    const auto numBytes = toRead * frameBytes();
+    blockBytes.resize (std::max (blockBytes.size(), (size_t) numBytes));
 
-    if (! readExact (dataOffset + startFrame * frameBytes(), bytes.data(), (juce::int64) bytes.size()))
+    if (! readExact (dataOffset + startFrame * frameBytes(), blockBytes.data(), numBytes))
         return false;
 
-    decodeTo24Bit (sampleCodingOf (format), bytes.data(), toRead * format.channels, destination);
+    decodeTo24Bit (sampleCodingOf (format), blockBytes.data(), toRead * format.channels, destination);
     return true;
 }
 

@@ -71,7 +71,8 @@ public:
 
     /** Reads a range of all channels, interleaved, on the signed 24-bit scale.
         destination   numFrames x channels integers; silence past the end of the take
-        The whole range is buffered at once: the caller chooses its size. False where it cannot be read whole. */
+        The whole range is buffered at once, in memory that is kept from read to read: the caller chooses its size.
+        False where it cannot be read whole. */
     [[nodiscard]] bool
     readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFrames, juce::int32* destination) const;
 

@@ -25,10 +25,13 @@ float clampedGain (float db) noexcept
     return juce::jlimit (lowestGainDb, highestGainDb, db);
 }
 
-// The last point at or before a sample that lies between the first and the last.
+// The last point at or before a sample that lies between the first and the last. The guess is tried first.
 template <typename Point>
-size_t pointBefore (const std::vector<Point>& points, int64 sample) noexcept
+size_t pointBefore (const std::vector<Point>& points, int64 sample, size_t guess) noexcept
 {
+    if (guess + 1 < points.size() && points[guess].sample <= sample && sample < points[guess + 1].sample)
+        return guess;
+
     size_t low = 0;
     auto high = points.size() - 1;
 
@@ -118,12 +121,12 @@ float mixDbToGain (float db) noexcept
     return db <= lowestGainDb ? 0.0f : std::pow (10.0f, db / 20.0f);
 }
 
-bool mixerMuteAt (const MixerChannel& channel, int64 sample) noexcept
+bool AutomationCursor::isMutedAt (int64 sample) noexcept
 {
-    const auto& points = channel.muteAutomation;
+    const auto& points = channel->muteAutomation;
 
     if (points.empty())
-        return channel.mute;
+        return channel->mute;
 
     if (sample <= points.front().sample)
         return points.front().mute;
@@ -131,15 +134,16 @@ bool mixerMuteAt (const MixerChannel& channel, int64 sample) noexcept
     if (sample >= points.back().sample)
         return points.back().mute;
 
-    return points[pointBefore (points, sample)].mute;
+    mutePoint = pointBefore (points, sample, mutePoint);
+    return points[mutePoint].mute;
 }
 
-float mixerGainDbAt (const MixerChannel& channel, int64 sample) noexcept
+float AutomationCursor::gainDbAt (int64 sample) noexcept
 {
-    const auto& points = channel.automation;
+    const auto& points = channel->automation;
 
     if (points.empty())
-        return channel.gainDb;
+        return channel->gainDb;
 
     if (sample <= points.front().sample)
         return points.front().gainDb;
@@ -147,11 +151,21 @@ float mixerGainDbAt (const MixerChannel& channel, int64 sample) noexcept
     if (sample >= points.back().sample)
         return points.back().gainDb;
 
-    const auto at = pointBefore (points, sample);
-    const auto& low = points[at];
-    const auto& high = points[at + 1];
+    gainPoint = pointBefore (points, sample, gainPoint);
+    const auto& low = points[gainPoint];
+    const auto& high = points[gainPoint + 1];
     const auto t = (float) ((double) (sample - low.sample) / (double) std::max<int64> (1, high.sample - low.sample));
     return low.gainDb + t * (high.gainDb - low.gainDb);
+}
+
+bool mixerMuteAt (const MixerChannel& channel, int64 sample) noexcept
+{
+    return AutomationCursor (channel).isMutedAt (sample);
+}
+
+float mixerGainDbAt (const MixerChannel& channel, int64 sample) noexcept
+{
+    return AutomationCursor (channel).gainDbAt (sample);
 }
 
 bool mixerChannelAudible (const MixerChannel& channel, bool anySolo, int64 sample) noexcept

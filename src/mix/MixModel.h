@@ -60,6 +60,24 @@ void renameMixToOldMix (TrackInfo&);
 /** The state at a sample: mute steps from point to point, gain runs in a straight line of dB between them. */
 [[nodiscard]] bool mixerMuteAt (const MixerChannel&, juce::int64 sample) noexcept;
 [[nodiscard]] float mixerGainDbAt (const MixerChannel&, juce::int64 sample) noexcept;
+/** Walks along a channel's curves: the values of mixerGainDbAt and mixerMuteAt without a search for each sample where the
+    samples rise slowly, as in playing. The channel must not change meanwhile. */
+class AutomationCursor
+{
+public:
+    explicit AutomationCursor (const MixerChannel& channelToFollow) noexcept : channel (&channelToFollow) {}
+
+    [[nodiscard]] float gainDbAt (juce::int64 sample) noexcept;
+    [[nodiscard]] bool isMutedAt (juce::int64 sample) noexcept;
+
+    [[nodiscard]] bool hasGainCurve() const noexcept { return ! channel->automation.empty(); }
+    [[nodiscard]] bool hasMuteCurve() const noexcept { return ! channel->muteAutomation.empty(); }
+
+private:
+    const MixerChannel* channel;
+    size_t gainPoint = 0, mutePoint = 0;    // the last one at or before the sample asked for last
+};
+
 [[nodiscard]] bool mixerChannelAudible (const MixerChannel&, bool anySolo, juce::int64 sample) noexcept;
 
 /** True if one of the first count channels is soloed. */
