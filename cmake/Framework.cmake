@@ -14,6 +14,9 @@ set(LD_JUCE_MODULES
     juce::juce_core juce::juce_events juce::juce_data_structures juce::juce_graphics
     juce::juce_gui_basics juce::juce_gui_extra
     juce::juce_audio_basics juce::juce_audio_devices juce::juce_audio_utils juce::juce_dsp)
+if(APPLE OR WIN32)
+    list(APPEND LD_JUCE_MODULES juce::juce_video)
+endif()
 
 add_library(ld_juce STATIC)
 target_link_libraries(ld_juce PRIVATE ${LD_JUCE_MODULES} PUBLIC PkgConfig::FFTW3F)

@@ -2,7 +2,8 @@
 
 #include "app/LodestrandWindow.h"
 
-/** The application object: several may run side by side, each with a window of its own. Quitting asks nothing. */
+/** The application object: several may run side by side, each with a window of its own. Quitting asks nothing, and waits
+    for nothing: what a job has begun to write is removed. */
 class LodestrandApp : public juce::JUCEApplication
 {
 public:
@@ -10,8 +11,8 @@ public:
     const juce::String getApplicationVersion() override { return "1.0.0"; }
     bool moreThanOneInstanceAllowed() override { return true; }
 
-    void initialise (const juce::String&) override { window = std::make_unique<LodestrandWindow>(); }
-    void shutdown() override { window.reset(); }
+    void initialise (const juce::String&) override;
+    void shutdown() override;
     void systemRequestedQuit() override { quit(); }
 
 private:

@@ -12,10 +12,15 @@ public:
     {
         setUsingNativeTitleBar (true);
         setResizable (true, true);
-        setContentOwned (new ld::MainComponent, true);
+        setContentOwned (view, true);
         centreWithSize (1440, 900);
         setVisible (true);
     }
 
+    [[nodiscard]] ld::JobRunner::Count runningJobs() const { return view->runningJobs(); }
+
     void closeButtonPressed() override { juce::JUCEApplication::getInstance()->systemRequestedQuit(); }
+
+private:
+    ld::MainComponent* const view = new ld::MainComponent;    // the base owns it as its content
 };

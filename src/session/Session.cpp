@@ -124,6 +124,18 @@ juce::Result Session::loadHost (const juce::File& file)
     return juce::Result::ok();
 }
 
+void Session::swapTake (Session& other)
+{
+    std::swap (host, other.host);
+    std::swap (guests, other.guests);
+    std::swap (selectedGuest, other.selectedGuest);
+    std::swap (referenceChannel, other.referenceChannel);
+    std::swap (mixer, other.mixer);
+
+    for (auto& meter : mixerMeters)
+        meter.store (0.0f);
+}
+
 void Session::extractHostAudio()
 {
     host.peaks.clear();

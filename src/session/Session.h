@@ -43,6 +43,10 @@ public:
     /** Replaces the host and discards every guest; a file that cannot be read changes nothing. */
     [[nodiscard]] juce::Result loadHost (const juce::File&);
 
+    /** Takes over the take of another session, with its guests, choices and mixer, and gives it the own one. Costs nothing but
+        moves, so that it may stand under a lock. The picture stays. */
+    void swapTake (Session&);
+
     /** Adds a file as a new guest, or as a further piece of the guest that it belongs to. */
     [[nodiscard]] juce::Result addGuest (const juce::File&);
 

@@ -1,0 +1,3 @@
+#include "app/LodestrandApp.h"
+
+START_JUCE_APPLICATION (LodestrandApp)

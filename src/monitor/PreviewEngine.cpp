@@ -1,0 +1,181 @@
+#include "monitor/PreviewEngine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+namespace ld
+{
+
+PreviewEngine::PreviewEngine()
+{
+    juce::ignoreUnused (deviceManager.initialiseWithDefaultDevices (0, 2));
+}
+
+PreviewEngine::~PreviewEngine()
+{
+    leaveDevice();
+}
+
+juce::Result PreviewEngine::start (Session& sessionToPlay, juce::CriticalSection& sessionLock)
+{
+    // An ended take is still with the device.
+    leaveDevice();
+    session = &sessionToPlay;
+    lock = &sessionLock;
+    hostSampleRate = std::max (sessionToPlay.host.format.sampleRate, 1);
+    reader = std::make_unique<BwfReader>();
+
+    if (const auto& host = sessionToPlay.host; host.format.valid)
+        juce::ignoreUnused (reader->open (host.file) && reader->isPlausible());
+
+    playing = true;
+    deviceManager.addAudioCallback (this);
+    return juce::Result::ok();
+}
+
+void PreviewEngine::stop()
+{
+    leaveDevice();
+}
+
+void PreviewEngine::toggle (Session& sessionToPlay, juce::CriticalSection& sessionLock)
+{
+    if (playing)
+        stop();
+    else
+        juce::ignoreUnused (start (sessionToPlay, sessionLock));
+}
+
+// The device does not call any more when this returns.
+void PreviewEngine::leaveDevice()
+{
+    playing = false;
+    deviceManager.removeAudioCallback (this);
+    reader.reset();
+}
+
+void PreviewEngine::seek (juce::int64 sample)
+{
+    playhead = sample;
+    pendingSeek = sample;
+}
+
+juce::String PreviewEngine::currentOutputName() const
+{
+    const auto* const device = deviceManager.getCurrentAudioDevice();
+    return device != nullptr ? device->getName() : juce::String ("No audio output");
+}
+
+void PreviewEngine::audioDeviceAboutToStart (juce::AudioIODevice* device)
+{
+    deviceSampleRate = device != nullptr ? device->getCurrentSampleRate() : 48000.0;
+
+    if (device == nullptr)
+        return;
+
+    const auto blockSize = device->getCurrentBufferSizeSamples();
+    mix.prepare (blockSize);
+
+    if (reader != nullptr && reader->format.valid)
+        hostSamples.reserve ((size_t) blockSize * (size_t) std::max (reader->format.channels, 1));
+}
+
+void PreviewEngine::audioDeviceIOCallbackWithContext (const float* const*,
+                                                      int,
+                                                      float* const* outputs,
+                                                      int numOutputs,
+                                                      int numSamples,
+                                                      const juce::AudioIODeviceCallbackContext&)
+{
+    for (int c = 0; c < numOutputs; ++c)
+        if (outputs[c] != nullptr)
+            std::fill_n (outputs[c], numSamples, 0.0f);
+
+    if (! playing || session == nullptr || lock == nullptr)
+        return;
+
+    try
+    {
+        playBlock (outputs, numOutputs, numSamples);
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The block stays silent and is tried again.
+    }
+}
+
+void PreviewEngine::playBlock (float* const* outputs, int numOutputs, int numSamples)
+{
+    const auto step = hostSampleRate / std::max (deviceSampleRate, 1.0);
+
+    if (const auto asked = pendingSeek.exchange (noSeek); asked >= 0)
+        position = (double) asked;
+
+    const auto frames = readHost (position, step, numSamples);
+    const juce::ScopedLock held (*lock);
+
+    if (! session->host.format.valid)
+        return;
+
+    const auto outcome = mix.mix (*session, frames, position, step, numSamples);
+
+    if (outcome.hasEnded)
+        playing = false;
+
+    deliver (outputs, numOutputs);
+    fallMeters (outcome);
+    position = outcome.position;
+
+    // A seek that came in meanwhile has set the playhead already.
+    if (pendingSeek < 0)
+        playhead = (juce::int64) std::floor (position);
+}
+
+// The frames that a block needs, and one more to draw the last line to; silence where the file ends or cannot be read.
+HostFrames PreviewEngine::readHost (double from, double step, int numSamples)
+{
+    if (reader == nullptr || ! reader->format.valid)
+        return {};
+
+    const auto& format = reader->format;
+    const auto count = std::max<juce::int64> ((juce::int64) std::ceil (step * numSamples), 0) + 2;
+    const auto first =
+        std::clamp<juce::int64> ((juce::int64) std::floor (from), 0, std::max<juce::int64> (format.numFrames, 1) - 1);
+    hostSamples.resize ((size_t) (count * format.channels));
+    juce::ignoreUnused (reader->readInterleavedInt32 (first, count, hostSamples.data()));
+    return { hostSamples, first, format.channels };
+}
+
+void PreviewEngine::deliver (float* const* outputs, int numOutputs) const
+{
+    const auto left = mix.left(), right = mix.right();
+    auto* const first = numOutputs > 0 ? outputs[0] : nullptr;
+    auto* const second = numOutputs > 1 ? outputs[1] : nullptr;
+
+    if (second != nullptr)
+    {
+        if (first != nullptr)
+            std::copy (left.begin(), left.end(), first);
+
+        std::copy (right.begin(), right.end(), second);
+        return;
+    }
+
+    if (first != nullptr)
+        std::transform (
+            left.begin(), left.end(), right.begin(), first, [] (float l, float r) { return (l + r) * 0.5f; });
+}
+
+void PreviewEngine::fallMeters (const PreviewMix::Outcome& outcome)
+{
+    constexpr float fallPerBlock = 0.86f;
+
+    for (int m = 0; m < session->mixerCount(); ++m)
+    {
+        auto& meter = session->mixerMeters[(size_t) m];
+        meter.store (std::max (meter.load() * fallPerBlock, outcome.peaks[(size_t) m]));
+    }
+}
+
+}    // namespace ld

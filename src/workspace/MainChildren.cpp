@@ -1,0 +1,176 @@
+#include "workspace/MainComponent.h"
+
+#include "monitor/MonitorMixer.h"
+
+#include <juce_audio_utils/juce_audio_utils.h>
+
+namespace ld
+{
+
+void MainComponent::setUpButton (juce::TextButton& button,
+                                 const juce::String& text,
+                                 juce::Colour fill,
+                                 std::function<void()> onClick)
+{
+    button.setButtonText (text);
+    button.setColour (juce::TextButton::buttonColourId, fill);
+    button.setHasFocusOutline (true);
+    button.onClick = std::move (onClick);
+    addChildComponent (button);
+}
+
+// In the order in which the tab key goes through them.
+void MainComponent::setUpButtons()
+{
+    const auto& palette = lookAndFeel.palette;
+    setUpButton (openPolysButton, "Open polys", palette.raised, [this] { openHostChooser(); });
+    setUpButton (openFolderButton, "Open shoot folder", palette.raised, [this] { openFolderChooser(); });
+    setUpButton (openSessionButton, "Open session", palette.raised, [this] { openSessionChooser(); });
+    setUpButton (resetButton, "Reset folders", palette.raised, [this] { resetFolders(); });
+    setUpButton (addIsoButton, "Add ISO folder", palette.raised, [this] { openIsoFolderChooser(); });
+    setUpButton (saveButton, "Save session", palette.raised, [this] { saveSessionChooser(); });
+    setUpButton (combineButton, "Combine all tracks", palette.accent, [this] { combineAllChooser(); });
+    setUpButton (prevButton, "Prev", palette.ink, [this] { stepBatch (-1); });
+    setUpButton (nextButton, "Next", palette.ink, [this] { stepBatch (1); });
+    setUpButton (rewindButton, "|<", palette.ink, [this] { seekPlayhead (0); });
+    setUpButton (backFiveButton, "-5s", palette.ink, [this] { jumpSeconds (-5); });
+    setUpButton (playButton, "Play", palette.raised, [this] { togglePlay(); });
+    setUpButton (forwardFiveButton, "+5s", palette.ink, [this] { jumpSeconds (5); });
+    setUpButton (drawFadersButton, "Draw faders", palette.raised, [this] {
+        const auto isOn = drawFadersButton.getToggleState();
+        spine.setDrawFaderMode (isOn);
+        showStatus (isOn ? "Draw mode: drag on a track to write the fader line." : "Draw mode off.");
+    });
+    setUpButton (monitorMixButton, "Monitor mix", palette.accent, [this] { openMonitorMixer(); });
+    setUpButton (outputButton, "Monitoring output", palette.raised, [this] { openOutputSettings(); });
+
+    drawFadersButton.setClickingTogglesState (true);
+    drawFadersButton.setColour (juce::TextButton::buttonOnColourId, palette.accent);
+    playButton.setEnabled (false);
+    combineButton.setEnabled (false);
+
+    // Signs that a screen reader cannot say.
+    rewindButton.setTitle ("To the start");
+    backFiveButton.setTitle ("Back five seconds");
+    forwardFiveButton.setTitle ("Forward five seconds");
+    prevButton.setTitle ("Previous take");
+    nextButton.setTitle ("Next take");
+}
+
+void MainComponent::setUpLabels()
+{
+    transportLabel.setFont (lookAndFeel.monoFont (14.0f));
+    transportLabel.setTitle ("Position and length");
+    batchLabel.setFont (lookAndFeel.uiFont (14.0f, juce::Font::plain));
+    batchLabel.setTitle ("Open take");
+
+    for (auto* label : { &transportLabel, &batchLabel })
+    {
+        label->setColour (juce::Label::textColourId, lookAndFeel.palette.text);
+        label->setJustificationType (juce::Justification::centredLeft);
+        addChildComponent (label);
+    }
+
+    videoTimecodeEditor.setInputRestrictions (11, "0123456789:;");
+    videoTimecodeEditor.setTitle ("Picture start");
+    videoTimecodeEditor.onReturnKey = [this] { setVideoTimecode(); };
+    videoTimecodeEditor.onEscapeKey = [this] { grabKeyboardFocus(); };
+    addChildComponent (videoTimecodeEditor);
+
+    progressBar.setTitle ("Progress");
+    addChildComponent (progressBar);
+}
+
+void MainComponent::setUpPanels()
+{
+    spine.lookAndFeel = &lookAndFeel;
+    spine.session = &session;
+    spine.onGuestSelected = [this] (juce::Uuid id) { selectGuest (id); };
+    spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null()); };
+    spine.onGuestMoved = [this] (juce::Uuid id, juce::int64 offset) { setOffset (id, offset); };
+    spine.onSeek = [this] (juce::int64 sample) { seekPlayhead (sample); };
+    spine.onMixerGain = [this] (int index, float db) {
+        changeMixer ([&] { session.setMixerGain (index, db, preview.playhead, preview.playing); });
+    };
+    spine.onDrawGain = [this] (int index, float db, juce::int64 sample, juce::int64 previousSample) {
+        changeMixer ([&] { session.drawMixerGain (index, db, sample, previousSample); });
+    };
+    spine.onMixerMute = [this] (int index, bool isMuted) {
+        changeMixer ([&] { session.setMixerMute (index, isMuted, preview.playhead, preview.playing); });
+    };
+    spine.onReferenceChannel = [this] (int channel) { setReferenceChannel (channel); };
+    spine.onRemoveTrack = [this] (bool isGuest, juce::Uuid id, int channel) {
+        confirmRemoveTrack (isGuest, id, channel);
+    };
+
+    inspector.lookAndFeel = &lookAndFeel;
+    inspector.onMetadataChanged = [this] { persistSelectedMetadata(); };
+    inspector.onNudge = [this] (juce::int64 samples) { nudgeSelected (samples); };
+    inspector.onRemove = [this] { confirmRemoveTrack (true, session.selectedGuest, -1); };
+
+    video.setVolume (0.0f);
+    addChildComponent (spine);
+    addChildComponent (inspector);
+    addChildComponent (video);
+}
+
+void MainComponent::showChildren()
+{
+    const auto hasHost = session.host.format.valid;
+    const auto hasSeveralTakes = hasHost && batch.size() >= 2;
+    const auto hasPicture = hasHost && session.video.loaded;
+
+    for (juce::Component* child : std::initializer_list<juce::Component*> { &playButton,
+                                                                            &combineButton,
+                                                                            &rewindButton,
+                                                                            &backFiveButton,
+                                                                            &forwardFiveButton,
+                                                                            &monitorMixButton,
+                                                                            &drawFadersButton,
+                                                                            &addIsoButton,
+                                                                            &resetButton,
+                                                                            &saveButton,
+                                                                            &transportLabel,
+                                                                            &spine })
+        child->setVisible (hasHost);
+
+    for (auto* button : { &openFolderButton, &openSessionButton })
+        button->setVisible (! hasHost);
+
+    for (auto* button : { &openPolysButton, &outputButton })
+        button->setVisible (true);
+
+    prevButton.setVisible (hasSeveralTakes);
+    nextButton.setVisible (hasSeveralTakes);
+    batchLabel.setVisible (hasSeveralTakes);
+    video.setVisible (hasPicture);
+    videoTimecodeEditor.setVisible (hasPicture);
+    inspector.setVisible (hasHost && ! session.selectedGuest.isNull());
+    progressBar.setVisible (progressVisible);
+}
+
+void MainComponent::showOutputName()
+{
+    outputButton.setButtonText ("Output: " + preview.currentOutputName());
+}
+
+void MainComponent::openMonitorMixer()
+{
+    auto mixer = std::make_unique<MonitorMixer> (
+        session,
+        sessionLock,
+        &lookAndFeel,
+        [this] { return preview.playhead.load(); },
+        [this] { return preview.playing.load(); });
+    juce::CallOutBox::launchAsynchronously (std::move (mixer), monitorMixButton.getScreenBounds(), nullptr);
+}
+
+void MainComponent::openOutputSettings()
+{
+    auto settings = std::make_unique<juce::AudioDeviceSelectorComponent> (
+        preview.deviceManager, 0, 0, 1, 2, false, false, true, false);
+    settings->setSize (480, 420);
+    juce::CallOutBox::launchAsynchronously (std::move (settings), outputButton.getScreenBounds(), nullptr);
+}
+
+}    // namespace ld

@@ -1,0 +1,98 @@
+#include "workspace/MainLayout.h"
+
+#include <algorithm>
+
+namespace ld
+{
+namespace
+{
+
+using Bounds = juce::Rectangle<int>;
+
+void layOutWelcome (MainLayout& at, int w, int h)
+{
+    at.openPolys = Bounds (w / 2 - 280, h / 2 + 86, 172, 42);
+    at.openFolder = Bounds (w / 2 - 98, h / 2 + 86, 186, 42);
+    at.openSession = Bounds (w / 2 + 98, h / 2 + 86, 172, 42);
+    at.output = Bounds (w - 274, 18, 250, 34);
+}
+
+// right is where the band ends: the window's edge, or the picture.
+void layOutTopBand (MainLayout& at, int right)
+{
+    at.combine = Bounds (right - 190, 22, 170, 40);
+    at.save = Bounds (right - 318, 22, 118, 40);
+    at.addIso = Bounds (right - 470, 22, 142, 40);
+    at.openPolys = Bounds (right - 584, 22, 104, 40);
+    at.reset = Bounds (right - 718, 22, 124, 40);
+}
+
+void layOutTransport (MainLayout& at, int right, int row)
+{
+    at.rewind = Bounds (24, row, 48, 32);
+    at.backFive = Bounds (78, row, 54, 32);
+    at.play = Bounds (138, row, 82, 32);
+    at.forwardFive = Bounds (226, row, 54, 32);
+    at.monitorMix = Bounds (right - 152, row, 128, 32);
+    at.drawFaders = Bounds (at.monitorMix.getX() - 118, row, 110, 32);
+    at.transport = Bounds (294, row, std::max (at.drawFaders.getX(), 424) - 304, 32);
+}
+
+void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
+{
+    const auto right = face.hasPicture ? w - 232 : w;
+    auto row = face.hasPicture ? 170 : 92;
+
+    if (face.hasPicture)
+    {
+        at.picture = Bounds (w - 244, 12, 220, 124);
+        at.pictureTimecode = Bounds (w - 244, 140, 110, 22);
+    }
+
+    if (face.hasSeveralTakes)
+    {
+        at.previousTake = Bounds (24, 92, 64, 30);
+        at.nextTake = Bounds (94, 92, 64, 30);
+        at.batchLabel = Bounds (174, 92, w - (face.hasPicture ? 620 : 400), 30);
+        row = std::max (row, 130);
+    }
+
+    layOutTopBand (at, right);
+    layOutTransport (at, right, row);
+    at.output = Bounds (w - 286, h - 33, 262, 28);
+
+    const auto below = std::max (h - row - 42, 0);
+    at.spine = Bounds (16, row + 42, std::max (w - 32, 0), std::max (below - (face.showsInspector ? 162 : 36), 0));
+
+    if (face.showsInspector)
+        at.inspector = Bounds (0, h - 162, w, 126);
+}
+
+}    // namespace
+
+MainLayout layOutMain (int width, int height, const MainFace& face)
+{
+    MainLayout at;
+    at.progressBar = Bounds (24, height - 31, std::max (width, 454) - 334, 22);
+
+    if (face.hasHost)
+        layOutWorkspace (at, width, height, face);
+    else
+        layOutWelcome (at, width, height);
+
+    return at;
+}
+
+WelcomeCard layOutWelcomeCard (int width, int height)
+{
+    using Area = juce::Rectangle<float>;
+    const auto w = std::min ((float) width - 64.0f, 720.0f);
+    const auto x = (float) width / 2.0f - w / 2.0f, y = (float) height / 2.0f - 183.0f;
+    return { .card = Area (x, y, w, 330.0f),
+             .title = Area (x, y + 18.0f, w, 112.0f),
+             .rule = Area (x + w / 2.0f - 48.0f, y + 118.0f, 96.0f, 2.0f),
+             .heading = Area (x, y + 112.0f, w, 52.0f),
+             .hint = Area (x, y + 164.0f, w, 36.0f) };
+}
+
+}    // namespace ld

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <juce_graphics/juce_graphics.h>
+
+namespace ld
+{
+
+/** What the main view has to find room for. */
+struct MainFace
+{
+    bool hasHost = false;    // the workspace; else the welcome card
+    bool hasPicture = false;
+    bool hasSeveralTakes = false;
+    bool showsInspector = false;
+};
+
+/** Where the main view's children stand, in its own coordinates. Those that a face does not show have empty bounds. */
+struct MainLayout
+{
+    juce::Rectangle<int> progressBar, output, openPolys;                    // both faces
+    juce::Rectangle<int> openFolder, openSession;                           // welcome card
+    juce::Rectangle<int> combine, save, addIso, reset;                      // workspace, top band
+    juce::Rectangle<int> previousTake, nextTake, batchLabel;                // with several takes
+    juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
+    juce::Rectangle<int> monitorMix, drawFaders, spine, inspector;
+    juce::Rectangle<int> picture, pictureTimecode;    // with a picture
+};
+
+[[nodiscard]] MainLayout layOutMain (int width, int height, const MainFace&);
+
+/** The welcome card and its lettering. */
+struct WelcomeCard
+{
+    juce::Rectangle<float> card, title, rule, heading, hint;
+};
+
+[[nodiscard]] WelcomeCard layOutWelcomeCard (int width, int height);
+
+}    // namespace ld

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "theme/LookAndFeel.h"
+
+#include <optional>
+
+namespace ld
+{
+
+// status: what the last action came to; empty where something else stands in its place.
+
+/** The ground of the welcome face.
+    hover   0 to 1 while files hover over the window; none: they do not */
+void paintWelcome (juce::Graphics&,
+                   const LookAndFeel&,
+                   juce::Rectangle<int> bounds,
+                   const juce::String& status,
+                   std::optional<float> hover);
+
+/** The ground of the workspace: the top band with the headline, the status line at the bottom. */
+void paintWorkspace (juce::Graphics&,
+                     const LookAndFeel&,
+                     juce::Rectangle<int> bounds,
+                     const juce::String& headline,
+                     const juce::String& status);
+
+}    // namespace ld

@@ -1,0 +1,399 @@
+#include "workspace/SpinePainter.h"
+
+#include "workspace/SpineText.h"
+
+#include <algorithm>
+
+namespace ld
+{
+namespace
+{
+
+using Area = juce::Rectangle<float>;
+using juce::int64;
+
+constexpr auto leftCentred = juce::Justification::centredLeft;
+constexpr float leastScale = 0.88f;
+
+class SpinePainter
+{
+public:
+    SpinePainter (juce::Graphics& graphics,
+                  const LookAndFeel& lookAndFeel,
+                  const Session& sessionToPaint,
+                  Area bounds,
+                  const SpineView& viewToPaint)
+        : g (graphics), theme (lookAndFeel), palette (lookAndFeel.palette), session (sessionToPaint),
+          view (viewToPaint), frame (layOutSpine (bounds)), lanes (layOutLanes (sessionToPaint, bounds)),
+          length (takeLength (sessionToPaint))
+    {
+    }
+
+    void paint()
+    {
+        paintHeading();
+        paintRuler();
+        auto isFirstGuest = true;
+
+        for (const auto& lane : lanes)
+        {
+            paintGround (lane);
+
+            if (lane.isGuest && isFirstGuest)
+                paintGuestHeading (lane);
+
+            isFirstGuest = isFirstGuest && ! lane.isGuest;
+
+            if (! lane.isGuest)
+                paintHostLane (lane);
+            else if (const auto* guest = session.findGuest (lane.guestId))
+                paintGuestLane (lane, *guest);
+            else
+                continue;
+
+            paintMixer (lane);
+            paintButtons (lane);
+        }
+
+        paintPlayhead();
+        paintFileHover();
+    }
+
+private:
+    void fill (juce::Colour colour, Area area)
+    {
+        g.setColour (colour);
+        g.fillRect (area);
+    }
+
+    void write (const juce::String& text, const juce::Font& font, juce::Colour colour, Area area)
+    {
+        g.setColour (colour);
+        g.setFont (font);
+        g.drawText (text, area, leftCentred);
+    }
+
+    void fit (const juce::String& text, const juce::Font& font, juce::Colour colour, Area area)
+    {
+        g.setColour (colour);
+        g.setFont (font);
+        g.drawFittedText (text, area.toNearestInt(), leftCentred, 1, leastScale);
+    }
+
+    [[nodiscard]] juce::Font bold (float size) const { return theme.uiFont (size, juce::Font::bold); }
+    [[nodiscard]] juce::Font plain (float size) const { return theme.uiFont (size, juce::Font::plain); }
+
+    [[nodiscard]] bool hasChannel (const SpineLane& lane) const { return lane.mixerIndex < session.mixerCount(); }
+
+    [[nodiscard]] bool isMuted (const SpineLane& lane) const
+    {
+        return hasChannel (lane) && session.mixerMuteAt (lane.mixerIndex, view.playhead);
+    }
+
+    void paintHeading()
+    {
+        fill (palette.panel, frame.labels);
+        write (view.isDrawing ? "DRAW FADERS" : "CONFORM MAP",
+               bold (12.0f),
+               palette.muted,
+               frame.labels.withHeight (frame.ruler.getHeight()));
+    }
+
+    void paintRuler()
+    {
+        constexpr float boxWidth = 108.0f;
+        const auto area = frame.ruler;
+        g.setFont (theme.monoFont (13.0f));
+
+        for (int mark = 0; mark <= 4; ++mark)
+        {
+            const auto share = (float) mark / 4.0f;
+            const auto x = area.getX() + area.getWidth() * share;
+            const auto justification = mark == 0   ? juce::Justification::left
+                                       : mark == 4 ? juce::Justification::right
+                                                   : juce::Justification::centred;
+            const auto boxX = mark == 0 ? x : mark == 4 ? x - boxWidth : x - boxWidth / 2.0f;
+            fill (palette.line, { x, area.getBottom() - 5.0f, 1.0f, 5.0f });
+            g.setColour (palette.text);
+            g.drawText (rulerText (session.host, share),
+                        Area (boxX, area.getY(), boxWidth, area.getHeight() - 5.0f),
+                        juce::Justification (justification | juce::Justification::verticallyCentred));
+        }
+
+        fill (palette.line, area.withTop (area.getBottom() - 1.0f));
+    }
+
+    void paintGround (const SpineLane& lane)
+    {
+        const auto& timeline = lane.timeline;
+        const auto& remove = lane.removeButton;
+        const auto ground = lane.isGuest ? palette.panel : palette.raised.withAlpha (0.42f);
+        fill (ground, lane.label.withWidth (SpineFrame::labelColumn));
+        fill (ground, timeline);
+        fill (ground, { remove.getX() - 4.0f, timeline.getY(), remove.getWidth() + 8.0f, timeline.getHeight() });
+        fill (palette.line.withAlpha (0.28f), timeline.withTop (timeline.getBottom() - 1.0f));
+
+        if (view.isDrawing && lane.hasMixer)
+        {
+            g.setColour (palette.accent.withAlpha (0.45f));
+            g.drawRect (timeline, 1.2f);
+        }
+
+        for (int i = 1; i <= 4; ++i)
+            fill (palette.line.withAlpha (0.16f),
+                  { timeline.getX() + timeline.getWidth() * (float) i / 5.0f,
+                    timeline.getY(),
+                    1.0f,
+                    timeline.getHeight() });
+    }
+
+    void paintGuestHeading (const SpineLane& lane)
+    {
+        const auto& timeline = lane.timeline;
+        const auto left = frame.labels.getX(), top = timeline.getY();
+        fill (palette.ink, { left, top - 41.0f, timeline.getWidth() + SpineFrame::labelColumn, 41.0f });
+        fill (palette.accent, { timeline.getX(), top - 2.0f, timeline.getWidth(), 2.0f });
+        write ("MATCHED RECORDINGS", bold (13.0f), palette.accentBright, { left + 8.0f, top - 39.0f, 190.0f, 26.0f });
+        write ("Each block is a source file; gaps and overlaps are preserved",
+               plain (12.0f),
+               palette.muted,
+               { timeline.getX(), top - 39.0f, timeline.getWidth(), 26.0f });
+    }
+
+    // The name, and below it what else is to be said.
+    void paintLabel (const SpineLane& lane, float inset, float nameSpace, juce::Colour detailColour, float detailSize)
+    {
+        const auto text = lane.isGuest ? guestLaneText (*session.findGuest (lane.guestId), lane.channel)
+                                       : hostLaneText (session.host, lane.channel);
+        const auto inner = std::max (lane.label.getHeight() - 2.0f * inset, 0.0f);
+        const auto nameHeight = std::min (inner, nameSpace);
+        const Area name (lane.label.getX() + 8.0f,
+                         lane.label.getY() + inset,
+                         std::max (lane.label.getWidth() - 16.0f, 0.0f),
+                         nameHeight);
+        fit (text.name, bold (14.0f), isMuted (lane) ? palette.muted : palette.text, name);
+        fit (text.detail,
+             bold (detailSize),
+             detailColour,
+             name.withY (name.getBottom()).withHeight (inner - nameHeight));
+    }
+
+    void paintWave (
+        const SpineLane& lane, const PeakLane& peaks, float inset, juce::Colour colour, int64 offset, float emphasis)
+    {
+        const auto& timeline = lane.timeline;
+        const auto height = std::max (std::max (timeline.getHeight() - inset, 0.0f) - inset, 0.0f);
+        g.setColour (colour.withAlpha (0.84f + 0.16f * emphasis));
+        g.fillPath (waveOutline (timeline.withY (timeline.getY() + inset).withHeight (height), peaks, length, offset));
+    }
+
+    void paintHostLane (const SpineLane& lane)
+    {
+        fill (palette.good.withAlpha (0.1f), lane.timeline);
+        paintLabel (lane, 6.0f, 22.0f, palette.muted, 11.0f);
+
+        if ((size_t) lane.channel < session.host.peaks.size())
+            paintWave (lane,
+                       session.host.peaks[(size_t) lane.channel],
+                       8.0f,
+                       isMuted (lane) ? palette.muted : palette.good,
+                       0,
+                       0.0f);
+    }
+
+    void paintGuestLane (const SpineLane& lane, const GuestClip& guest)
+    {
+        const auto isSelected = session.selectedGuest == guest.id;
+        paintLabel (lane, 5.0f, 24.0f, guest.alignment.needsManual ? palette.bad : palette.muted, 12.0f);
+        const auto blocks = blocksOf (guest, session.host.format.sampleRate);
+
+        for (const auto& block : blocks)
+            paintBlock (blockBounds (lane.timeline, block.span, length), isSelected);
+
+        if (! guest.peaks.empty())
+            paintWave (lane,
+                       guest.peaks[(size_t) std::clamp (lane.channel, 0, (int) guest.peaks.size() - 1)],
+                       7.0f,
+                       isMuted (lane) ? palette.muted : palette.warn,
+                       guest.alignment.offsetSamples,
+                       guest.waveEmphasis);
+
+        for (const auto& block : blocks)
+            paintBlockName (blockBounds (lane.timeline, block.span, length), block.file);
+
+        if (! guest.matchPending)
+            return;
+
+        const auto& timeline = lane.timeline;
+        g.setColour (palette.accent);
+        g.setFont (plain (11.0f));
+        g.drawText ("matching...",
+                    timeline.withX (timeline.getX() + 8.0f).withWidth (std::max (timeline.getWidth() - 16.0f, 0.0f)),
+                    juce::Justification::centredRight);
+    }
+
+    void paintBlock (Area block, bool isSelected)
+    {
+        constexpr float corner = 4.0f;
+
+        if (block.isEmpty())
+            return;
+
+        g.setColour (palette.warn.withAlpha (isSelected ? 0.3f : 0.2f));
+        g.fillRoundedRectangle (block, corner);
+        g.setColour (isSelected ? palette.accentBright : palette.accent.withAlpha (0.75f));
+        g.drawRoundedRectangle (block, corner, isSelected ? 1.5f : 1.0f);
+    }
+
+    void paintBlockName (Area block, const juce::File& file)
+    {
+        constexpr float narrowestNamed = 52.0f;
+
+        if (block.getWidth() >= narrowestNamed)
+            fit (file.getFileNameWithoutExtension(),
+                 bold (11.0f),
+                 palette.text,
+                 { block.getX() + 6.0f,
+                   block.getY() + 2.0f,
+                   std::max (block.getWidth() - 12.0f, 0.0f),
+                   std::max (block.getHeight() - 4.0f, 0.0f) });
+    }
+
+    void paintMixer (const SpineLane& lane)
+    {
+        if (! lane.hasMixer || ! hasChannel (lane))
+            return;
+
+        const auto& channel = session.mixerAt (lane.mixerIndex);
+        paintFader (lane);
+
+        if (session.host.format.numFrames < 2)
+            return;
+
+        for (const auto& span : mutedSpans (channel.muteAutomation, length))
+        {
+            const auto from = xOfSample (lane.timeline, span.start, length);
+            const auto to = xOfSample (lane.timeline, span.start + span.length, length);
+            fill (palette.bad.withAlpha (0.18f),
+                  { from,
+                    lane.timeline.getY() + 4.0f,
+                    std::max (to - from, 1.0f),
+                    std::max (lane.timeline.getHeight() - 8.0f, 0.0f) });
+        }
+
+        paintGainLine (lane, channel.automation);
+    }
+
+    void paintFader (const SpineLane& lane)
+    {
+        const auto& fader = lane.fader;
+        g.setColour (palette.panel);
+        g.fillRoundedRectangle (fader, 3.0f);
+        g.setColour (palette.line);
+        g.drawRoundedRectangle (fader, 3.0f, 1.0f);
+
+        const auto level = std::clamp (session.mixerMeters[(size_t) lane.mixerIndex].load(), 0.0f, 1.0f);
+        const auto meterHeight = fader.getHeight() * level;
+        fill (palette.accent.withAlpha (0.45f),
+              { fader.getX() + 1.0f, fader.getBottom() - meterHeight, 3.0f, meterHeight });
+
+        const auto share = shareOfGain (session.mixerGainDbAt (lane.mixerIndex, view.playhead));
+        const auto t = share < 0.0f ? 1.0f : 1.0f - std::min (share, 1.0f);
+        g.setColour (isMuted (lane) ? palette.muted : palette.accentBright);
+        g.fillRoundedRectangle (
+            { fader.getX() - 2.0f, fader.getY() + t * fader.getHeight() - 5.0f, fader.getWidth() + 4.0f, 10.0f }, 2.0f);
+    }
+
+    // 0 at the lowest gain, 1 at the highest.
+    [[nodiscard]] static float shareOfGain (float db) { return (db - lowestGainDb) / (highestGainDb - lowestGainDb); }
+
+    void paintGainLine (const SpineLane& lane, const std::vector<MixAutomationPoint>& points)
+    {
+        if (points.size() < 2)
+            return;
+
+        const auto& timeline = lane.timeline;
+        juce::Path path;
+
+        for (const auto& point : points)
+        {
+            const auto share = std::clamp (shareOfGain (point.gainDb), 0.0f, 1.0f);
+            const juce::Point<float> at (xOfSample (timeline, point.sample, length),
+                                         timeline.getBottom() - 8.0f - share * (timeline.getHeight() - 16.0f));
+
+            if (path.isEmpty())
+                path.startNewSubPath (at);
+            else
+                path.lineTo (at);
+        }
+
+        g.setColour (palette.accentBright.withAlpha (0.85f));
+        g.strokePath (path, juce::PathStrokeType (1.4f));
+    }
+
+    void paintButtons (const SpineLane& lane)
+    {
+        if (lane.hasMixer)
+            paintButton (lane.muteButton,
+                         "M",
+                         isMuted (lane) ? palette.bad : palette.raised,
+                         isMuted (lane) ? palette.background : palette.text,
+                         13.0f);
+
+        paintButton (lane.removeButton, "-", palette.bad.withAlpha (0.88f), palette.background, 16.0f);
+    }
+
+    void paintButton (Area area, const juce::String& letter, juce::Colour ground, juce::Colour colour, float size)
+    {
+        g.setColour (ground);
+        g.fillRoundedRectangle (area, 3.0f);
+        g.setColour (colour);
+        g.setFont (bold (size));
+        g.drawText (letter, area, juce::Justification::centred);
+    }
+
+    void paintPlayhead()
+    {
+        const auto x = xOfSample (frame.timeline, view.playhead, length);
+
+        if (view.playhead >= 1 && x >= frame.timeline.getX() && x <= frame.timeline.getRight())
+            fill (palette.accent, { x, frame.timeline.getY() - 2.0f, 1.4f, frame.timeline.getHeight() + 2.0f });
+    }
+
+    void paintFileHover()
+    {
+        if (! view.isFileOver)
+            return;
+
+        fill (palette.ink.withAlpha (0.1f), frame.timeline);
+        g.setColour (palette.accent);
+        g.drawRect (frame.timeline, 1.4f);
+    }
+
+    juce::Graphics& g;
+    const LookAndFeel& theme;
+    const Palette& palette;
+    const Session& session;
+    const SpineView& view;
+    const SpineFrame frame;
+    const std::vector<SpineLane> lanes;
+    const int64 length;
+};
+
+}    // namespace
+
+void paintEmptySpine (juce::Graphics& g, const LookAndFeel& theme)
+{
+    g.fillAll (theme.palette.ink);
+}
+
+void paintSpine (
+    juce::Graphics& g, const LookAndFeel& theme, const Session& session, Area bounds, const SpineView& view)
+{
+    paintEmptySpine (g, theme);
+
+    if (session.host.format.valid)
+        SpinePainter (g, theme, session, bounds, view).paint();
+}
+
+}    // namespace ld

@@ -1,0 +1,76 @@
+#include "workspace/SpineText.h"
+
+#include "media/BextIxml.h"
+#include "media/Timecode.h"
+#include "workspace/MainText.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ld
+{
+namespace
+{
+
+juce::String placeText (const Alignment& alignment)
+{
+    using enum Alignment::Method;
+
+    if (alignment.detail.isNotEmpty())
+        return alignment.detail.toUpperCase();
+
+    switch (alignment.method)
+    {
+        case timecode: return "TIMECODE";
+        case waveform: return "WAVEFORM";
+        case timecodeRefined: return "TC + WAVEFORM";
+        case manual: return "MANUAL";
+        default: return "UNMATCHED";
+    }
+}
+
+}    // namespace
+
+LaneText hostLaneText (const HostTake& host, int channel)
+{
+    const auto isKnown = juce::isPositiveAndBelow (channel, (int) host.tracks.size());
+    const auto track = isKnown ? host.tracks[(size_t) channel] : TrackInfo {};
+    const auto function = track.function.isEmpty() ? juce::String ("POLY") : track.function;
+    return { channelName (host, channel),
+             isOriginalMixTrack (track) ? juce::String ("RECORDER MIX  ->  OLDMIX") : function };
+}
+
+LaneText guestLaneText (const GuestClip& guest, int channel)
+{
+    const auto& alignment = guest.alignment;
+    const auto isNamed = juce::isPositiveAndBelow (channel, (int) guest.tracks.size())
+                         && guest.tracks[(size_t) channel].name.isNotEmpty();
+    LaneText text;
+
+    if (isNamed)
+        text.name = guest.tracks[(size_t) channel].name;
+    else
+        text.name = guest.tracks.empty() ? guest.file.getFileNameWithoutExtension() : guest.tracks.front().name;
+
+    text.detail = placeText (alignment);
+
+    if (alignment.method != Alignment::Method::none)
+        text.detail << "  " << juce::roundToInt (alignment.confidence * 100.0f) << "%";
+
+    if (guest.pieces.size() >= 2)
+        text.detail << "  |  " << (int) guest.pieces.size() << " files";
+
+    return text;
+}
+
+juce::String rulerText (const HostTake& host, double share)
+{
+    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
+    const auto length = (double) std::max<juce::int64> (host.format.numFrames, 1);
+    const auto behind = std::round (stampRate * std::round (length * share) / std::max (host.format.sampleRate, 1));
+    const auto stamp = (double) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
+    return formatTimecode (
+        (juce::uint64) std::max (stamp, 0.0), stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
+}
+
+}    // namespace ld

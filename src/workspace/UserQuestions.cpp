@@ -1,0 +1,46 @@
+#include "workspace/UserQuestions.h"
+
+#include <memory>
+
+namespace ld
+{
+namespace
+{
+
+void chooseFiles (const FileQuestion& question, UserQuestions::FilesAnswer answer)
+{
+    const auto chooser = std::make_shared<juce::FileChooser> (question.title, question.start, question.wildcard);
+
+    // The callback keeps the chooser alive until it has answered.
+    chooser->launchAsync (question.flags, [chooser, answer = std::move (answer)] (const juce::FileChooser& closed) {
+        const auto results = closed.getResults();
+
+        if (! results.isEmpty())
+            answer (std::vector<juce::File> (results.begin(), results.end()));
+    });
+}
+
+void confirmRemoval (const juce::String& message, juce::Component* parent, std::function<void()> agreed)
+{
+    const auto options = juce::MessageBoxOptions()
+                             .withIconType (juce::MessageBoxIconType::QuestionIcon)
+                             .withTitle ("Remove track")
+                             .withMessage (message)
+                             .withButton ("Remove")
+                             .withButton ("Cancel")
+                             .withAssociatedComponent (parent);
+
+    juce::NativeMessageBox::showAsync (options, [agreed = std::move (agreed)] (int button) {
+        if (button == 0)
+            agreed();
+    });
+}
+
+}    // namespace
+
+UserQuestions systemQuestions()
+{
+    return { chooseFiles, confirmRemoval };
+}
+
+}    // namespace ld

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <functional>
+#include <vector>
+
+namespace ld
+{
+
+/** What the file chooser is asked for. */
+struct FileQuestion
+{
+    juce::String title;
+    juce::File start;    // a file or folder; none: where the system likes
+    juce::String wildcard;
+    int flags = 0;    // juce::FileBrowserComponent::FileChooserFlags
+};
+
+/** All that the program asks its user. The answers come later, on the message thread; a question that is cancelled has
+    no answer. */
+struct UserQuestions
+{
+    using FilesAnswer = std::function<void (std::vector<juce::File>)>;
+
+    /** The answer is never empty; whether the files exist is for the asker to see. */
+    std::function<void (const FileQuestion&, FilesAnswer)> chooseFiles;
+
+    /** What is to be removed, where the question belongs on the screen, and what happens if the user agrees. */
+    std::function<void (const juce::String& message, juce::Component*, std::function<void()> agreed)> confirmRemoval;
+};
+
+/** Questions by the system's own dialogs. */
+[[nodiscard]] UserQuestions systemQuestions();
+
+}    // namespace ld

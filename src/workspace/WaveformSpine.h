@@ -1,0 +1,73 @@
+#pragma once
+
+#include "theme/LookAndFeel.h"
+#include "workspace/SpineLayout.h"
+
+#include <functional>
+
+namespace ld
+{
+
+/** The timeline: the whole take on one screen, a lane for each channel of the poly and of its guests. It reads the session,
+    on the message thread, and hands every gesture to its owner; where no callback is set for the mixer it changes the
+    session itself. It is repainted when it is told to. */
+class WaveformSpine : public juce::Component
+{
+public:
+    using LaneHit = SpineLane;
+
+    WaveformSpine();
+
+    std::function<void (juce::Uuid)> onGuestSelected;
+    std::function<void (juce::Uuid, juce::int64 offset)> onGuestMoved;
+    std::function<void()> onSelectionCleared;
+    std::function<void (int channel)> onReferenceChannel;    // for a control that is yet to come
+    std::function<void (juce::int64 sample)> onSeek;
+    std::function<void (int mixerIndex, float db)> onMixerGain;
+    std::function<void (int mixerIndex, float db, juce::int64 sample, juce::int64 previousSample)> onDrawGain;
+    std::function<void (int mixerIndex, bool isMuted)> onMixerMute;
+    std::function<void (bool isGuest, juce::Uuid, int channel)> onRemoveTrack;
+
+    // The owner's, who outlives this.
+    LookAndFeel* lookAndFeel = nullptr;
+    Session* session = nullptr;
+
+    juce::int64 playhead = 0;     // what the lanes show, host samples
+    bool fileDragOver = false;    // files hover
+
+    [[nodiscard]] juce::Rectangle<float> timelineBounds() const;
+    [[nodiscard]] std::vector<LaneHit> layoutLanes() const;
+
+    /** In draw mode a drag over a lane writes its fader line. */
+    void setDrawFaderMode (bool);
+
+    void paint (juce::Graphics&) override;
+    void mouseMove (const juce::MouseEvent&) override;
+    void mouseExit (const juce::MouseEvent&) override;
+    void mouseDown (const juce::MouseEvent&) override;
+    void mouseDrag (const juce::MouseEvent&) override;
+    void mouseUp (const juce::MouseEvent&) override;
+
+private:
+    [[nodiscard]] bool hasHost() const;
+    [[nodiscard]] bool isInUse (int mixerIndex) const;
+    [[nodiscard]] std::optional<LaneHit> laneOf (int mixerIndex) const;
+    bool pressLane (const LaneHit&, juce::Point<float>);
+    bool dragDrawing (juce::Point<float>);
+    bool dragFader (juce::Point<float>);
+    void seekTo (float x);
+    void dragGuest (float x);
+    void drawFaderAt (const LaneHit&, juce::Point<float>, bool startStroke);
+    void setGain (int mixerIndex, float db);
+    void setMute (int mixerIndex, bool isMuted);
+
+    juce::Uuid draggedGuest = juce::Uuid::null();
+    bool seeking = false;
+    int faderDragIndex = -1;
+    int drawIndex = -1;    // of the last stroke; it outlives it
+    float dragStartX = 0.0f;
+    juce::int64 dragStartOffset = 0, lastDrawSample = -1;
+    bool drawFaderMode = false;
+};
+
+}    // namespace ld
