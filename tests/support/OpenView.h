@@ -1,0 +1,101 @@
+#pragma once
+
+#include "workspace/MainComponent.h"
+
+#include "support/MessageLoop.h"
+
+#include <stdexcept>
+
+namespace ld::test
+{
+
+/** The main view on the desktop, with a user who answers at once. */
+class OpenView
+{
+public:
+    OpenView()
+    {
+        view->setSize (1440, 900);
+        view->addToDesktop (0);
+        view->setVisible (true);
+        view->questions.chooseFiles = [this] (const FileQuestion& question, UserQuestions::FilesAnswer answer) {
+            asked = question;
+
+            if (! chosen.empty())
+                answer (chosen);
+        };
+        view->questions.confirmRemoval = [this] (const juce::String& message, auto*, std::function<void()> agreed) {
+            removalMessage = message;
+
+            if (agrees)
+                agreed();
+        };
+    }
+
+    /** What workers still do must not outlive the test. */
+    ~OpenView()
+    {
+        const auto running = view->runningJobs();
+        view.reset();
+        pumpUntil ([&] { return *running == 0; });
+    }
+
+    OpenView (const OpenView&) = delete;
+    OpenView& operator= (const OpenView&) = delete;
+
+    void drop (const std::vector<juce::File>& files)
+    {
+        juce::StringArray paths;
+
+        for (const auto& file : files)
+            paths.add (file.getFullPathName());
+
+        view->filesDropped (paths, 0, 0);
+    }
+
+    bool press (const juce::KeyPress& key) { return view->keyPressed (key); }
+
+    /** Runs until no work is left. */
+    [[nodiscard]] bool settle()
+    {
+        return pumpUntil ([this] { return ! view->isBusy() && *view->runningJobs() == 0; }, 300000);
+    }
+
+    /** Throws where there is none, which fails the test. */
+    template <typename Child>
+    Child& child (const juce::String& textOrTitle)
+    {
+        auto* const found = find<Child> (*view, textOrTitle);
+        return found != nullptr ? *found : throw std::runtime_error ("no child " + textOrTitle.toStdString());
+    }
+
+    void click (const juce::String& button) { child<juce::Button> (button).onClick(); }
+
+    std::unique_ptr<MainComponent> view = std::make_unique<MainComponent>();
+    std::vector<juce::File> chosen;    // in answer to a file chooser
+    FileQuestion asked;
+    juce::String removalMessage;
+    bool agrees = true;    // to a removal
+
+private:
+    template <typename Child>
+    static Child* find (juce::Component& parent, const juce::String& text)
+    {
+        for (auto* component : parent.getChildren())
+        {
+            const auto* const button = dynamic_cast<juce::Button*> (component);
+            const auto isMeant =
+                component->getTitle() == text || (button != nullptr && button->getButtonText() == text);
+
+            if (auto* const child = dynamic_cast<Child*> (component); child != nullptr && isMeant)
+                return child;
+
+            if (auto* const child = find<Child> (*component, text))
+                return child;
+        }
+
+        return nullptr;
+    }
+};
+
+}    // namespace ld::test

@@ -1,0 +1,110 @@
+#include "batch/BatchMatcher.h"
+
+#include "support/FolderSnapshot.h"
+#include "support/OpenView.h"
+#include "support/TempFolder.h"
+#include "support/WrittenShoot.h"
+
+#include <gmock/gmock.h>
+
+// The whole way of a shoot folder through the real view.
+
+namespace ld::test
+{
+namespace
+{
+
+using testing::IsEmpty;
+using testing::Not;
+
+class Road : public testing::Test
+{
+protected:
+    // What the program without a window makes of the shoot.
+    auto combineWithoutWindow (const juce::String& folderName)
+    {
+        std::vector<ScanFile> scans;
+
+        for (const auto& file : collectMediaFiles (shoot.folder))
+            scans.push_back (inspectAudioFile (file));
+
+        const auto folder = temp.file (folderName);
+        folder.createDirectory();
+        juce::ignoreUnused (combineTakes (matchBatchByWaveform (scans, {}), {}, folder, {}));
+        return snapshotOf (folder);
+    }
+
+    auto combine (OpenView& open, const juce::String& folderName)
+    {
+        const auto folder = temp.file (folderName);
+        folder.createDirectory();
+        open.chosen = { folder };
+        open.click ("Combine all tracks");
+        EXPECT_TRUE (open.settle());
+        EXPECT_EQ (open.view->status(), "Wrote 2 of 2 COMBINED WAV files.");
+        return snapshotOf (folder);
+    }
+
+    WrittenShoot shoot { 30, 2, 5 };
+    TempFolder temp;
+};
+
+}    // namespace
+
+TEST_F (Road, LeadsFromADroppedFolderToTheFilesOfTheProgramWithoutAWindow)
+{
+    OpenView open;
+    open.drop ({ shoot.folder });
+    EXPECT_EQ (open.view->status(), "Scanning " + shoot.folder.getFileName() + "...");
+    EXPECT_TRUE (open.view->isBusy());
+    ASSERT_TRUE (open.settle());
+    EXPECT_THAT (open.view->status().toStdString(), testing::StartsWith ("Host take loaded"));
+    EXPECT_EQ (open.view->openBatch().size(), 2u);
+
+    const auto files = combine (open, "window");
+    EXPECT_EQ (files.size(), 2u);
+    EXPECT_EQ (files, combineWithoutWindow ("headless"));
+}
+
+TEST_F (Road, SavedAndReopenedGivesTheSameFiles)
+{
+    const auto document = temp.file ("day");
+    auto written = decltype (snapshotOf (temp.folder)) {};
+
+    {
+        OpenView open;
+        open.drop ({ shoot.folder });
+        ASSERT_TRUE (open.settle());
+        open.click ("Next");
+        ASSERT_TRUE (open.settle());
+
+        // A place, a name for the whole source, a fader and a removed track.
+        const auto guest = open.view->openSession().guests.front().id;
+        open.child<WaveformSpine> ("Timeline").onGuestSelected (guest);
+        open.click ("One sample later");
+        open.child<juce::TextEditor> ("Name").setText ("Renamed", true);
+        open.child<juce::ToggleButton> ("Apply name to all matching tracks")
+            .setToggleState (true, juce::sendNotification);
+        deliverPostedCalls();
+        open.child<WaveformSpine> ("Timeline").onMixerGain (2, -12.0f);
+        open.child<WaveformSpine> ("Timeline").onRemoveTrack (false, juce::Uuid::null(), 4);
+        EXPECT_THAT (open.view->status().toStdString(), testing::StartsWith ("Removed "));
+
+        open.chosen = { document };
+        ASSERT_TRUE (open.press (juce::KeyPress ('s', juce::ModifierKeys::commandModifier, 0)));
+        EXPECT_EQ (open.view->status(), "Session saved | day.ldsession");
+        written = combine (open, "before");
+    }
+
+    OpenView reopened;
+    reopened.drop ({ temp.file ("day.ldsession") });
+    ASSERT_TRUE (reopened.settle());
+    EXPECT_EQ (reopened.view->openSession().host.file, reopened.view->openBatch()[1].host.file) << "the open take";
+    EXPECT_EQ (reopened.view->openSession().guests.front().tracks.front().name, "Renamed");
+    EXPECT_EQ (reopened.view->openSession().mixerAt (2).gainDb, -12.0f);
+    EXPECT_EQ (combine (reopened, "after"), written);
+    EXPECT_THAT (written, Not (IsEmpty()));
+    EXPECT_NE (written, combineWithoutWindow ("unedited"));
+}
+
+}    // namespace ld::test
