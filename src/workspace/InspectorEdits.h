@@ -24,6 +24,8 @@ struct GuestClock
 struct InspectorEdit
 {
     juce::String name, channel, notes;
+
+    bool operator== (const InspectorEdit&) const = default;
 };
 
 /** Gives every track of a guest the name and channel number; of a pair without a side in its name the second becomes the

@@ -85,6 +85,10 @@ void InspectorPanel::setGuest (GuestClip* clip,
                                const juce::String& timecodeRate,
                                const juce::String& timecodeFlag)
 {
+    // The editors tell what is typed by a message, and this call may have come before it.
+    if (editsInSight() != edits)
+        pushToGuest();
+
     guest = clip;
     clock = { sampleRate, timecodeRate, timecodeFlag };
     pullFromGuest();
@@ -103,6 +107,7 @@ void InspectorPanel::pullFromGuest()
     nameEditor.setText (edit.name, false);
     channelEditor.setText (edit.channel, false);
     notesEditor.setText (edit.notes, false);
+    edits = editsInSight();
 
     if (isShown)
         summaryLabel.setText (inspectorSummary (*guest, clock), juce::dontSendNotification);
@@ -113,10 +118,15 @@ void InspectorPanel::pushToGuest()
     if (pulling || guest == nullptr)
         return;
 
-    const InspectorEdit edit { nameEditor.getText(), channelEditor.getText(), notesEditor.getText() };
+    edits = editsInSight();
 
-    if (applyInspectorEdit (*guest, edit) && onMetadataChanged)
+    if (applyInspectorEdit (*guest, edits) && onMetadataChanged)
         onMetadataChanged();
+}
+
+InspectorEdit InspectorPanel::editsInSight() const
+{
+    return { nameEditor.getText(), channelEditor.getText(), notesEditor.getText() };
 }
 
 void InspectorPanel::textEditorTextChanged (juce::TextEditor&)

@@ -9,7 +9,7 @@ namespace ld
 {
 
 /** The strip that shows the selected guest and edits its names and note in place. The guest must live until the next
-    setGuest. */
+    setGuest has returned. */
 class InspectorPanel : public juce::Component, private juce::TextEditor::Listener
 {
 public:
@@ -36,10 +36,12 @@ private:
     void setUpButtons();
     void pullFromGuest();
     void pushToGuest();
+    [[nodiscard]] InspectorEdit editsInSight() const;
     void nudge (juce::int64 samples);
 
     GuestClip* guest = nullptr;
     GuestClock clock;
+    InspectorEdit edits;     // that the guest has
     bool pulling = false;    // what the panel writes into its editors is no edit
 
     juce::Label titleLabel, summaryLabel, nameLabel, channelLabel, notesLabel;

@@ -30,6 +30,11 @@ void MainComponent::stepBatch (int by)
         return;
 
     syncCurrentTakeIntoBatch();
+
+    // What was set in the mixer's panel goes along; settings of sources that this take lacks stay.
+    auto others = std::move (mixerTemplate);
+    rememberMixer();
+    mixerTemplate.merge (others);
     loadBatchIndex (batchIndex + by);
 }
 
@@ -118,7 +123,7 @@ void MainComponent::forgetTakes()
 {
     video.stop();
     video.close();
-    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+    closeInspector();
     const auto old = std::make_shared<Session>();
     ++takeSerial;
     *alignmentIsWanted = false;

@@ -222,6 +222,12 @@ void MainComponent::refreshInspector()
                         host.ixml.timecodeFlag);
 }
 
+// Before its guest moves or goes.
+void MainComponent::closeInspector()
+{
+    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+}
+
 // What stands for the open take, when its guests have changed.
 void MainComponent::refreshTake()
 {

@@ -64,6 +64,7 @@ private:
     void updateProgress (double value, const juce::String& text);
     void finishProgress();
     void refreshInspector();
+    void closeInspector();
     void refreshTake();
     void fail (const juce::String& sentence);
 

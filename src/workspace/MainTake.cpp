@@ -58,10 +58,10 @@ void MainComponent::commitTake (LoadedTake loaded, bool removeUnmatched)
     if (loaded.result.failed())
         return fail (loaded.result.getErrorMessage());
 
+    closeInspector();
     auto& fresh = *loaded.session;
     applyMetadataOverrides (fresh, metadataOverrides, nameOverrides);
     fresh.applyMixerTemplate (mixerTemplate);
-    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
     ++takeSerial;
     *alignmentIsWanted = false;
 
@@ -117,7 +117,7 @@ void MainComponent::addDroppedAudio (std::vector<juce::File> files)
 void MainComponent::commitAddedFiles (std::vector<GuestClip> guests)
 {
     std::vector<GuestClip> replaced;
-    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+    closeInspector();
 
     {
         const juce::ScopedLock lock (sessionLock);
@@ -201,7 +201,7 @@ void MainComponent::commitPlace (PlacedGuest placed, bool removeUnmatched)
 
     if (isHidden)
     {
-        inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+        closeInspector();
         const juce::ScopedLock lock (sessionLock);
         replaced = takeOutGuest (session, id);
         session.applyMixerTemplate (mixerTemplate);

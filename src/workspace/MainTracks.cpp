@@ -146,7 +146,7 @@ void MainComponent::removeTrackConfirmed (bool isGuest, const juce::Uuid& id, in
 
     stopPlaying();
     const auto name = trackName (isGuest, id, channel, {});
-    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+    closeInspector();
     GuestClip removed;
 
     {

@@ -1,0 +1,289 @@
+#include "support/FolderSnapshot.h"
+#include "support/OpenView.h"
+#include "support/TempFolder.h"
+#include "support/TestSignals.h"
+#include "support/WaveBuilder.h"
+
+#include <gmock/gmock.h>
+
+namespace ld::test
+{
+namespace
+{
+
+using juce::KeyPress;
+using testing::StartsWith;
+
+constexpr int rate = 8000;
+constexpr auto command = juce::ModifierKeys::commandModifier;
+
+/** A poly of three channels and files that hear the same. */
+class MainView : public testing::Test
+{
+protected:
+    juce::File poly (const juce::String& name = "poly.wav", std::optional<juce::uint64> stamp = 36000u * rate)
+    {
+        const auto length = (juce::int64) sound.size();
+        return write (name, { sound, stretchOf (sound, -3, length), sumOf (sound, noise (length, 77), 0.3f) }, stamp);
+    }
+
+    juce::File iso (const juce::String& name, juce::int64 start, std::optional<juce::uint64> stamp = {})
+    {
+        return write (name, { stretchOf (sound, start, 15 * rate) }, stamp);
+    }
+
+    juce::File write (const juce::String& name, const Channels& channels, std::optional<juce::uint64> stamp)
+    {
+        WaveBuilder wave ({ .channels = (int) channels.size(), .sampleRate = rate, .bits = 24 }, channels);
+
+        if (stamp)
+            wave.chunk ("iXML", ixmlBody ({ .stamp = stamp, .stampRate = (double) rate, .timecodeRate = "25/1" }));
+
+        temp.file (name).getParentDirectory().createDirectory();
+        return wave.writeTo (temp.file (name));
+    }
+
+    void load (const std::vector<juce::File>& files)
+    {
+        open.drop (files);
+        ASSERT_TRUE (open.settle());
+        ASSERT_TRUE (session().host.format.valid);
+    }
+
+    [[nodiscard]] const Session& session() const { return open.view->openSession(); }
+    [[nodiscard]] std::string status() const { return open.view->status().toStdString(); }
+
+    const Signal sound = speech (30 * rate, rate, 1);
+    TempFolder temp;
+    OpenView open;
+};
+
+}    // namespace
+
+TEST_F (MainView, ShowsItsWelcomeAndTakesKeysWithoutATake)
+{
+    EXPECT_TRUE (open.child<juce::Button> ("Open shoot folder").isVisible());
+    EXPECT_FALSE (open.child<juce::Button> ("Combine all tracks").isVisible());
+    EXPECT_TRUE (open.press (KeyPress ('s', command, 0)));
+    EXPECT_TRUE (open.press (KeyPress (KeyPress::spaceKey)));
+    EXPECT_TRUE (open.press (KeyPress (KeyPress::leftKey)));
+    EXPECT_FALSE (open.press (KeyPress (KeyPress::leftKey, juce::ModifierKeys::shiftModifier, 0)));
+    EXPECT_FALSE (open.press (KeyPress ('d')));
+    EXPECT_FALSE (open.press (KeyPress ('x')));
+    EXPECT_EQ (open.asked.title, "");
+
+    const std::pair<KeyPress, const char*> choosers[] = {
+        { KeyPress ('o', command, 0), "Open one or more polyphonic BWFs" },
+        { KeyPress ('o', command | juce::ModifierKeys::shiftModifier, 0), "Open session" },
+        { KeyPress ('f', command, 0), "Scan shoot folder and all subfolders" },
+        { KeyPress ('i', command, 0), "Open picture" },
+    };
+
+    for (const auto& [key, title] : choosers)
+    {
+        EXPECT_TRUE (open.press (key));
+        EXPECT_EQ (open.asked.title, title);
+    }
+}
+
+TEST_F (MainView, LoadsADropAndPlacesItsGuests)
+{
+    load ({ poly(), iso ("b.wav", 5 * rate + 40), iso ("c.wav", 9 * rate, 36009u * rate) });
+    ASSERT_EQ (session().guests.size(), 2u);
+    EXPECT_EQ (session().guests[0].alignment.offsetSamples, 5 * rate + 40);
+    EXPECT_EQ (session().guests[1].alignment.offsetSamples, 9 * rate);
+    EXPECT_FALSE (session().guests[0].matchPending);
+    EXPECT_THAT (status(), testing::EndsWith (" -- matched."));
+    EXPECT_TRUE (open.child<juce::Button> ("Combine all tracks").isVisible());
+    EXPECT_FALSE (open.child<juce::Button> ("Open shoot folder").isVisible());
+    EXPECT_EQ (open.child<juce::Label> ("Position and length").getText(), "TC  10:00:00:00   /   10:00:30:00");
+
+    // A drop on the open take joins it.
+    open.drop ({ iso ("d.wav", 2 * rate), poly() });
+    ASSERT_TRUE (open.settle());
+    EXPECT_TRUE (pumpUntil ([&] { return session().guests.size() == 3; }));
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (session().guests[2].alignment.offsetSamples, 2 * rate);
+}
+
+TEST_F (MainView, TellsWhatCannotBeOpenedAndKeepsTheTake)
+{
+    temp.file ("broken.wav").replaceWithText ("no wave");
+    open.drop ({ temp.file ("broken.wav") });
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (status(), "Could not read broken.wav as a BWF/WAV.");
+    EXPECT_FALSE (session().host.format.valid);
+
+    load ({ poly() });
+    open.chosen = { temp.file ("broken.wav") };
+    open.click ("Open polys");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (status(), "Could not read broken.wav as a BWF/WAV.");
+    EXPECT_EQ (session().host.file, temp.file ("poly.wav"));
+
+    temp.file ("not.ldsession").replaceWithText ("[]");
+    open.drop ({ temp.file ("not.ldsession"), temp.folder });
+    EXPECT_EQ (status(), "Session file is not valid JSON.");
+    EXPECT_TRUE (session().host.format.valid);
+
+    open.chosen = { temp.file ("broken.wav"), iso ("mono.wav", 0) };
+    open.click ("Open polys");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (status(), "None of the selected files are polyphonic BWFs.");
+
+    temp.file ("empty").createDirectory();
+    open.chosen = { temp.file ("empty") };
+    open.click ("Add ISO folder");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (status(), "No new ISO files matched empty.");
+}
+
+TEST_F (MainView, AddsAnIsoFolderToOneTakeAndHidesWhatDoesNotBelong)
+{
+    load ({ poly() });
+    iso ("packs/a/near.wav", 3 * rate, 36003u * rate);
+    write ("packs/b/strange.wav", { noise (15 * rate, 9) }, {});
+    iso ("packs/c/other_hour.wav", 0, 50000u * rate);
+    open.chosen = { temp.file ("packs") };
+    open.click ("Add ISO folder");
+    EXPECT_FALSE (open.child<juce::Button> ("Add ISO folder").isEnabled());
+    ASSERT_TRUE (pumpUntil ([&] { return session().guests.size() == 2; }));
+    EXPECT_EQ (status(), "Added 2 ISO files from all subfolders | skipped 1 outside this take");
+    ASSERT_TRUE (open.settle());
+    ASSERT_EQ (session().guests.size(), 1u);
+    EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate);
+    EXPECT_FALSE (session().guests[0].lanesHidden);
+    EXPECT_EQ (session().selectedGuest, session().guests[0].id);
+    EXPECT_TRUE (open.child<juce::Button> ("Add ISO folder").isEnabled());
+}
+
+TEST_F (MainView, MatchesAnIsoFolderAgainstSeveralPolys)
+{
+    open.chosen = { poly ("p1.wav"),
+                    write ("p2.wav", { noise (9000, 1), noise (9000, 2), noise (9000, 3) }, 50000u * rate) };
+    open.click ("Open polys");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (open.view->openBatch().size(), 2u);
+    EXPECT_TRUE (open.child<juce::Button> ("Next take").isVisible());
+
+    iso ("packs/near.wav", 3 * rate, 36003u * rate);
+    open.chosen = { temp.file ("packs") };
+    open.click ("Add ISO folder");
+    ASSERT_TRUE (open.settle());
+    ASSERT_EQ (open.view->openBatch()[0].guests.size(), 1u);
+    EXPECT_EQ (open.view->openBatch()[1].guests.size(), 0u);
+    ASSERT_EQ (session().guests.size(), 1u);
+    EXPECT_EQ (open.child<juce::Label> ("Open take").getText(),
+               "1 / 2   p1  |  1 ISO files  |  global waveform comparison");
+    EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate);
+
+    // A nudge stays with the take while another one is open.
+    open.child<WaveformSpine> ("Timeline").onGuestSelected (session().guests[0].id);
+    EXPECT_TRUE (open.press (KeyPress (KeyPress::rightKey)));
+    EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate + 1);
+    open.click ("Next");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (session().guests.size(), 0u);
+    open.click ("Prev");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate + 1);
+    EXPECT_EQ (session().guests[0].alignment.method, Alignment::Method::manual);
+}
+
+TEST_F (MainView, RefusesWhileItIsBusy)
+{
+    load ({ poly(), iso ("b.wav", 0) });
+    const auto before = open.view->openBatch().size();
+    open.chosen = { poly() };
+    open.click ("Open polys");
+    ASSERT_TRUE (open.view->isBusy());
+    open.click ("Open session");
+    EXPECT_EQ (status(), "Wait for the current scan or export to finish before opening a session.");
+    open.click ("Reset folders");
+    EXPECT_EQ (status(), "Wait for the current scan or export to finish before resetting.");
+    open.child<WaveformSpine> ("Timeline").onRemoveTrack (false, juce::Uuid::null(), 0);
+    EXPECT_EQ (status(), "Wait for the current scan or export to finish before removing a track.");
+    open.asked = {};
+    open.click ("Save session");
+    open.click ("Combine all tracks");
+    EXPECT_EQ (open.asked.title, "");
+    EXPECT_EQ (open.view->openBatch().size(), before);
+    ASSERT_TRUE (open.settle());
+}
+
+TEST_F (MainView, RemovesATrackWhenTheUserAgrees)
+{
+    load ({ poly(), iso ("b.wav", 0) });
+    auto& spine = open.child<WaveformSpine> ("Timeline");
+    open.agrees = false;
+    spine.onRemoveTrack (true, session().guests[0].id, 0);
+    EXPECT_EQ (open.removalMessage, "Remove \"b\" from the combined WAV?\n\nThe original file is not changed.");
+    EXPECT_EQ (session().guests.size(), 1u);
+
+    open.agrees = true;
+    spine.onRemoveTrack (false, juce::Uuid::null(), 2);
+    EXPECT_EQ (status(), "Removed Ch 3 from the combined WAV.");
+    spine.onRemoveTrack (true, session().guests[0].id, 0);
+    EXPECT_EQ (session().guests.size(), 0u);
+    ASSERT_EQ (open.view->openBatch().size(), 1u);
+    EXPECT_THAT (open.view->openBatch()[0].omittedHost, testing::ElementsAre (2));
+
+    spine.onRemoveTrack (true, juce::Uuid(), 0);
+    EXPECT_THAT (open.removalMessage.toStdString(), testing::HasSubstr ("\"this track\""));
+
+    open.click ("Reset folders");
+    EXPECT_FALSE (session().host.format.valid);
+    EXPECT_EQ (open.view->openBatch().size(), 0u);
+    EXPECT_EQ (status(), "");
+}
+
+TEST_F (MainView, PlaysSeeksAndDrawsFaders)
+{
+    load ({ poly() });
+    auto& position = open.child<juce::Label> ("Position and length");
+    open.click ("Forward five seconds");
+    EXPECT_EQ (position.getText(), "TC  10:00:05:00   /   10:00:30:00");
+    open.click ("Back five seconds");
+    open.click ("Back five seconds");
+    EXPECT_THAT (position.getText().toStdString(), StartsWith ("TC  10:00:00:00"));
+
+    for (int i = 0; i < 8; ++i)
+        open.click ("Forward five seconds");
+
+    EXPECT_THAT (position.getText().toStdString(), StartsWith ("TC  10:00:29:24")) << "the last sample";
+    open.click ("To the start");
+
+    EXPECT_TRUE (open.press (KeyPress (KeyPress::spaceKey)));
+    EXPECT_EQ (open.child<juce::Button> ("Pause").getButtonText(), "Pause");
+    EXPECT_TRUE (open.press (KeyPress (KeyPress::spaceKey)));
+    EXPECT_EQ (open.child<juce::Button> ("Play").getButtonText(), "Play");
+
+    EXPECT_TRUE (open.press (KeyPress ('d')));
+    deliverPostedCalls();
+    EXPECT_EQ (status(), "Draw mode: drag on a track to write the fader line.");
+    EXPECT_TRUE (open.press (KeyPress ('d')));
+    deliverPostedCalls();
+    EXPECT_EQ (status(), "Draw mode off.");
+}
+
+// The threads that are left run on without the view.
+TEST_F (MainView, GoesAtAnyMomentOfAnyJob)
+{
+    const auto host = poly();
+    iso ("packs/near.wav", 3 * rate);
+    const auto before = snapshotOf (temp.folder);
+
+    for (const auto& dropped : { std::vector { host, temp.file ("packs/near.wav") }, std::vector { temp.folder } })
+        for (int turns = 0; turns < 40; turns += 13)
+        {
+            OpenView other;
+            other.drop (dropped);
+
+            for (int i = 0; i < turns; ++i)
+                deliverPostedCalls();
+        }
+
+    EXPECT_EQ (snapshotOf (temp.folder), before) << "sources untouched, nothing beside them";
+}
+
+}    // namespace ld::test
