@@ -38,6 +38,7 @@ void InspectorPanel::setUpEditors()
     {
         editor->setFont (juce::Font (juce::FontOptions (height)));
         editor->setTitle (title);
+        editor->setJustification (juce::Justification::centredLeft);
         editor->addListener (this);
 
         // The keys of the main view work again.
@@ -50,7 +51,6 @@ void InspectorPanel::setUpEditors()
         addAndMakeVisible (editor);
     }
 
-    nameEditor.setJustification (juce::Justification::centredLeft);
     channelEditor.setInputRestrictions (3, "0123456789");
     notesEditor.setMultiLine (false, true);
 }

@@ -313,19 +313,16 @@ private:
             return;
 
         const auto& timeline = lane.timeline;
-        juce::Path path;
-
-        for (const auto& point : points)
-        {
+        const auto placeOf = [&] (const MixAutomationPoint& point) {
             const auto share = std::clamp (shareOfGain (point.gainDb), 0.0f, 1.0f);
-            const juce::Point<float> at (xOfSample (timeline, point.sample, length),
-                                         timeline.getBottom() - 8.0f - share * (timeline.getHeight() - 16.0f));
+            return juce::Point<float> (xOfSample (timeline, point.sample, length),
+                                       timeline.getBottom() - 8.0f - share * (timeline.getHeight() - 16.0f));
+        };
+        juce::Path path;
+        path.startNewSubPath (placeOf (points.front()));
 
-            if (path.isEmpty())
-                path.startNewSubPath (at);
-            else
-                path.lineTo (at);
-        }
+        for (size_t i = 1; i < points.size(); ++i)
+            path.lineTo (placeOf (points[i]));
 
         g.setColour (palette.accentBright.withAlpha (0.85f));
         g.strokePath (path, juce::PathStrokeType (1.4f));

@@ -36,6 +36,37 @@ struct Studio
         std::cout << file.getFullPathName() << "  " << view.status() << std::endl;
     }
 
+    // The states that the guide shows.
+    void tour (const juce::String& suffix)
+    {
+        auto& spine = child<ld::WaveformSpine>();
+        const auto& session = view.openSession();
+        ld::test::pumpUntil ([&] { return session.guests.empty() || session.guests.front().waveEmphasis == 0.0f; });
+        spine.onGuestSelected (session.guests.front().id);
+        take ("selected" + suffix);
+
+        view.keyPressed (juce::KeyPress ('d'));
+        const auto frames = session.host.format.numFrames;
+
+        for (int i = 1; i < 60; ++i)
+            spine.onDrawGain (2, -20.0f + 18.0f * (float) std::sin (i * 0.2), frames * i / 60, frames * (i - 1) / 60);
+
+        spine.onMixerMute (3, true);
+        take ("draw" + suffix);
+        view.keyPressed (juce::KeyPress ('d'));
+        spine.onSelectionCleared();
+    }
+
+    template <typename Child>
+    Child& child()
+    {
+        for (auto* component : view.getChildren())
+            if (auto* const found = dynamic_cast<Child*> (component))
+                return *found;
+
+        throw std::runtime_error ("not there");
+    }
+
     juce::File out;
     ld::MainComponent view;
 };
@@ -59,6 +90,7 @@ int main (int argc, char** argv)
         studio.take ("welcome" + suffix);
         studio.drop (shoot);
         studio.take ("take" + suffix);
+        studio.tour (suffix);
         pumpUntil ([&] { return *studio.view.runningJobs() == 0; });
     }
 

@@ -313,6 +313,17 @@ TEST (Spine, PaintsItsLanesInTheirColours)
     const auto gap = lanes[2].timeline.getTopLeft().translated (662.0f * 0.45f, 8.0f);
     EXPECT_GT (at (image, block).getRed(), at (image, gap).getRed() + 20) << "a block and the gap between two";
 
+    // A gain line at 0 dB, five sixths up, with its mute at the end.
+    scene.session.mixerAt (2).automation = { { 0, 0.0f }, { takeFrames, 0.0f } };
+    scene.session.mixerAt (2).muteAutomation = { { 0, false }, { 80000, true } };
+    const auto& guestLane = lanes[2].timeline;
+    const auto lineY = guestLane.getBottom() - 8.0f - (guestLane.getHeight() - 16.0f) * 5.0f / 6.0f;
+    image = scene.picture();
+    EXPECT_GT (at (image, { gap.x, lineY }).getRed(), at (image, gap).getRed() + 60) << "the gain line";
+    const auto inSpan = guestLane.getTopLeft().translated (662.0f * 0.9f, 60.0f);
+    const auto beforeSpan = guestLane.getTopLeft().translated (662.0f * 0.75f, 60.0f);
+    EXPECT_GT (at (image, inSpan).getRed(), at (image, beforeSpan).getRed() + 20) << "the muted stretch";
+
     const auto unselected = at (image, block);
     scene.session.selectedGuest = scene.session.guests[0].id;
     scene.session.mixerAt (1).mute = true;
