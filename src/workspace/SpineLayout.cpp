@@ -49,47 +49,6 @@ void placeLane (SpineLane& lane, const SpineFrame& frame, float top, float heigh
     lane.removeButton = { frame.timeline.getRight() + 4.0f, middle, buttonSize, buttonSize };
 }
 
-float finite (float value) noexcept
-{
-    return std::isfinite (value) ? value : 0.0f;
-}
-
-// One point of an outline: its place and how far the curve reaches up and down there.
-struct Column
-{
-    float x = 0.0f, high = 0.0f, low = 0.0f;
-};
-
-std::vector<Column> columnsOf (Area area, const PeakLane& lane, int64 length, int64 offset)
-{
-    constexpr float overhang = 2.0f;
-    const auto count = std::min (lane.minValues.size(), lane.maxValues.size());
-    const auto perBucket = (double) lane.sourceSamples / (double) std::max<size_t> (count - 1, 1);
-    std::vector<Column> columns;
-
-    for (size_t i = 0; i < count; ++i)
-    {
-        const auto sample = (double) i * perBucket + (double) offset;
-        const auto x = area.getX() + area.getWidth() * (float) (sample / (double) length);
-
-        if (x < area.getX() - overhang || x > area.getRight() + overhang)
-            continue;
-
-        const Column column { x, finite (lane.maxValues[i]), finite (lane.minValues[i]) };
-
-        if (columns.empty() || std::floor (columns.back().x) != std::floor (x))
-        {
-            columns.push_back (column);
-            continue;
-        }
-
-        columns.back().high = std::max (columns.back().high, column.high);
-        columns.back().low = std::min (columns.back().low, column.low);
-    }
-
-    return columns;
-}
-
 }    // namespace
 
 SpineFrame layOutSpine (Area bounds)
@@ -221,33 +180,6 @@ std::vector<SpineSpan> mutedSpans (const std::vector<MixMutePoint>& points, int6
         spans.push_back ({ start, length - start });
 
     return spans;
-}
-
-juce::Path waveOutline (Area area, const PeakLane& lane, int64 length, int64 offset)
-{
-    constexpr float reach = 0.42f;
-    juce::Path outline;
-
-    if (length < 1 || lane.minValues.empty() || lane.maxValues.empty())
-        return outline;
-
-    const auto columns = columnsOf (area, lane, length, offset);
-
-    if (columns.empty())
-        return outline;
-
-    const auto yOf = [&] (float value) { return area.getCentreY() - value * area.getHeight() * reach; };
-    outline.preallocateSpace ((int) (columns.size() * 6 + 8));
-    outline.startNewSubPath (columns.front().x, yOf (columns.front().high));
-
-    for (size_t i = 1; i < columns.size(); ++i)
-        outline.lineTo (columns[i].x, yOf (columns[i].high));
-
-    for (auto at = columns.rbegin(); at != columns.rend(); ++at)
-        outline.lineTo (at->x, yOf (at->low));
-
-    outline.closeSubPath();
-    return outline;
 }
 
 }    // namespace ld

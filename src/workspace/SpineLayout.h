@@ -73,10 +73,4 @@ blockBounds (juce::Rectangle<float> timeline, SpineSpan, juce::int64 length) noe
 /** The stretches in which mute automation of two points or more mutes. */
 [[nodiscard]] std::vector<SpineSpan> mutedSpans (const std::vector<MixMutePoint>&, juce::int64 length);
 
-/** The outline of a lane's curve, closed; empty where none of it is in sight. Buckets that share a pixel are drawn as one
-    that holds the extremes of all.
-    offset, length   of the lane's start and of the take, host samples */
-[[nodiscard]] juce::Path
-waveOutline (juce::Rectangle<float> area, const PeakLane&, juce::int64 length, juce::int64 offset);
-
 }    // namespace ld

@@ -1,6 +1,7 @@
 #include "workspace/SpinePainter.h"
 
 #include "workspace/SpineText.h"
+#include "workspace/WavePicture.h"
 
 #include <algorithm>
 
@@ -14,6 +15,7 @@ using juce::int64;
 
 constexpr auto leftCentred = juce::Justification::centredLeft;
 constexpr float leastScale = 0.88f;
+constexpr float guestHeadingHeight = 41.0f;    // 5 more than the gap that the lanes leave for it
 
 class SpinePainter
 {
@@ -33,33 +35,44 @@ public:
     {
         paintHeading();
         paintRuler();
-        auto isFirstGuest = true;
+        const auto firstGuest = std::ranges::find_if (lanes, &SpineLane::isGuest);
 
-        for (const auto& lane : lanes)
-        {
-            paintGround (lane);
-
-            if (lane.isGuest && isFirstGuest)
-                paintGuestHeading (lane);
-
-            isFirstGuest = isFirstGuest && ! lane.isGuest;
-
-            if (! lane.isGuest)
-                paintHostLane (lane);
-            else if (const auto* guest = session.findGuest (lane.guestId))
-                paintGuestLane (lane, *guest);
-            else
-                continue;
-
-            paintMixer (lane);
-            paintButtons (lane);
-        }
+        for (auto lane = lanes.begin(); lane != lanes.end(); ++lane)
+            if (isInSight (*lane))
+                paintLane (*lane, lane == firstGuest);
 
         paintPlayhead();
         paintFileHover();
     }
 
 private:
+    // With the heading of the guests, which reaches above its lane.
+    [[nodiscard]] bool isInSight (const SpineLane& lane) const
+    {
+        const auto row = lane.timeline.withTop (lane.timeline.getY() - guestHeadingHeight);
+        return g.clipRegionIntersects (row.withLeft (frame.labels.getX())
+                                           .withRight (lane.removeButton.getRight() + 4.0f)
+                                           .getSmallestIntegerContainer());
+    }
+
+    void paintLane (const SpineLane& lane, bool isFirstGuest)
+    {
+        paintGround (lane);
+
+        if (isFirstGuest)
+            paintGuestHeading (lane);
+
+        if (! lane.isGuest)
+            paintHostLane (lane);
+        else if (const auto* guest = session.findGuest (lane.guestId))
+            paintGuestLane (lane, *guest);
+        else
+            return;
+
+        paintMixer (lane);
+        paintButtons (lane);
+    }
+
     void fill (juce::Colour colour, Area area)
     {
         g.setColour (colour);
@@ -151,7 +164,8 @@ private:
     {
         const auto& timeline = lane.timeline;
         const auto left = frame.labels.getX(), top = timeline.getY();
-        fill (palette.ink, { left, top - 41.0f, timeline.getWidth() + SpineFrame::labelColumn, 41.0f });
+        fill (palette.ink,
+              { left, top - guestHeadingHeight, timeline.getWidth() + SpineFrame::labelColumn, guestHeadingHeight });
         fill (palette.accent, { timeline.getX(), top - 2.0f, timeline.getWidth(), 2.0f });
         write ("MATCHED RECORDINGS", bold (13.0f), palette.accentBright, { left + 8.0f, top - 39.0f, 190.0f, 26.0f });
         write ("Each block is a source file; gaps and overlaps are preserved",
@@ -183,8 +197,8 @@ private:
     {
         const auto& timeline = lane.timeline;
         const auto height = std::max (std::max (timeline.getHeight() - inset, 0.0f) - inset, 0.0f);
-        g.setColour (colour.withAlpha (0.84f + 0.16f * emphasis));
-        g.fillPath (waveOutline (timeline.withY (timeline.getY() + inset).withHeight (height), peaks, length, offset));
+        const auto area = timeline.withY (timeline.getY() + inset).withHeight (height);
+        fillWave (g, waveColumns (area, peaks, length, offset), colour.withAlpha (0.84f + 0.16f * emphasis));
     }
 
     void paintHostLane (const SpineLane& lane)

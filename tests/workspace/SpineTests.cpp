@@ -1,4 +1,5 @@
 #include "workspace/SpineText.h"
+#include "workspace/WavePicture.h"
 #include "workspace/WaveformSpine.h"
 
 #include <gmock/gmock.h>
@@ -179,7 +180,17 @@ TEST (SpineLayout, PlacesBlocksAndMutedSpans)
                  ElementsAre (SpineSpan { 0, 100 }, SpineSpan { 100, 200 }, SpineSpan { 500, 500 }));
 }
 
-TEST (SpineLayout, DrawsTheExtremesOfAllBuckets)
+juce::Rectangle<float> boundsOf (const std::vector<WaveColumn>& columns)
+{
+    juce::RectangleList<float> all;
+
+    for (const auto& column : columns)
+        all.addWithoutMerging ({ column.x, column.top, 0.001f, column.bottom - column.top });
+
+    return all.getBounds();
+}
+
+TEST (WavePicture, ShowsTheExtremesOfAllBuckets)
 {
     PeakLane lane;
     lane.sourceSamples = takeFrames;
@@ -189,15 +200,55 @@ TEST (SpineLayout, DrawsTheExtremesOfAllBuckets)
     lane.minValues[777] = -1.0f;
     lane.maxValues[5] = std::numeric_limits<float>::quiet_NaN();
     const Area area (10.0f, 0.0f, 300.0f, 100.0f);
-    const auto bounds = waveOutline (area, lane, takeFrames, 0).getBounds();
+    const auto bounds = boundsOf (waveColumns (area, lane, takeFrames, 0));
 
     EXPECT_NEAR (bounds.getY(), 50.0f - 42.0f, 1e-3f);
     EXPECT_NEAR (bounds.getBottom(), 50.0f + 42.0f, 1e-3f);
     EXPECT_NEAR (bounds.getWidth(), 300.0f, 1.5f);
-    EXPECT_NEAR (waveOutline (area, lane, takeFrames, 50000).getBounds().getX(), 160.0f, 1.0f);
-    EXPECT_NEAR (waveOutline (area, lane, takeFrames, -50000).getBounds().getX(), 8.0f, 1.5f) << "two pixels over";
-    EXPECT_TRUE (waveOutline (area, lane, takeFrames, 5 * takeFrames).isEmpty());
-    EXPECT_TRUE (waveOutline (area, {}, takeFrames, 0).isEmpty());
+    EXPECT_NEAR (waveColumns (area, lane, takeFrames, 50000).front().x, 160.0f, 1.0f);
+    EXPECT_NEAR (waveColumns (area, lane, takeFrames, -50000).front().x, 8.0f, 1.5f) << "two pixels over";
+    EXPECT_THAT (waveColumns (area, lane, takeFrames, 5 * takeFrames), IsEmpty());
+    EXPECT_THAT (waveColumns (area, {}, takeFrames, 0), IsEmpty());
+}
+
+TEST (WavePicture, FillsTheOutlineOfTheCurve)
+{
+    const std::vector<WaveColumn> columns {
+        { 4.0f, 30.0f, 34.0f }, { 24.0f, 10.5f, 50.0f }, { 44.0f, 20.0f, 40.25f }, { 60.0f, 32.0f, 32.0f }
+    };
+    juce::Path outline;
+    outline.startNewSubPath (columns.front().x, columns.front().top);
+
+    for (size_t i = 1; i < columns.size(); ++i)
+        outline.lineTo (columns[i].x, columns[i].top);
+
+    for (auto column = columns.rbegin(); column != columns.rend(); ++column)
+        outline.lineTo (column->x, column->bottom);
+
+    outline.closeSubPath();
+
+    for (const auto scale : { 1, 2 })
+    {
+        juce::Image image (juce::Image::ARGB, 70 * scale, 70 * scale, true, juce::SoftwareImageType());
+
+        {
+            juce::Graphics g (image);
+            g.addTransform (juce::AffineTransform::scale ((float) scale));
+            fillWave (g, columns, juce::Colours::white);
+        }
+
+        for (int y = 0; y < image.getHeight(); ++y)
+            for (int x = 0; x < image.getWidth(); ++x)
+            {
+                const juce::Point<float> middle ((float) x + 0.5f, (float) y + 0.5f);
+                const auto isInside = outline.contains (middle / (float) scale);
+                const auto covered = image.getPixelAt (x, y).getFloatAlpha();
+                EXPECT_TRUE (isInside ? covered > 0.2f : covered < 0.8f) << x << ", " << y << " at " << scale;
+            }
+
+        EXPECT_FLOAT_EQ (image.getPixelAt (24 * scale, 30 * scale).getFloatAlpha(), 1.0f);
+        EXPECT_FLOAT_EQ (image.getPixelAt (24 * scale, 8 * scale).getFloatAlpha(), 0.0f);
+    }
 }
 
 TEST (SpineText, NamesALaneAndItsPlace)
