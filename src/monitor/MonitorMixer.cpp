@@ -116,6 +116,25 @@ void MonitorMixer::resized()
     viewport.setBounds (at.viewport);
 }
 
+LetterSwitch::LetterSwitch (const juce::String& letter,
+                            const LookAndFeel* themeOrNull,
+                            juce::Colour Palette::*colourWhenOn)
+    : juce::ToggleButton (letter), theme (themeOrNull), onColour (colourWhenOn)
+{
+}
+
+void LetterSwitch::paintButton (juce::Graphics& g, bool isHighlighted, bool isDown)
+{
+    constexpr float verticalInset = 4.0f, corner = 3.0f;
+    const auto palette = paletteOf (theme);
+    const auto ground = getToggleState() ? palette.*onColour : palette.raised;
+    g.setColour (isDown ? ground.darker (0.12f) : isHighlighted ? ground.brighter (0.08f) : ground);
+    g.fillRoundedRectangle (getLocalBounds().toFloat().reduced (0.0f, verticalInset), corner);
+    g.setColour (getToggleState() ? palette.background : palette.text);
+    g.setFont (fontOf (theme, 13.0f, juce::Font::bold));
+    g.drawText (getButtonText(), getLocalBounds(), juce::Justification::centred);
+}
+
 MonitorMixer::ChannelRow::ChannelRow (Session& sessionToMix,
                                       juce::CriticalSection& lock,
                                       LookAndFeel* theme,
@@ -167,12 +186,19 @@ void MonitorMixer::ChannelRow::setUpSliders()
     panSlider.setRange (-1.0, 1.0, 0.01);
     panSlider.setTextBoxStyle (juce::Slider::TextBoxRight, false, 42, 22);
     panSlider.textFromValueFunction = panText;
+    panSlider.updateText();
     panSlider.onValueChange = [this] {
         change ([this] { session.mixerAt (index).pan = (float) panSlider.getValue(); });
     };
 
+    const auto palette = paletteOf (lookAndFeel);
+
     for (auto* slider : { &gainSlider, &panSlider })
     {
+        slider->setColour (juce::Slider::thumbColourId, palette.accentBright);
+        slider->setColour (juce::Slider::trackColourId, palette.line);
+        slider->setColour (juce::Slider::backgroundColourId, palette.ink);
+        slider->setColour (juce::Slider::textBoxOutlineColourId, palette.line);
         slider->setHasFocusOutline (true);
         addAndMakeVisible (slider);
     }

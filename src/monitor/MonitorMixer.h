@@ -48,6 +48,19 @@ private:
     std::vector<std::unique_ptr<ChannelRow>> rows;
 };
 
+/** A switch that is nothing but its letter; the stock one has no room for it beside its box. */
+class LetterSwitch : public juce::ToggleButton
+{
+public:
+    LetterSwitch (const juce::String& letter, const LookAndFeel*, juce::Colour Palette::*colourWhenOn);
+
+private:
+    void paintButton (juce::Graphics&, bool isHighlighted, bool isDown) override;
+
+    const LookAndFeel* const theme;
+    juce::Colour Palette::*const onColour;
+};
+
 /** One mixer channel. Where its index is not in use any more it does nothing. */
 class MonitorMixer::ChannelRow : public juce::Component, private juce::Timer
 {
@@ -82,7 +95,7 @@ private:
     const IsPlaying isPlaying;
 
     juce::Label nameLabel;
-    juce::ToggleButton muteButton { "M" }, soloButton { "S" };
+    LetterSwitch muteButton { "M", lookAndFeel, &Palette::bad }, soloButton { "S", lookAndFeel, &Palette::accent };
     juce::Slider gainSlider { juce::Slider::LinearHorizontal, juce::Slider::TextBoxRight };
     juce::Slider panSlider { juce::Slider::LinearHorizontal, juce::Slider::TextBoxRight };
 };

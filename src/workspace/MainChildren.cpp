@@ -77,7 +77,6 @@ void MainComponent::setUpLabels()
     videoTimecodeEditor.onEscapeKey = [this] { grabKeyboardFocus(); };
     addChildComponent (videoTimecodeEditor);
 
-    progressBar.setTitle ("Progress");
     addChildComponent (progressBar);
 }
 

@@ -45,8 +45,8 @@ void MainComponent::combineInto (const juce::File& folder)
 void MainComponent::showCombineProgress (int number, int count, float fraction, const juce::String& phase)
 {
     if (phase.isNotEmpty())
-        progressBar.setTextToDisplay (phase + juce::String::fromUTF8 (" · take ") + juce::String (number) + "/"
-                                      + juce::String (count));
+        progressBar.setText (phase + juce::String::fromUTF8 (" · take ") + juce::String (number) + "/"
+                             + juce::String (count));
     else if (fraction >= 1.0f)
         updateProgress ((double) number / count, countText ("Examining and combining  ", number, count));
 }

@@ -189,7 +189,7 @@ void MainComponent::beginProgress (const juce::String& text, double value)
 {
     progressVisible = true;
     progressValue = value;
-    progressBar.setTextToDisplay (text);
+    progressBar.setText (text);
     resized();
     repaintStatus();
 }
@@ -199,7 +199,7 @@ void MainComponent::updateProgress (double value, const juce::String& text)
     progressValue = juce::jlimit (0.0, 1.0, value);
 
     if (text.isNotEmpty())
-        progressBar.setTextToDisplay (text);
+        progressBar.setText (text);
 
     progressBar.repaint();
 }

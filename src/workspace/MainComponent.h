@@ -10,6 +10,7 @@
 #include "workspace/TakeLoading.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
+#include "workspace/WorkBar.h"
 
 namespace ld
 {
@@ -152,7 +153,7 @@ private:
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
-    juce::ProgressBar progressBar { progressValue };
+    WorkBar progressBar { progressValue, lookAndFeel };
 
     juce::String statusText;
     float dragPulse = 0.0f;    // 0 to 1

@@ -169,7 +169,7 @@ void MainComponent::alignGuestsAsync (const std::vector<juce::Uuid>& ids, bool r
             const auto told = [&] (float, const juce::String& phase) {
                 progress.post (ifWanted ([this, text = label + juce::String::fromUTF8 (" · ") + phase] {
                     if (progressVisible)
-                        progressBar.setTextToDisplay (text);
+                        progressBar.setText (text);
                 }));
             };
             const auto placed = std::make_shared<PlacedGuest> (placeGuest (host, guest, told));

@@ -210,6 +210,10 @@ TEST (MonitorMixer, SaysPanAndLevelAsAnEditorReadsThem)
     scene.session.mixerMeters[0] = 0.0316228f;
     scene.open();
     auto& row = scene.row (0);
+    auto& pan = scene.control<juce::Slider> (row, "Pan");
+    EXPECT_EQ (scene.control<juce::Label> (pan, "").getText(), "C") << "as it opens";
+    pan.setValue (0.5);
+    EXPECT_EQ (scene.control<juce::Label> (pan, "").getText(), "50R");
     const auto picture = row.createComponentSnapshot (row.getLocalBounds());
     const auto meterLeft = 720 - 94;
     EXPECT_EQ (picture.getPixelAt (meterLeft + 30, 20), scene.theme.palette.accent);

@@ -4,7 +4,9 @@
 
 #include <iostream>
 
-// Takes the pictures of the guide from the real view: lodestrand-screenshots SHOOT OUT. SHOOT is a demo shoot.
+// Takes the pictures of the documents from the real view:
+//   lodestrand-screenshots SHOOT MOVIE OUT [WIDTH HEIGHT]
+// SHOOT is a demo shoot, MOVIE a picture for its first take.
 
 namespace
 {
@@ -20,41 +22,71 @@ struct Studio
         view.setVisible (true);
     }
 
-    bool drop (const juce::File& file)
+    static void pumpFor (int milliseconds)
     {
-        view.filesDropped ({ file.getFullPathName() }, 0, 0);
-        return pumpUntil ([this] { return view.isBusy(); }) && pumpUntil ([this] { return ! view.isBusy(); }, 300000);
+        const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) milliseconds;
+        pumpUntil ([end] { return juce::Time::getMillisecondCounter() >= end; });
     }
 
+    void drop (const juce::File& file) { view.filesDropped ({ file.getFullPathName() }, 0, 0); }
+
+    void settle()
+    {
+        if (! pumpUntil ([this] { return ! view.isBusy() && *view.runningJobs() == 0; }, 300000))
+            throw std::runtime_error ("The view did not come to rest.");
+    }
+
+    // The view, with the boxes that stand over it.
     void take (const juce::String& name)
     {
-        ld::test::deliverPostedCalls();
+        pumpFor (200);
+        auto picture = view.createComponentSnapshot (view.getLocalBounds(), true, 1.0f);
+
+        {
+            juce::Graphics g (picture);
+            auto& desktop = juce::Desktop::getInstance();
+
+            for (int i = 0; i < desktop.getNumComponents(); ++i)
+                if (auto* const box = desktop.getComponent (i); box != &view && box->isVisible())
+                    g.drawImageAt (box->createComponentSnapshot (box->getLocalBounds()),
+                                   box->getScreenX() - view.getScreenX(),
+                                   box->getScreenY() - view.getScreenY());
+        }
+
         const auto file = out.getChildFile (name + ".png");
         file.deleteFile();
         juce::FileOutputStream stream (file);
-        juce::PNGImageFormat().writeImageToStream (view.createComponentSnapshot (view.getLocalBounds()), stream);
+
+        if (! juce::PNGImageFormat().writeImageToStream (picture, stream))
+            throw std::runtime_error ("A picture could not be written.");
+
         std::cout << file.getFullPathName() << "  " << view.status() << std::endl;
     }
 
-    // The states that the guide shows.
-    void tour (const juce::String& suffix)
+    void takeDrawing()
     {
         auto& spine = child<ld::WaveformSpine>();
-        const auto& session = view.openSession();
-        ld::test::pumpUntil ([&] { return session.guests.empty() || session.guests.front().waveEmphasis == 0.0f; });
-        spine.onGuestSelected (session.guests.front().id);
-        take ("selected" + suffix);
-
+        const auto frames = view.openSession().host.format.numFrames;
         view.keyPressed (juce::KeyPress ('d'));
-        const auto frames = session.host.format.numFrames;
 
         for (int i = 1; i < 60; ++i)
             spine.onDrawGain (2, -20.0f + 18.0f * (float) std::sin (i * 0.2), frames * i / 60, frames * (i - 1) / 60);
 
         spine.onMixerMute (3, true);
-        take ("draw" + suffix);
+        take ("draw");
         view.keyPressed (juce::KeyPress ('d'));
-        spine.onSelectionCleared();
+    }
+
+    void takeMixer()
+    {
+        for (auto* component : view.getChildren())
+            if (auto* const button = dynamic_cast<juce::TextButton*> (component))
+                if (button->getButtonText() == "Monitor mix")
+                    button->onClick();
+
+        take ("mixer");
+        juce::ModalComponentManager::getInstance()->cancelAllModalComponents();
+        pumpFor (500);
     }
 
     template <typename Child>
@@ -71,28 +103,53 @@ struct Studio
     ld::MainComponent view;
 };
 
+void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
+{
+    studio.take ("welcome");
+    studio.drop (shoot);
+    Studio::pumpFor (900);
+    studio.take ("scan");
+    studio.settle();
+    studio.take ("take");
+
+    auto& spine = studio.child<ld::WaveformSpine>();
+    spine.onGuestSelected (studio.view.openSession().guests.front().id);
+    studio.take ("selected");
+    spine.onSelectionCleared();
+    studio.takeDrawing();
+    studio.takeMixer();
+
+    studio.drop (movie);
+    spine.onSeek (studio.view.openSession().host.format.numFrames / 3);
+    Studio::pumpFor (1500);
+    studio.take ("picture");
+}
+
 }    // namespace
 
 int main (int argc, char** argv)
 {
-    if (argc != 3)
+    if (argc != 4 && argc != 6)
         return 2;
 
     juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
     const juce::ScopedJuceInitialiser_GUI framework;
-    const juce::File shoot (juce::String::fromUTF8 (argv[1])), out (juce::String::fromUTF8 (argv[2]));
-    out.createDirectory();
+    const auto fileOf = [&] (int i) { return juce::File (juce::String::fromUTF8 (argv[i])); };
+    const auto out = fileOf (3);
 
-    for (const auto& [width, height] : { std::pair (1440, 900), std::pair (1100, 700), std::pair (2560, 1440) })
+    try
     {
-        Studio studio (width, height, out);
-        const auto suffix = "-" + juce::String (width);
-        studio.take ("welcome" + suffix);
-        studio.drop (shoot);
-        studio.take ("take" + suffix);
-        studio.tour (suffix);
-        pumpUntil ([&] { return *studio.view.runningJobs() == 0; });
-    }
+        if (const auto made = out.createDirectory(); made.failed())
+            throw std::runtime_error (made.getErrorMessage().toStdString());
 
-    return 0;
+        const auto isSized = argc == 6;
+        Studio studio (isSized ? std::atoi (argv[4]) : 1440, isSized ? std::atoi (argv[5]) : 900, out);
+        takeAll (studio, fileOf (1), fileOf (2));
+        return 0;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << error.what() << std::endl;
+        return 1;
+    }
 }
