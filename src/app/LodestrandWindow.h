@@ -12,15 +12,15 @@ public:
     {
         setUsingNativeTitleBar (true);
         setResizable (true, true);
-        setContentOwned (view, true);
+        setContentOwned (new ld::MainComponent, true);
         centreWithSize (1440, 900);
         setVisible (true);
     }
 
-    [[nodiscard]] ld::JobRunner::Count runningJobs() const { return view->runningJobs(); }
+    [[nodiscard]] ld::JobRunner::Count runningJobs() const
+    {
+        return dynamic_cast<ld::MainComponent&> (*getContentComponent()).runningJobs();
+    }
 
     void closeButtonPressed() override { juce::JUCEApplication::getInstance()->systemRequestedQuit(); }
-
-private:
-    ld::MainComponent* const view = new ld::MainComponent;    // the base owns it as its content
 };
