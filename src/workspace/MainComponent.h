@@ -38,6 +38,7 @@ public:
     [[nodiscard]] const juce::String& status() const noexcept { return statusText; }
     [[nodiscard]] const Session& openSession() const noexcept { return session; }
     [[nodiscard]] const std::vector<BatchMatch>& openBatch() const noexcept { return batch; }
+    [[nodiscard]] juce::CriticalSection& lockOfSession() noexcept { return sessionLock; }
     [[nodiscard]] JobRunner::Count runningJobs() const { return jobs.running(); }
 
     void paint (juce::Graphics&) override;
