@@ -19,7 +19,7 @@ build_packages=(
     fonts-dejavu-core
 )
 test_packages=(xvfb xauth sndfile-programs ffmpeg mediainfo sox)
-bench_packages=(sox)
+bench_packages=(sox xvfb xauth)
 lint_packages=(clang-format clang-tidy)
 
 say() { printf '%s\n' "$*" >&2; }

@@ -6,9 +6,28 @@
 
 namespace ld
 {
+namespace
+{
+
+// Where no JACK server runs, its library says so on the terminal, at length, whenever devices are listed. That there is no
+// server is no error.
+void keepJackQuiet()
+{
+#if JUCE_LINUX
+    using Handler = void (*) (const char*);
+    static juce::DynamicLibrary library ("libjack.so.0");    // open to the end: what is set below would go with it
+
+    for (const auto* setter : { "jack_set_error_function", "jack_set_info_function" })
+        if (auto* const set = reinterpret_cast<void (*) (Handler)> (library.getFunction (setter)))
+            set ([] (const char*) {});
+#endif
+}
+
+}    // namespace
 
 PreviewEngine::PreviewEngine()
 {
+    keepJackQuiet();
     juce::ignoreUnused (deviceManager.initialiseWithDefaultDevices (0, 2));
 }
 

@@ -1,6 +1,4 @@
-#include "workspace/MainComponent.h"
-
-#include "support/MessageLoop.h"
+#include "support/IdleView.h"
 
 #include <iostream>
 
@@ -32,7 +30,7 @@ struct Studio
 
     void settle()
     {
-        if (! pumpUntil ([this] { return ! view.isBusy() && *view.runningJobs() == 0; }, 300000))
+        if (! ld::test::pumpUntilIdle (view))
             throw std::runtime_error ("The view did not come to rest.");
     }
 

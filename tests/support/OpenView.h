@@ -1,8 +1,6 @@
 #pragma once
 
-#include "workspace/MainComponent.h"
-
-#include "support/MessageLoop.h"
+#include "support/IdleView.h"
 
 #include <stdexcept>
 
@@ -56,10 +54,7 @@ public:
     bool press (const juce::KeyPress& key) { return view->keyPressed (key); }
 
     /** Runs until no work is left. */
-    [[nodiscard]] bool settle()
-    {
-        return pumpUntil ([this] { return ! view->isBusy() && *view->runningJobs() == 0; }, 300000);
-    }
+    [[nodiscard]] bool settle() { return pumpUntilIdle (*view); }
 
     /** Throws where there is none, which fails the test. */
     template <typename Child>
