@@ -74,9 +74,7 @@ Batch scanAndMatch (const ConformOptions& options, ProgressLine& line)
     matching.onRead = [&] (double seconds) { line.addAudioSeconds (seconds); };
     auto outcome = compareBatch (
         batch.scans,
-        [&] (int done, int total) {
-        line.show (countText ("pair", done, total), "comparing", (double) done / total);
-        },
+        [&] (int done, int total) { line.show (countText ("pair", done, total), "comparing", (double) done / total); },
         matching);
     batch.document.takes = std::move (outcome.matches);
     batch.comparisons = std::move (outcome.comparisons);
@@ -123,14 +121,16 @@ ConformOutcome combineAll (const SessionDocument& document, const juce::File& fo
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
-    outcome.takes = combineTakes (document.takes, edits, folder, [&] (int i, float fraction, const juce::String& phase) {
-        const auto& name = document.takes[(size_t) i].host.file.getFileName();
-        const auto start = i > 0 ? ends[(size_t) i - 1] : 0.0;
-        const auto soFar = start + (double) fraction * (ends[(size_t) i] - start);
-        line.show (
-            countText ("take", i + 1, (int) ends.size()), name + (phase.isEmpty() ? "" : ": " + phase), soFar / total);
-        line.setAudioSeconds (soFar);
-    });
+    outcome.takes =
+        combineTakes (document.takes, edits, folder, [&] (int i, float fraction, const juce::String& phase) {
+            const auto& name = document.takes[(size_t) i].host.file.getFileName();
+            const auto start = i > 0 ? ends[(size_t) i - 1] : 0.0;
+            const auto soFar = start + (double) fraction * (ends[(size_t) i] - start);
+            line.show (countText ("take", i + 1, (int) ends.size()),
+                       name + (phase.isEmpty() ? "" : ": " + phase),
+                       soFar / total);
+            line.setAudioSeconds (soFar);
+        });
     return outcome;
 }
 

@@ -68,10 +68,8 @@ combineTake (const BatchMatch&, const TakeEdits&, const juce::File& output, cons
 using CombineProgress = std::function<void (int index, float fraction, const juce::String& phase)>;
 
 /** Combines takes one after another into a folder, under names of which no two are the same. */
-[[nodiscard]] std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>&,
-                                                     const TakeEdits&,
-                                                     const juce::File& folder,
-                                                     const CombineProgress&);
+[[nodiscard]] std::vector<TakeOutcome>
+combineTakes (const std::vector<BatchMatch>&, const TakeEdits&, const juce::File& folder, const CombineProgress&);
 
 /** What a run came to, in one to three sentences.
     count      takes
