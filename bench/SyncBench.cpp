@@ -1,4 +1,5 @@
 #include "BenchInput.h"
+#include "sync/EnvelopeSync.h"
 #include "sync/MfccSearch.h"
 #include "sync/Signal.h"
 #include "sync/SyncEngine.h"
@@ -147,12 +148,28 @@ void alignOnePair (benchmark::State& state)
         benchmark::Counter ((double) seconds, benchmark::Counter::kIsIterationInvariantRate);
 }
 
+// A guest of an hour: twenty windows of a minute, each a correlation of 2^20 points.
+void computeEnvelopeSync (benchmark::State& state)
+{
+    constexpr size_t seconds = 3600;
+    constexpr int rate = 8000;
+    const auto signal = makeSignal (seconds * rate, 5);
+    const auto length = (juce::int64) signal.size();
+
+    for (auto _ : state)
+        benchmark::DoNotOptimize (ld::computeEnvelopeSync (signal.data(), length, signal.data(), length, rate));
+
+    state.counters["x_real_time"] =
+        benchmark::Counter ((double) seconds, benchmark::Counter::kIsIterationInvariantRate);
+}
+
 BENCHMARK (gccPhat)->Unit (benchmark::kMillisecond);
 BENCHMARK (gccPhatBareTransforms)->Unit (benchmark::kMillisecond);
 BENCHMARK (computeMfcc)->Unit (benchmark::kMillisecond);
 BENCHMARK (computeMfccBareTransforms)->Unit (benchmark::kMillisecond);
 BENCHMARK (correlateColumn)->Arg (20000)->Arg (225000)->Unit (benchmark::kMillisecond);
 BENCHMARK (resampleToEightKilohertz)->Unit (benchmark::kMillisecond);
+BENCHMARK (computeEnvelopeSync)->Unit (benchmark::kMillisecond);
 BENCHMARK (alignOnePair)->Unit (benchmark::kMillisecond);
 
 }    // namespace

@@ -108,7 +108,18 @@ double secondsOf (const BatchMatch& take)
     return (double) format.numFrames / std::max (format.sampleRate, 1);
 }
 
-ConformOutcome combineAll (const SessionDocument& document, const juce::File& folder, ProgressLine& line)
+ReferencePicture pictureOf (const SessionDocument& document)
+{
+    ReferencePicture picture;
+    picture.file = document.videoFile;
+    picture.loaded = document.videoFile.existsAsFile();
+    picture.timestampSamples = document.videoTimestampSamples;
+    picture.timecodeRate = document.videoTimecodeRate;
+    return picture;
+}
+
+ConformOutcome
+combineAll (const SessionDocument& document, const juce::File& folder, bool writesInterchange, ProgressLine& line)
 {
     std::vector<double> ends;    // of each take, in seconds of the whole run
     auto end = 0.0;
@@ -117,7 +128,9 @@ ConformOutcome combineAll (const SessionDocument& document, const juce::File& fo
         ends.push_back (end += secondsOf (take));
 
     const auto total = std::max (end, 1e-3);
-    const TakeEdits edits { document.metadataOverrides, document.nameOverrides, document.mixer };
+    const TakeEdits edits {
+        document.metadataOverrides, document.nameOverrides, document.mixer, pictureOf (document), writesInterchange
+    };
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
@@ -205,7 +218,7 @@ ConformStatus runConform (const ConformOptions& options)
     else if (options.output->createDirectory().failed())
         return fail (ConformStatus::incomplete, "Could not create " + options.output->getFullPathName() + ".");
     else
-        outcome = combineAll (batch.document, *options.output, *line);
+        outcome = combineAll (batch.document, *options.output, options.writesInterchange, *line);
 
     line.reset();
     outcome.comparisons = std::move (batch.comparisons);

@@ -40,7 +40,11 @@ juce::String fateOf (const TakeOutcome& take)
     if (take.output == juce::File())
         return {};
 
-    return "  ->  " + (take.written ? take.output.getFileName() : "not written: " + take.error);
+    if (! take.written)
+        return "  ->  not written: " + take.error;
+
+    const auto name = "  ->  " + take.output.getFileName();
+    return take.error.isEmpty() ? name : name + "; " + take.error;
 }
 
 juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>& placedFiles)

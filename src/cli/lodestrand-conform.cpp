@@ -15,7 +15,7 @@ struct Words
     std::string input, output, report, session;
     std::vector<std::string> isoFolders;
     int jobs = 0, memoryMiB = 0;
-    bool isScanOnly = false, isQuiet = false;
+    bool writesInterchange = false, isScanOnly = false, isQuiet = false;
 };
 
 void declare (CLI::App& app, Words& words)
@@ -28,6 +28,8 @@ void declare (CLI::App& app, Words& words)
         ->multi_option_policy (CLI::MultiOptionPolicy::TakeAll);
     app.add_option ("--report", words.report, "Write what was placed where, and why, as JSON");
     app.add_option ("--save-session", words.session, "Write the matched batch, to be reviewed in the window");
+    app.add_flag (
+        "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an AAF text beside each file");
     app.add_flag ("--scan-only", words.isScanOnly, "Match, but combine nothing");
     app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
     app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
@@ -54,6 +56,7 @@ ld::ConformOptions optionsOf (const Words& words)
     options.output = fileIfAny (words.output);
     options.report = fileIfAny (words.report);
     options.session = fileIfAny (words.session);
+    options.writesInterchange = words.writesInterchange;
     options.isScanOnly = words.isScanOnly;
     options.isQuiet = words.isQuiet;
     options.jobs = words.jobs;

@@ -1,6 +1,7 @@
 #include "conform/CombineRun.h"
 
 #include "output/BwfWriter.h"
+#include "output/Interchange.h"
 #include "session/Session.h"
 
 #include <algorithm>
@@ -149,15 +150,19 @@ listGuests (const Session& session, const std::vector<ScanFile>& scans, const st
     return guests;
 }
 
-juce::Result writeTake (Session& session, TakeOutcome& outcome)
+ExportRequest exportRequestOf (Session& session, const juce::File& output)
 {
     ExportRequest request;
-    request.host = std::move (session.host);
     request.mixer = session.mixer;
-    request.mixerCount = session.mixerCount();
+    request.mixerCount = session.mixerCount();    // told by host and guests
+    request.host = std::move (session.host);
     request.guests = std::move (session.guests);
-    request.outputFile = outcome.output;
+    request.outputFile = output;
+    return request;
+}
 
+juce::Result writeTake (ExportRequest& request, TakeOutcome& outcome)
+{
     auto result = PolyExporter::write (request);
 
     if (result.failed() && ! request.guests.empty())
@@ -170,6 +175,16 @@ juce::Result writeTake (Session& session, TakeOutcome& outcome)
     }
 
     return result;
+}
+
+juce::Result writeInterchange (ExportRequest written, const ReferencePicture& picture)
+{
+    InterchangeRequest request;
+    request.host = std::move (written.host);
+    request.guests = std::move (written.guests);
+    request.video = picture;
+    request.combinedFile = request.baseFile = written.outputFile;
+    return writeInterchangePackage (request);
 }
 
 void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress& progress, TakeOutcome& outcome)
@@ -200,8 +215,13 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
         (int) std::erase_if (session.guests, [] (const auto& guest) { return guest.alignment.needsManual; });
     session.applyMixerTemplate (edits.mixer);
 
-    const auto result = writeTake (session, outcome);
+    auto request = exportRequestOf (session, outcome.output);
+    auto result = writeTake (request, outcome);
     outcome.written = result.wasOk();
+
+    if (outcome.written && edits.writesInterchange)
+        result = writeInterchange (std::move (request), edits.picture);
+
     outcome.error = result.getErrorMessage();
 }
 

@@ -15,6 +15,8 @@ struct TakeEdits
     MetadataOverrides metadata;
     NameOverrides names;
     MixerTemplate mixer;
+    ReferencePicture picture;          // of the interchange files
+    bool writesInterchange = false;    // four of them beside each combined file
 };
 
 /** What became of one guest of a take, or of a file that came to belong to none. */
@@ -32,7 +34,7 @@ struct TakeOutcome
 {
     juce::File poly, output;
     bool written = false;
-    juce::String error;     // why it was not written
+    juce::String error;     // why it, or an interchange file beside it, was not written
     juce::String reason;    // how its guests were found
     float score = 0.0f;
     std::vector<GuestOutcome> guests;    // every guest file of the match is in one of them
@@ -57,6 +59,7 @@ private:
 
 /** Combines one take in a session of its own: loads the poly, adds its guests, lays the edits over them, places each,
     leaves out what stays doubtful and writes the file. A write that fails with guests is tried once more without them.
+    Interchange files that cannot be written are an error of the take, whose file stays.
     Never throws: what does not fit into memory is an error of the take.
     progress   told the share of the take's guests that are placed, 0 to 1, on this thread */
 [[nodiscard]] TakeOutcome

@@ -96,7 +96,9 @@ int ConformOutcome::rejected() const
 
 bool ConformOutcome::isComplete() const
 {
-    return ! takes.empty() && written() == (int) takes.size() && unreadable.empty() && unmatched.empty();
+    const auto isWhole = [] (const TakeOutcome& take) { return take.written && take.error.isEmpty(); };
+    return ! takes.empty() && std::all_of (takes.begin(), takes.end(), isWhole) && unreadable.empty()
+           && unmatched.empty();
 }
 
 TakeOutcome outcomeOfScan (const BatchMatch& match)

@@ -190,6 +190,16 @@ struct GuestClip
     float waveEmphasis = 0.0f;    // 0 to 1, how brightly the timeline draws it
 };
 
+/** The picture that a take is watched with; its sound is not used. */
+struct ReferencePicture
+{
+    juce::File file;
+    bool loaded = false;
+    juce::int64 timestampSamples = 0;    // its start on the host's clock, at the rate of the host's stamp
+    double durationSeconds = 0.0;
+    juce::String timecodeRate = "24/1";
+};
+
 /** Copies what names a file and what it says of itself, which a reader and all media records share. */
 template <typename Source, typename Target>
 void copyIdentity (const Source& source, Target& target)

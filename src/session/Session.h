@@ -23,22 +23,13 @@ void stitchGuest (const HostTake& host, GuestClip& guest);
 class Session
 {
 public:
-    struct Video
-    {
-        juce::File file;
-        bool loaded = false;
-        juce::int64 timestampSamples = 0;
-        double durationSeconds = 0.0;
-        juce::String timecodeRate = "24/1";
-    };
-
     HostTake host;
     std::vector<GuestClip> guests;    // in order of adding
     juce::Uuid selectedGuest = juce::Uuid::null();
     int referenceChannel = 0;                                            // 0-based; the one in host.referenceAudio
     MixerBank mixer {};                                                  // used from 0 up to mixerCount
     std::array<std::atomic<float>, mixerChannelLimit> mixerMeters {};    // written by the audio thread
-    Video video;
+    ReferencePicture video;
 
     /** Replaces the host and discards every guest; a file that cannot be read changes nothing. */
     [[nodiscard]] juce::Result loadHost (const juce::File&);

@@ -80,6 +80,7 @@ std::vector<BatchMatch> mergeMatches (const std::vector<BatchMatch>& batch, cons
 std::vector<ScanFile> scansForBatch (const std::vector<BatchMatch>& batch, const juce::File& folder)
 {
     std::vector<ScanFile> scans;
+    scans.reserve (batch.size());
 
     // A session document does not hold what the headers say.
     for (const auto& take : batch)

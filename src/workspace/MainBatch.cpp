@@ -32,7 +32,7 @@ void MainComponent::stepBatch (int by)
     syncCurrentTakeIntoBatch();
 
     // What was set in the mixer's panel goes along; settings of sources that this take lacks stay.
-    auto others = std::move (mixerTemplate);
+    auto others = std::exchange (mixerTemplate, {});
     rememberMixer();
     mixerTemplate.merge (others);
     loadBatchIndex (batchIndex + by);

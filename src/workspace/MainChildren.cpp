@@ -84,9 +84,9 @@ void MainComponent::setUpPanels()
 {
     spine.lookAndFeel = &lookAndFeel;
     spine.session = &session;
-    spine.onGuestSelected = [this] (juce::Uuid id) { selectGuest (id); };
+    spine.onGuestSelected = [this] (const juce::Uuid& id) { selectGuest (id); };
     spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null()); };
-    spine.onGuestMoved = [this] (juce::Uuid id, juce::int64 offset) { setOffset (id, offset); };
+    spine.onGuestMoved = [this] (const juce::Uuid& id, juce::int64 offset) { setOffset (id, offset); };
     spine.onSeek = [this] (juce::int64 sample) { seekPlayhead (sample); };
     spine.onMixerGain = [this] (int index, float db) {
         changeMixer ([&] { session.setMixerGain (index, db, preview.playhead, preview.playing); });
@@ -98,7 +98,7 @@ void MainComponent::setUpPanels()
         changeMixer ([&] { session.setMixerMute (index, isMuted, preview.playhead, preview.playing); });
     };
     spine.onReferenceChannel = [this] (int channel) { setReferenceChannel (channel); };
-    spine.onRemoveTrack = [this] (bool isGuest, juce::Uuid id, int channel) {
+    spine.onRemoveTrack = [this] (bool isGuest, const juce::Uuid& id, int channel) {
         confirmRemoveTrack (isGuest, id, channel);
     };
 

@@ -17,7 +17,11 @@ void MainComponent::combineInto (const juce::File& folder)
     beginProgress (countText ("Examining and combining  ", 0, count), 0.0);
 
     jobs.start (
-        [this, folder, count, takes = batch, edits = TakeEdits { metadataOverrides, nameOverrides, mixerTemplate }] (
+        [this,
+         folder,
+         count,
+         takes = batch,
+         edits = TakeEdits { metadataOverrides, nameOverrides, mixerTemplate, {}, false }] (
             const JobRunner::Progress& progress) {
         return combineTakes (takes, edits, folder, [&] (int index, float fraction, const juce::String& phase) {
             progress.post ([this, number = index + 1, fraction, phase, count] {

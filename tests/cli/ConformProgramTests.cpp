@@ -1,3 +1,5 @@
+#include "output/SessionDocument.h"
+
 #include "support/FolderSnapshot.h"
 #include "support/RunProgram.h"
 #include "support/TempFolder.h"
@@ -202,6 +204,48 @@ TEST (ConformProgram, ASavedSessionCombinesToTheSameBytes)
         run ({ LD_CONFORM_PROGRAM, session.getFullPathName(), "--out", folders.out.getFullPathName(), "--jobs", "2" });
     EXPECT_EQ (reopened.status, 0) << both (reopened);
     EXPECT_EQ (snapshotOf (folders.out), direct1);
+}
+
+TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
+{
+    const Folders folders;
+    folders.addTakeWithGuests();
+    const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
+    const auto plain = folders.conform ({ "--save-session", session.getFullPathName() });
+    ASSERT_EQ (plain.status, 0) << both (plain);
+    const auto combined = snapshotOf (folders.out).at ("COMBINED_T1.wav");
+
+    // The session's picture goes along.
+    SessionDocument document;
+    ASSERT_TRUE (readSessionDocument (session, document).wasOk());
+    document.videoFile = folders.temp.file ("A001.mov");
+    document.videoFile.replaceWithText ("a picture");
+    ASSERT_TRUE (writeSessionDocument (session, document).wasOk());
+    const std::vector<juce::String> words {
+        LD_CONFORM_PROGRAM, session.getFullPathName(), "--out", folders.out.getFullPathName(), "--interchange",
+        "--report",         report.getFullPathName()
+    };
+    EXPECT_EQ (run (words).status, 0);
+    EXPECT_THAT (
+        folders.written(),
+        ElementsAre ("COMBINED_T1.aaf", "COMBINED_T1.ale", "COMBINED_T1.edl", "COMBINED_T1.wav", "COMBINED_T1.xml"));
+    const auto edl = folders.out.getChildFile ("COMBINED_T1.edl").loadFileAsString().toStdString();
+    EXPECT_THAT (edl, HasSubstr ("002  T1       V   C"));
+    EXPECT_THAT (edl, HasSubstr ("* FROM CLIP NAME: pack.wav"));
+
+    // A folder in the place of one of them.
+    const auto blocked = folders.out.getChildFile ("COMBINED_T1.ale");
+    blocked.deleteFile();
+    blocked.getChildFile ("full").createDirectory();
+    const auto failed = run (words);
+    EXPECT_EQ (failed.status, 1);
+    EXPECT_THAT (failed.out.toStdString(),
+                 HasSubstr ("T1.wav  ->  COMBINED_T1.wav; Could not write COMBINED_T1.ale\n"));
+    const auto take = juce::JSON::parse (report)["takes"][0];
+    EXPECT_TRUE ((bool) take["written"]);
+    EXPECT_EQ (take["error"].toString(), "Could not write COMBINED_T1.ale");
+    EXPECT_FALSE ((bool) take["guests"][0]["rejected"]);
+    EXPECT_EQ (snapshotOf (folders.out).at ("COMBINED_T1.wav"), combined);
 }
 
 TEST (ConformProgram, AScanAloneWritesNoTake)
