@@ -55,12 +55,20 @@ void trimEnds (std::vector<float>& values)
         values = std::vector<float> (values.begin() + (std::ptrdiff_t) trim, values.end() - (std::ptrdiff_t) trim);
 }
 
-std::vector<double> sumsOfSquares (const std::vector<float>& samples)
+// Running sums of the squares at every hop: entry k is the sum of the first k hops. The last one is the whole signal's.
+std::vector<double> sumsOfSquares (const std::vector<float>& samples, size_t hop)
 {
-    std::vector<double> sums (samples.size() + 1);
+    std::vector<double> sums { 0.0 };
+    sums.reserve (samples.size() / hop + 2);
+    auto sum = 0.0;
 
-    for (size_t i = 0; i < samples.size(); ++i)
-        sums[i + 1] = sums[i] + (double) samples[i] * samples[i];
+    for (size_t start = 0; start < samples.size(); start += hop)
+    {
+        for (size_t i = start; i < std::min (start + hop, samples.size()); ++i)
+            sum += (double) samples[i] * samples[i];
+
+        sums.push_back (sum);
+    }
 
     return sums;
 }
@@ -68,23 +76,23 @@ std::vector<double> sumsOfSquares (const std::vector<float>& samples)
 // The logarithm of the level in each window.
 std::vector<float> logLevels (const std::vector<float>& samples, int sampleRate)
 {
-    const auto window = (int64) sampleRate / 20, hop = (int64) sampleRate / envelopeRate;
-    const auto shortest = (int64) sampleRate / 25;
-    const auto length = (int64) samples.size();
+    constexpr size_t hopsOfWindow = 5;
+    const auto hop = (size_t) std::max (sampleRate, 0) / envelopeRate, window = hopsOfWindow * hop;
+    const auto shortest = 4 * hop;
     std::vector<float> levels;
 
-    if (hop < 1 || length <= shortest)
+    if (hop < 1 || samples.size() <= shortest)
         return levels;
 
     constexpr double leastPower = 1e-9, floorLevel = 0.001;
-    const auto sums = sumsOfSquares (samples);
-    const auto frames = std::max<int64> ((length - window) / hop, 0) + 1;
-    levels.reserve ((size_t) frames);
+    const auto sums = sumsOfSquares (samples, hop);
+    const auto frames = (std::max (samples.size(), window) - window) / hop + 1;
+    levels.reserve (frames);
 
-    for (int64 i = 0; i < frames; ++i)
+    for (size_t i = 0; i < frames; ++i)
     {
-        const auto start = i * hop, end = std::min (start + window, length);
-        const auto power = (sums[(size_t) end] - sums[(size_t) start]) / (double) window;
+        const auto end = std::min (i + hopsOfWindow, sums.size() - 1);
+        const auto power = (sums[end] - sums[i]) / (double) window;
         levels.push_back ((float) std::log (std::sqrt (std::max (power, leastPower)) + floorLevel));
     }
 
