@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <sstream>
 
 namespace ld
@@ -39,6 +40,59 @@ auto loudnessFields (Chunk& chunk)
                         &chunk.maxShortTermLoudness };
 }
 
+// How many bytes follow a first one, and what the first of them may be, so that no character is spelt longer than it must
+// be and none lies among the surrogates or beyond the last (RFC 3629, section 4).
+struct Utf8Lead
+{
+    size_t numFollowing = 0;
+    juce::uint8 lowest = 0x80, highest = 0xBF;
+};
+
+std::optional<Utf8Lead> utf8Lead (juce::uint8 first) noexcept
+{
+    switch (first)
+    {
+        case 0xE0: return Utf8Lead { 2, 0xA0, 0xBF };
+        case 0xED: return Utf8Lead { 2, 0x80, 0x9F };
+        case 0xF0: return Utf8Lead { 3, 0x90, 0xBF };
+        case 0xF4: return Utf8Lead { 3, 0x80, 0x8F };
+        default: break;
+    }
+
+    if (first < 0x80)
+        return Utf8Lead { 0 };
+
+    if (first < 0xC2 || first > 0xF4)
+        return {};
+
+    return Utf8Lead { first < 0xE0 ? 1u : first < 0xF0 ? 2u : 3u };
+}
+
+// The framework's own test does not look at the bytes that follow a first one, and takes much Latin-1 for UTF-8.
+bool isUtf8 (const char* text, size_t size) noexcept
+{
+    for (size_t i = 0; i < size; ++i)
+    {
+        const auto lead = utf8Lead ((juce::uint8) text[i]);
+
+        if (! lead || lead->numFollowing >= size - i)
+            return false;
+
+        for (size_t k = 1; k <= lead->numFollowing; ++k)
+        {
+            const auto next = (juce::uint8) text[i + k];
+            const auto isFirst = k == 1;
+
+            if (next < (isFirst ? lead->lowest : 0x80) || next > (isFirst ? lead->highest : 0xBF))
+                return false;
+        }
+
+        i += lead->numFollowing;
+    }
+
+    return true;
+}
+
 juce::String textField (const char* bytes, size_t size)
 {
     while (size > 0 && (bytes[size - 1] == 0 || bytes[size - 1] == ' '))
@@ -49,7 +103,14 @@ juce::String textField (const char* bytes, size_t size)
 
 void writeField (char* at, size_t size, const juce::String& text)
 {
-    std::memcpy (at, text.toRawUTF8(), std::min (size, text.getNumBytesAsUTF8()));
+    const auto* const bytes = text.toRawUTF8();
+    auto count = std::min (size, text.getNumBytesAsUTF8());
+
+    // A character is not cut apart: the next reader would take the whole field for Latin-1.
+    while (count > 0 && (bytes[count] & 0xC0) == 0x80)
+        --count;
+
+    std::memcpy (at, bytes, count);
 }
 
 bool isTooDeep (const pugi::xml_document& document)
@@ -166,7 +227,7 @@ juce::String withoutBrokenCharacters (const std::string& text)
 {
     constexpr juce::juce_wchar replacement = 0xFFFD;
 
-    if (juce::CharPointer_UTF8::isValidString (text.c_str(), (int) text.size()))
+    if (isUtf8 (text.data(), text.size()))
         return juce::String::fromUTF8 (text.c_str());
 
     juce::MemoryOutputStream repaired;
@@ -191,14 +252,14 @@ bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 juce::String textFromBytes (const void* bytes, size_t size)
 {
     const auto* text = static_cast<const char*> (bytes);
-    const auto length = (int) strnlen (text, size);
+    const auto length = strnlen (text, size);
 
-    if (juce::CharPointer_UTF8::isValidString (text, length))
-        return juce::String::fromUTF8 (text, length);
+    if (isUtf8 (text, length))
+        return juce::String::fromUTF8 (text, (int) length);
 
     juce::MemoryOutputStream latin1;
 
-    for (int i = 0; i < length; ++i)
+    for (size_t i = 0; i < length; ++i)
         latin1 << juce::String::charToString ((juce::juce_wchar) (juce::uint8) text[i]);
 
     return latin1.toUTF8();

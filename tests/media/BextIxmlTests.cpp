@@ -92,6 +92,12 @@ TEST (Bext, TrimsItsTextFields)
         { std::string (40, 'x'), std::string (32, 'x') },
         { "\r\nname\t", "name" },
         { "Caf\xE9", "Caf\xC3\xA9" },
+        { "CAF\xC9 LATTE", "CAF\xC3\x89 LATTE" },    // as if a character of two bytes began
+        { "\xE9t\xE9", "\xC3\xA9t\xC3\xA9" },
+        { "\xC0\xBC", "\xC3\x80\xC2\xBC" },                // "<", spelt too long
+        { "\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80" },    // half a surrogate pair
+        { "\xE9\x9F\xB3 \xF0\x9F\x8E\xA4", "\xE9\x9F\xB3 \xF0\x9F\x8E\xA4" },
+        { "\xE9\x9F", "\xC3\xA9\xC2\x9F" },
     };
 
     for (const auto& c : cases)
@@ -102,12 +108,14 @@ TEST (Bext, CutsAFieldThatIsTooLongWithoutANul)
 {
     auto bext = fullBext();
     bext.originationTime = "12:34:56.789";
+    bext.description = juce::String::repeatedString (juce::String::fromUTF8 ("\xE9\x9F\xB3"), 86);    // 258 bytes
     bext.originator = juce::String::repeatedString ("o", 33);
     const auto body = serialiseBext (bext);
 
     EXPECT_EQ (slice (body, 330, 8), "12:34:56");
     EXPECT_EQ (slice (body, 338, 1), "\x55");
     EXPECT_EQ (slice (body, 256, 33), std::string (32, 'o') + "R");
+    EXPECT_EQ (slice (body, 252, 4), std::string ("\xE9\x9F\xB3\0", 4)) << "85 whole characters";
 }
 
 TEST (Bext, HasLoudnessFromVersion2On)
