@@ -3,6 +3,8 @@
 #include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -23,7 +25,8 @@ constexpr int64 largestDocumentBytes = 128 << 20;
 // The document nests five deep. The framework's parser calls itself for each level.
 constexpr int deepestNesting = 64;
 
-// The framework's parser does not look at the range of whole numbers; longer ones are read as reals.
+// The framework's parser does not look at the range of whole numbers, nor of what stands ahead of a point: longer ones are
+// read as short reals.
 constexpr int mostDigits = 18;
 
 juce::var describe (const ScanFile& guest)
@@ -106,7 +109,7 @@ juce::var describe (const SessionDocument& doc)
     return root;
 }
 
-// Makes a text safe for the framework's parser: none if it nests too deep; over-long whole numbers get a fraction.
+// Makes a text safe for the framework's parser: none if it nests too deep; over-long numbers are written as short reals.
 class DocumentText
 {
 public:
@@ -147,16 +150,10 @@ private:
 
     void passOutside (char c)
     {
-        if (c >= '0' && c <= '9')
-        {
-            ++digits;
+        if (passNumber (c))
             return;
-        }
 
-        if (c == '.' || c == 'e' || c == 'E')
-            isReal = true;
-        else if (! (isReal && (c == '-' || c == '+')))
-            endNumber();
+        endNumber();
 
         if (c == '"' || c == '\'')
             quote = c;
@@ -165,19 +162,50 @@ private:
         depth -= c == '}' || c == ']' ? 1 : 0;
     }
 
+    // False where this is no part of a number.
+    bool passNumber (char c)
+    {
+        if (c >= '0' && c <= '9')
+        {
+            if (! isNumber)
+                numberStart = out.size();
+
+            isNumber = true;
+            wholeDigits += isReal ? 0 : 1;
+            return true;
+        }
+
+        const auto isPoint = isNumber && (c == '.' || c == 'e' || c == 'E');
+        const auto isSign = isReal && (c == '-' || c == '+');
+        isReal = isReal || isPoint;
+        return isPoint || isSign;
+    }
+
     void endNumber()
     {
-        if (digits > mostDigits && ! isReal)
-            out += ".0";
+        if (wholeDigits > mostDigits)
+            shortenNumber();
 
-        digits = 0;
-        isReal = false;
+        isNumber = isReal = false;
+        wholeDigits = 0;
+    }
+
+    // The same value as a real with one digit ahead of the point.
+    void shortenNumber()
+    {
+        constexpr auto largest = 1.0e308;
+        const auto value = juce::String (out.substr (numberStart)).getDoubleValue();
+        std::array<char, 32> digits {};
+        const auto end = std::to_chars (
+            digits.data(), digits.data() + digits.size(), std::min (value, largest), std::chars_format::scientific);
+        out.replace (numberStart, std::string::npos, digits.data(), (size_t) (end.ptr - digits.data()));
     }
 
     std::string out;
     char quote = 0;
-    bool isEscaped = false, isReal = false;
-    int digits = 0, depth = 0;
+    bool isEscaped = false, isNumber = false, isReal = false;
+    size_t numberStart = 0;
+    int wholeDigits = 0, depth = 0;
 };
 
 // A value of any type as the framework converts it, but for numbers that the target cannot hold: they are clamped.

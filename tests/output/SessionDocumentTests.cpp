@@ -125,6 +125,7 @@ TEST (SessionDocument, WhatIsMissingOrOfAnotherTypeTakesItsDefault)
                                 "-1e300",
                                 "99999999999999999999999",
                                 "-99999999999999999999999",
+                                "99999999999999999999999.25e-3",
                                 "\"99999999999999999999999\"",
                                 "\"nan\"",
                                 "\"inf\"",
@@ -140,6 +141,9 @@ TEST (SessionDocument, WhatIsMissingOrOfAnotherTypeTakesItsDefault)
 
     const auto most = readText (temp, R"({"takes":[{"guests":[{"offsetSamples":99999999999999999999}]}]})");
     EXPECT_GT (most.takes[0].guests[0].alignment.offsetSamples, 9000000000000000000) << "at the limit of its field";
+
+    const auto real = readText (temp, R"({"takes":[{"score":12345678901234567890123.5e-20}]})");
+    EXPECT_FLOAT_EQ (real.takes[0].score, 123.456789f);
 }
 
 TEST (SessionDocument, RefusesWhatIsNoneWithASentence)
