@@ -1,6 +1,7 @@
 #include "output/Interchange.h"
 
 #include "media/BextIxml.h"
+#include "media/Rounding.h"
 #include "media/Timecode.h"
 #include "output/ReplacingFile.h"
 
@@ -37,9 +38,9 @@ TakeFacts factsOf (const HostTake& host)
     };
     const auto frameRate = parseFrameRate (ixml.timecodeRate);
     return { .start = timecodeOf (stamp),
-             .end = timecodeOf (stamp + std::llround (stampRate * numFrames / sampleRate)),
+             .end = timecodeOf (stamp + roundToSamples (stampRate * numFrames / sampleRate)),
              .frameRate = frameRate,
-             .frames = juce::String (std::llround (frameRate * numFrames / sampleRate)) };
+             .frames = juce::String (roundToSamples (frameRate * numFrames / sampleRate)) };
 }
 
 juce::String escapedUrl (const juce::File& file)
@@ -70,7 +71,7 @@ juce::String fcpRate (double frameRate)
     constexpr double tolerance = 0.01;
     const auto isNtsc = std::min (std::abs (frameRate - 23.976), std::abs (frameRate - 29.97)) < tolerance;
     juce::String text;
-    text << "<rate><timebase>" << std::max<int64> (std::llround (frameRate), 1) << "</timebase><ntsc>"
+    text << "<rate><timebase>" << std::max<int64> (roundToSamples (frameRate), 1) << "</timebase><ntsc>"
          << (isNtsc ? "TRUE" : "FALSE") << "</ntsc></rate>";
     return text;
 }

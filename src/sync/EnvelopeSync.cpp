@@ -1,5 +1,6 @@
 #include "sync/EnvelopeSync.h"
 
+#include "media/Rounding.h"
 #include "sync/Fft.h"
 #include "sync/Signal.h"
 #include "sync/WaveformSearch.h"
@@ -162,14 +163,15 @@ std::optional<WindowPlace> WindowSearch::placeOf (double at) const
     constexpr float leastScore = 0.05f;
     const auto onHost = roughSeconds + at;
     const auto hostLength = (int64) host.size();
-    const auto guestStart = std::llround (at * searchRate);
+    const auto guestStart = roundToSamples (at * searchRate);
 
     if (onHost < marginSeconds || onHost + windowSeconds + marginSeconds > (double) hostLength / searchRate
         || guestStart + windowSamples > (int64) guest.size())
         return {};
 
-    const auto from = std::max<int64> (std::llround ((onHost - marginSeconds) * searchRate), 0);
-    const auto to = std::min<int64> (std::llround ((onHost + windowSeconds + marginSeconds) * searchRate), hostLength);
+    const auto from = std::max<int64> (roundToSamples ((onHost - marginSeconds) * searchRate), 0);
+    const auto to =
+        std::min<int64> (roundToSamples ((onHost + windowSeconds + marginSeconds) * searchRate), hostLength);
 
     if (to - from < windowSamples)
         return {};
@@ -240,7 +242,7 @@ void decide (EnvelopeSyncResult& result, const std::vector<WindowPlace>& places,
     {
         const auto line = fitLine (places);
         result.driftSlope = std::clamp (line.slope, -steepest, steepest);
-        result.offsetSamples = std::llround (line.valueAt (guestSeconds / 2.0) * rate);
+        result.offsetSamples = roundToSamples (line.valueAt (guestSeconds / 2.0) * rate);
         result.reliable = true;
         return;
     }
@@ -250,7 +252,7 @@ void decide (EnvelopeSyncResult& result, const std::vector<WindowPlace>& places,
     if (places.empty())
         return;
 
-    result.offsetSamples = std::llround (upperMedianOf (places) * rate);
+    result.offsetSamples = roundToSamples (upperMedianOf (places) * rate);
     result.reliable = result.confidence >= leastConfidence;
 }
 
@@ -327,7 +329,7 @@ computeEnvelopeSync (const float* host, int64 hostLength, const float* guest, in
     const auto rough = correlateNormalized (hostLevels.values, guestLevels.values);
     const WindowSearch search { hostSound, guestSound, (double) rough.lag / hostLevels.rate };
     const auto guestSeconds = (double) guestSound.size() / searchRate;
-    result.offsetSamples = std::llround (search.roughSeconds * rate);
+    result.offsetSamples = roundToSamples (search.roughSeconds * rate);
     result.confidence = correlationAtLag (hostLevels.values.data(),
                                           (int64) hostLevels.values.size(),
                                           guestLevels.values.data(),

@@ -30,9 +30,23 @@ void drawControlOutline (juce::Graphics& g, int width, int height, juce::Colour 
     g.drawRoundedRectangle (clampedControlShape (width, height), cornerRadius, outlineWidth);
 }
 
+// What the stock controls are drawn in that the theme does not name one by one: sliders, dialogs, file lists.
+juce::LookAndFeel_V4::ColourScheme schemeOf (const Palette& palette)
+{
+    return { palette.background,    // windows
+             palette.panel,         // widgets
+             palette.background,    // menus
+             palette.line,          // outlines
+             palette.text,
+             palette.accent,    // what is filled
+             palette.text,      // text on what is highlighted
+             palette.ink,       // what is highlighted
+             palette.text };    // in menus
+}
+
 }    // namespace
 
-LookAndFeel::LookAndFeel()
+LookAndFeel::LookAndFeel() : juce::LookAndFeel_V4 (schemeOf (Palette {}))
 {
     setColour (juce::ResizableWindow::backgroundColourId, palette.background);
     setColour (juce::TextButton::buttonColourId, palette.ink);
