@@ -21,6 +21,7 @@ build_packages=(
 test_packages=(xvfb xauth sndfile-programs ffmpeg mediainfo sox)
 bench_packages=(sox xvfb xauth)
 lint_packages=(clang-format clang-tidy)
+fuzz_packages=(clang libclang-rt-dev)
 
 say() { printf '%s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }

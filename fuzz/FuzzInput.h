@@ -1,0 +1,64 @@
+#pragma once
+
+#include "FuzzTargets.h"
+
+#include "media/BextIxml.h"
+
+#include <juce_core/juce_core.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace ld::fuzz
+{
+
+/** Ends the process, as a fault does, where the promise does not hold. */
+inline void require (bool holds, const char* promise)
+{
+    if (holds)
+        return;
+
+    std::fprintf (stderr, "broken promise: %s\n", promise);
+    std::abort();
+}
+
+/** As the program makes a text of a file's bytes. */
+[[nodiscard]] inline juce::String textOf (Bytes bytes)
+{
+    return textFromBytes (bytes.data(), bytes.size());
+}
+
+/** Takes values off the front; zeros behind the end. */
+template <typename Value>
+[[nodiscard]] Value take (Bytes& bytes)
+{
+    Value value {};
+    const auto count = std::min (sizeof (Value), bytes.size());
+    std::memcpy (&value, bytes.data(), count);
+    bytes = bytes.subspan (count);
+    return value;
+}
+
+/** A file in the folder for temporary files, written anew for each input. */
+class InputFile
+{
+public:
+    explicit InputFile (const juce::String& suffix) : file (juce::File::createTempFile (suffix)) {}
+    ~InputFile() { juce::ignoreUnused (file.deleteFile()); }
+    InputFile (const InputFile&) = delete;
+    InputFile& operator= (const InputFile&) = delete;
+
+    const juce::File& holding (Bytes bytes) const
+    {
+        auto* const stream = std::fopen (file.getFullPathName().toRawUTF8(), "wb");
+        require (stream != nullptr && std::fwrite (bytes.data(), 1, bytes.size(), stream) == bytes.size(),
+                 "the input can be written");
+        std::fclose (stream);
+        return file;
+    }
+
+    const juce::File file;
+};
+
+}    // namespace ld::fuzz
