@@ -1,5 +1,7 @@
 #include "media/BextIxml.h"
 
+#include "media/NumberText.h"
+
 #include <pugixml.hpp>
 
 #include <cmath>
@@ -157,8 +159,8 @@ void readSpeed (pugi::xml_node speed, IxmlMetadata& ixml)
 {
     ixml.timecodeFlag = childText (speed, "TIMECODE_FLAG");
     ixml.timecodeRate = childText (speed, "TIMECODE_RATE");
-    ixml.fileSampleRate = childText (speed, "FILE_SAMPLE_RATE").getDoubleValue();
-    ixml.timestampSampleRate = childText (speed, "TIMESTAMP_SAMPLE_RATE").getDoubleValue();
+    ixml.fileSampleRate = realNumberIn (childText (speed, "FILE_SAMPLE_RATE"));
+    ixml.timestampSampleRate = realNumberIn (childText (speed, "TIMESTAMP_SAMPLE_RATE"));
     ixml.audioBitDepth = childText (speed, "AUDIO_BIT_DEPTH").getIntValue();
     ixml.hasTimestamp =
         speed.child ("TIMESTAMP_SAMPLES_SINCE_MIDNIGHT_HI") || speed.child ("TIMESTAMP_SAMPLES_SINCE_MIDNIGHT_LO");

@@ -1,5 +1,7 @@
 #include "media/Timecode.h"
 
+#include "media/NumberText.h"
+
 #include "media/Rounding.h"
 
 #include <limits>
@@ -31,10 +33,10 @@ double parseFrameRate (const juce::String& rateText)
     const auto text = rateText.trim();
 
     if (! text.containsChar ('/'))
-        return aboveZeroOr (text.getDoubleValue(), defaultFps);
+        return aboveZeroOr (realNumberIn (text), defaultFps);
 
-    const auto numerator = text.upToFirstOccurrenceOf ("/", false, false).getDoubleValue();
-    const auto denominator = text.fromFirstOccurrenceOf ("/", false, false).getDoubleValue();
+    const auto numerator = realNumberIn (text.upToFirstOccurrenceOf ("/", false, false));
+    const auto denominator = realNumberIn (text.fromFirstOccurrenceOf ("/", false, false));
 
     if (denominator == 0.0)
         return aboveZeroOr (numerator, defaultFps);

@@ -1,5 +1,6 @@
 #include "output/SessionDocument.h"
 
+#include "media/NumberText.h"
 #include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
@@ -28,6 +29,9 @@ constexpr int deepestNesting = 64;
 // The framework's parser does not look at the range of whole numbers, nor of what stands ahead of a point: longer ones are
 // read as short reals.
 constexpr int mostDigits = 18;
+
+// Nor at the range of an exponent, for which a number must be longer than this.
+constexpr size_t longestPlainReal = 10;
 
 juce::var describe (const ScanFile& guest)
 {
@@ -183,7 +187,7 @@ private:
 
     void endNumber()
     {
-        if (wholeDigits > mostDigits)
+        if (wholeDigits > mostDigits || (isReal && out.size() - numberStart > longestPlainReal))
             shortenNumber();
 
         isNumber = isReal = false;
@@ -194,7 +198,7 @@ private:
     void shortenNumber()
     {
         constexpr auto largest = 1.0e308;
-        const auto value = juce::String (out.substr (numberStart)).getDoubleValue();
+        const auto value = realNumberIn (out.substr (numberStart));
         std::array<char, 32> digits {};
         const auto end = std::to_chars (
             digits.data(), digits.data() + digits.size(), std::min (value, largest), std::chars_format::scientific);
@@ -208,6 +212,11 @@ private:
     int wholeDigits = 0, depth = 0;
 };
 
+double realNumberOf (const juce::var& value)
+{
+    return value.isString() ? realNumberIn (value.toString()) : (double) value;
+}
+
 // A value of any type as the framework converts it, but for numbers that the target cannot hold: they are clamped.
 int64 wholeNumberOf (const juce::var& value)
 {
@@ -218,13 +227,13 @@ int64 wholeNumberOf (const juce::var& value)
         return (int64) value;
 
     constexpr auto limit = 9.2e18;
-    const auto real = (double) value;
+    const auto real = realNumberOf (value);
     return std::isnan (real) ? 0 : (int64) juce::jlimit (-limit, limit, real);
 }
 
 double finiteNumberOf (const juce::var& value)
 {
-    const auto real = (double) value;
+    const auto real = realNumberOf (value);
     return std::isfinite (real) ? real : 0.0;
 }
 
