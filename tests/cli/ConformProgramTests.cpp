@@ -1,18 +1,12 @@
 #include "output/SessionDocument.h"
 
+#include "support/ConformFolders.h"
 #include "support/FolderSnapshot.h"
-#include "support/RunProgram.h"
-#include "support/TempFolder.h"
-#include "support/TestSignals.h"
-#include "support/WaveBuilder.h"
-#include "support/WaveLanes.h"
 #include "support/WaveWalker.h"
 
 #include <gmock/gmock.h>
 
 #if JUCE_LINUX || JUCE_MAC
-
-#include <csignal>
 
 // The built program itself: what it says, how it ends and what it leaves behind.
 
@@ -24,66 +18,6 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-/** A shoot folder and an output folder beside it. */
-struct Folders
-{
-    Folders() { shoot.createDirectory(); }
-
-    [[nodiscard]] ProgramRun conform (std::vector<juce::String> more = {}, std::optional<juce::int64> limit = {}) const
-    {
-        std::vector<juce::String> words { LD_CONFORM_PROGRAM, shoot.getFullPathName(), "--out", out.getFullPathName() };
-        words.insert (words.end(), more.begin(), more.end());
-        return run (words, limit);
-    }
-
-    // The names of the files that are in the output folder.
-    [[nodiscard]] std::vector<std::string> written() const
-    {
-        std::vector<std::string> names;
-
-        for (const auto& file : out.findChildFiles (juce::File::findFiles, true))
-            names.push_back (file.getFileName().toStdString());
-
-        std::ranges::sort (names);
-        return names;
-    }
-
-    juce::File addPoly (const juce::String& path, int frames = 4800) const
-    {
-        const auto file = shoot.getChildFile (path);
-        file.getParentDirectory().createDirectory();
-        return WaveBuilder ({ .channels = 3 }, Channels (3, noise (frames, 1, 0.2f))).writeTo (file);
-    }
-
-    // A poly of 20 s, and recordings of it: one in the shoot, one in a folder beside it.
-    void addTakeWithGuests() const
-    {
-        const auto sound = speech (20 * 48000, 48000, 1);
-        isos.createDirectory();
-        WaveBuilder ({ .channels = 3 }, Channels (3, sound)).writeTo (shoot.getChildFile ("T1.wav"));
-        WaveBuilder ({}, { stretchOf (sound, 48000, 15 * 48000) }).writeTo (shoot.getChildFile ("pack.wav"));
-        WaveBuilder ({}, { stretchOf (sound, 3 * 48000, 12 * 48000) }).writeTo (isos.getChildFile ("boom.wav"));
-    }
-
-    const TempFolder temp;
-    const juce::File shoot = temp.file ("shoot"), out = temp.file ("out"), isos = temp.file ("isos");
-};
-
-std::string both (const ProgramRun& result)
-{
-    return (result.out + result.err).toStdString();
-}
-
-// A poly whose sound is a hole in the file: it costs no disk, and its combined file takes a while.
-void addHugePoly (const juce::File& file)
-{
-    constexpr juce::uint32 audioBytes = 600'000'000;
-    const WaveFormat format { .channels = 8 };
-    WaveBuilder().chunk ("fmt ", fmtBody (format)).chunk ("data", 0, audioBytes).writeTo (file);
-    juce::FileOutputStream stream (file);
-    EXPECT_TRUE (stream.setPosition (file.getSize() + audioBytes - 1) && stream.writeByte (0));
-}
 
 std::vector<juce::MemoryBlock> brokenFiles()
 {
@@ -119,7 +53,7 @@ std::vector<juce::MemoryBlock> brokenFiles()
 
 TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
 {
-    const Folders folders;
+    const ConformFolders folders;
     const auto missing = folders.temp.file ("nowhere").getFullPathName(), shoot = folders.shoot.getFullPathName();
     const auto file = folders.addPoly ("poly.wav").getFullPathName(), out = folders.out.getFullPathName();
     const std::pair<std::vector<juce::String>, std::string> cases[] = {
@@ -147,7 +81,7 @@ TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
 
 TEST (ConformProgram, AFolderWithoutAPolyEndsWithOne)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.shoot.getChildFile ("notes.txt").replaceWithText ("no audio");
     const auto result = folders.conform();
     EXPECT_EQ (result.status, 1);
@@ -157,7 +91,7 @@ TEST (ConformProgram, AFolderWithoutAPolyEndsWithOne)
 
 TEST (ConformProgram, QuietSaysNothingAndOtherwiseItEndsWithATable)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addPoly ("T1.wav");
     const auto told = folders.conform();
     EXPECT_EQ (told.status, 0) << told.err;
@@ -181,7 +115,7 @@ TEST (ConformProgram, QuietSaysNothingAndOtherwiseItEndsWithATable)
 
 TEST (ConformProgram, ASavedSessionCombinesToTheSameBytes)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addTakeWithGuests();
     const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
     const auto direct = folders.conform ({ "--iso",
@@ -208,7 +142,7 @@ TEST (ConformProgram, ASavedSessionCombinesToTheSameBytes)
 
 TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addTakeWithGuests();
     const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
     const auto plain = folders.conform ({ "--save-session", session.getFullPathName() });
@@ -250,7 +184,7 @@ TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
 
 TEST (ConformProgram, AScanAloneWritesNoTake)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addTakeWithGuests();
     const auto session = folders.temp.file ("day.ldsession"), report = folders.temp.file ("report.json");
     const auto scan = run ({ LD_CONFORM_PROGRAM,
@@ -275,7 +209,7 @@ TEST (ConformProgram, AScanAloneWritesNoTake)
 
 TEST (ConformProgram, ASessionThatCannotBeReadOrHasLostItsMediaIsTold)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addTakeWithGuests();
     const auto lost = folders.addPoly ("T2.wav");
     const auto session = folders.temp.file ("day.ldsession"), other = folders.temp.file ("other.ldsession");
@@ -304,7 +238,7 @@ TEST (ConformProgram, ASessionThatCannotBeReadOrHasLostItsMediaIsTold)
 
 TEST (ConformProgram, PolysOfOneNameGetFilesOfTheirOwn)
 {
-    const Folders folders;
+    const ConformFolders folders;
 
     for (const auto* path : { "day1/T1.wav", "day2/T1.wav", "day3/T1.WAV" })
         folders.addPoly (path);
@@ -315,7 +249,7 @@ TEST (ConformProgram, PolysOfOneNameGetFilesOfTheirOwn)
 
 TEST (ConformProgram, ALinkThatLeadsBackIntoTheShootIsNotFollowedForEver)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addPoly ("day/T1.wav");
     ASSERT_TRUE (folders.shoot.createSymbolicLink (folders.shoot.getChildFile ("day/again"), false));
     EXPECT_EQ (folders.conform().status, 0);
@@ -324,7 +258,7 @@ TEST (ConformProgram, ALinkThatLeadsBackIntoTheShootIsNotFollowedForEver)
 
 TEST (ConformProgram, BrokenFilesEndWithAStatusAndCostNoOtherTake)
 {
-    const Folders folders;
+    const ConformFolders folders;
     folders.addPoly ("good.wav");
     auto number = 0;
 
@@ -341,40 +275,6 @@ TEST (ConformProgram, BrokenFilesEndWithAStatusAndCostNoOtherTake)
 
     for (const auto& file : folders.out.findChildFiles (juce::File::findFiles, false))
         EXPECT_THAT (walkWave (file).complaints, IsEmpty()) << file.getFileName();
-}
-
-TEST (ConformProgram, AFileThatCannotGrowIsToldAndLeavesTheEarlierOne)
-{
-    const Folders folders;
-    const auto poly = folders.addPoly ("T1.wav");
-    ASSERT_EQ (folders.conform().status, 0);
-    folders.out.getChildFile ("COMBINED_T1.wav").replaceWithText ("of an earlier run");
-    const auto before = snapshotOf (folders.temp.folder);
-    const auto result = folders.conform ({}, poly.getSize() / 2);
-    EXPECT_EQ (result.status, 1);
-    EXPECT_THAT (result.out.toStdString(), HasSubstr ("T1.wav  ->  not written: Could not create output file."));
-    EXPECT_EQ (snapshotOf (folders.temp.folder), before);
-}
-
-TEST (ConformProgram, EndedInTheMidstOfAWriteItLeavesNoFileOfATakesName)
-{
-    for (const auto signal : { SIGKILL, SIGINT, SIGTERM, SIGHUP })
-    {
-        const Folders folders;
-        addHugePoly (folders.shoot.getChildFile ("T1.wav"));
-        ChildProgram program (
-            { LD_CONFORM_PROGRAM, folders.shoot.getFullPathName(), "--out", folders.out.getFullPathName() });
-        const auto unfinished = [&] {
-            return folders.out.findChildFiles (juce::File::findFiles, false, ".lodestrand-*.part");
-        };
-        ASSERT_TRUE (becomesTrue ([&] { return ! unfinished().isEmpty() || ! program.isRunning(); }));
-        program.send (signal);
-        const auto status = program.wait();
-        EXPECT_EQ (status, signal == SIGKILL ? -SIGKILL : 128 + signal);
-        EXPECT_FALSE (folders.out.getChildFile ("COMBINED_T1.wav").exists());
-        EXPECT_EQ (unfinished().size(), signal == SIGKILL ? 1 : 0);
-        EXPECT_EQ (folders.written().size(), signal == SIGKILL ? 1u : 0u);
-    }
 }
 
 }    // namespace ld::test
