@@ -168,7 +168,8 @@ TEST (SessionDocument, RefusesWhatIsNoneWithASentence)
     SessionDocument doc;
     EXPECT_EQ (readSessionDocument (temp.file ("none"), doc).getErrorMessage(), "Session file not found.");
     EXPECT_EQ (readSessionDocument (temp.folder, doc).getErrorMessage(), "Session file not found.");
-    temp.file ("latin").replaceWithData ("{\"takes\":[{\"reason\":\"\xff\xfe\x80\"}]}", 30);
+    const std::string latin = "{\"takes\":[{\"reason\":\"\xff\xfe\x80\"}]}";
+    temp.file ("latin").replaceWithData (latin.data(), latin.size());
     EXPECT_NE (readSessionDocument (temp.file ("latin"), doc).getErrorMessage(), "Session file not found.");
 }
 

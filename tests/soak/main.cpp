@@ -147,7 +147,7 @@ void combineBeyondFourGigabytes()
         for (int c = 0; c < 8; ++c)
             require (last[(size_t) (9 * i + 1 + c)] == 8 * i + c, "its end is the poly's");
 
-    std::cout << output.getSize() / 1e9 << " GB written in " << took << " s" << std::endl;
+    std::cout << (double) output.getSize() / 1e9 << " GB written in " << took << " s" << std::endl;
 }
 
 }    // namespace
