@@ -35,7 +35,10 @@ template <typename Value>
 {
     Value value {};
     const auto count = std::min (sizeof (Value), bytes.size());
-    std::memcpy (&value, bytes.data(), count);
+
+    if (count > 0)
+        std::memcpy (&value, bytes.data(), count);
+
     bytes = bytes.subspan (count);
     return value;
 }
@@ -52,8 +55,10 @@ public:
     const juce::File& holding (Bytes bytes) const
     {
         auto* const stream = std::fopen (file.getFullPathName().toRawUTF8(), "wb");
-        require (stream != nullptr && std::fwrite (bytes.data(), 1, bytes.size(), stream) == bytes.size(),
-                 "the input can be written");
+        const auto isWritten = [&] {
+            return bytes.empty() || std::fwrite (bytes.data(), 1, bytes.size(), stream) == bytes.size();
+        };
+        require (stream != nullptr && isWritten(), "the input can be written");
         std::fclose (stream);
         return file;
     }

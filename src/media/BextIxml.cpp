@@ -253,6 +253,10 @@ bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 
 juce::String textFromBytes (const void* bytes, size_t size)
 {
+    // Nothing may have no address at all.
+    if (size == 0)
+        return {};
+
     const auto* text = static_cast<const char*> (bytes);
     const auto length = strnlen (text, size);
 
