@@ -223,6 +223,7 @@ Line fitLine (const std::vector<WindowPlace>& places)
 double upperMedianOf (const std::vector<WindowPlace>& places)
 {
     std::vector<double> offsets;
+    offsets.reserve (places.size());
 
     for (const auto& place : places)
         offsets.push_back (place.offset);
