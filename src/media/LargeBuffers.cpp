@@ -7,6 +7,10 @@
 #include <sys/mman.h>
 #endif
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace ld
 {
 
@@ -24,6 +28,13 @@ void adviseLargePages ([[maybe_unused]] void* memory, [[maybe_unused]] size_t by
     const auto skipped = into == 0 ? 0 : pageBytes - into;
     const auto length = (bytes - skipped) / pageBytes * pageBytes;
     juce::ignoreUnused (::madvise (static_cast<char*> (memory) + skipped, length, MADV_HUGEPAGE));
+#endif
+}
+
+void returnFreedMemory() noexcept
+{
+#if defined(__GLIBC__)
+    ::malloc_trim (0);
 #endif
 }
 

@@ -11,6 +11,10 @@ namespace ld
     filled once, and one fault for each 4 KiB costs more than the filling. A hint; smaller blocks are left alone. */
 void adviseLargePages (void* memory, size_t bytes) noexcept;
 
+/** Gives back to the system what large pieces of work have freed: the allocator keeps it for the next one otherwise, which
+    may be a day away. For the end of such work. */
+void returnFreedMemory() noexcept;
+
 /** Zeros for a whole recording. */
 template <typename Value>
 [[nodiscard]] std::vector<Value> makeZeros (size_t count)

@@ -1,5 +1,7 @@
 #include "workspace/JobRunner.h"
 
+#include "media/LargeBuffers.h"
+
 #include <new>
 #include <thread>
 
@@ -12,6 +14,7 @@ void JobRunner::launch (std::function<void()> job)
     std::thread ([job = std::move (job), running = count]() mutable {
         job();
         job = nullptr;
+        returnFreedMemory();
         --*running;
     }).detach();
 }
