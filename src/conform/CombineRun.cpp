@@ -268,7 +268,6 @@ combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& o
     }
     catch (const std::bad_alloc&)
     {
-        outcome.written = false;
         outcome.error = "Not enough memory to combine " + take.host.file.getFileName() + ".";
     }
 

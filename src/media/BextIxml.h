@@ -18,7 +18,8 @@ namespace ld
 [[nodiscard]] BextChunk parseBext (const void* bytes, size_t size);
 
 /** The payload of a `bext` chunk, 602 bytes and the coding history, which is ended with CR LF. Fields that are too
-    long are cut at the field's size, or ahead of the character that crosses it. The length may be odd: padding is the writer's matter. */
+    long are cut at the field's size, or ahead of the character that crosses it. The length may be odd: padding is the
+    writer's matter. */
 [[nodiscard]] juce::MemoryBlock serialiseBext (const BextChunk&);
 
 /** Reads the text of an `iXML` chunk; text that is no XML, or nested deeper than any metadata, gives a default record. */
