@@ -30,6 +30,7 @@ public:
     CaughtInTheWrite()
     {
         addHugePoly (poly);
+        sources = digestsOf (folders.shoot);
         program.emplace (std::vector<juce::String> {
             LD_CONFORM_PROGRAM, folders.shoot.getFullPathName(), "--out", folders.out.getFullPathName() });
         isCaught = becomesTrue ([this] { return ! unfinished().isEmpty() || ! program->isRunning(); });
@@ -43,6 +44,7 @@ public:
     const ConformFolders folders;
     const juce::File poly = folders.shoot.getChildFile ("T1.wav"),
                      combined = folders.out.getChildFile ("COMBINED_T1.wav");
+    std::map<juce::String, size_t> sources;    // before the run
     std::optional<ChildProgram> program;
     bool isCaught = false;
 };
@@ -116,6 +118,7 @@ TEST (Fault, EndedInTheMidstOfAWriteItLeavesNoFileOfATakesName)
         EXPECT_FALSE (caught.combined.exists());
         EXPECT_EQ (caught.unfinished().size(), signal == SIGKILL ? 1 : 0);
         EXPECT_EQ (caught.folders.written().size(), signal == SIGKILL ? 1u : 0u);
+        EXPECT_EQ (digestsOf (caught.folders.shoot), caught.sources);
     }
 }
 
@@ -127,6 +130,7 @@ TEST (Fault, ATargetFolderThatIsRemovedDuringTheWriteIsTold)
     EXPECT_EQ (caught.program->wait(), 1);
     EXPECT_THAT (caught.program->out().toStdString(), HasSubstr ("T1.wav  ->  not written: "));
     EXPECT_FALSE (caught.folders.out.exists());
+    EXPECT_EQ (digestsOf (caught.folders.shoot), caught.sources);
 }
 
 // An open file stays whole for the one who has it open.
@@ -170,6 +174,7 @@ TEST (Fault, AShootThatIsNotThereAnyMoreIsTold)
     ASSERT_TRUE (folders.out.deleteRecursively());
 
     // A drive that was pulled: its folder is a link to nowhere.
+    const auto sources = digestsOf (folders.shoot);
     const auto elsewhere = folders.temp.file ("elsewhere");
     ASSERT_TRUE (folders.shoot.moveFileTo (elsewhere));
     ASSERT_TRUE (folders.temp.file ("nowhere").createSymbolicLink (folders.shoot, false));
@@ -177,6 +182,7 @@ TEST (Fault, AShootThatIsNotThereAnyMoreIsTold)
     EXPECT_EQ (result.status, 1);
     EXPECT_THAT (result.out.toStdString(), HasSubstr ("T1.wav  ->  not written: Could not read T1.wav as a BWF/WAV."));
     EXPECT_THAT (folders.written(), IsEmpty());
+    EXPECT_EQ (digestsOf (elsewhere), sources);
 }
 
 TEST (Fault, TwoRunsIntoOneFolderBothLeaveWholeFiles)
@@ -184,6 +190,7 @@ TEST (Fault, TwoRunsIntoOneFolderBothLeaveWholeFiles)
     const ConformFolders folders;
     folders.addTakeWithGuests();
     addHugePoly (folders.shoot.getChildFile ("T2.wav"));
+    const auto sources = digestsOf (folders.shoot);
     const std::vector<juce::String> words {
         LD_CONFORM_PROGRAM, folders.shoot.getFullPathName(), "--out", folders.out.getFullPathName(), "--quiet"
     };
@@ -194,6 +201,8 @@ TEST (Fault, TwoRunsIntoOneFolderBothLeaveWholeFiles)
 
     for (const auto* name : { "COMBINED_T1.wav", "COMBINED_T2.wav" })
         EXPECT_THAT (walkWave (folders.out.getChildFile (name)).complaints, IsEmpty()) << name;
+
+    EXPECT_EQ (digestsOf (folders.shoot), sources);
 }
 
 }    // namespace
