@@ -165,12 +165,12 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
         return;
 
     // Members only when they are full: until then what is read comes from the file.
-    std::vector<float> mono;
+    std::vector<float> mixed;
     std::vector<std::vector<float>> channels ((size_t) (needs.channels ? source.channels : 0));
     std::optional<SignalAnalysis> analysis;
 
     if (needs.mono)
-        mono = makeZeros<float> ((size_t) source.length);
+        mixed = makeZeros<float> ((size_t) source.length);
 
     for (auto& channel : channels)
         channel = makeZeros<float> ((size_t) source.length);
@@ -182,7 +182,7 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
 
     visitSignals (0, source.length, [&] (size_t signal, std::span<const float> block) {
         if (signal == 0)
-            place (block, at, mono);
+            place (block, at, mixed);
         else if (signal <= channels.size())
             place (block, at, channels[signal - 1]);
 
@@ -193,7 +193,7 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
             at += (int64) block.size();
     });
 
-    monoAudio = std::move (mono);
+    monoAudio = std::move (mixed);
     channelAudio = std::move (channels);
 
     if (analysis)
@@ -217,10 +217,10 @@ void ResidentSource::visitSignals (int64 start, int64 count, const SignalVisitor
 
     if (! isInMemory())
     {
-        std::vector<float> mono;
+        std::vector<float> mixed;
         SourceAudio (source.file, source.rate, onRead).visitBlocks (start, count, [&] (const auto& channels) {
-            mixdownBlock (channels, mono);
-            visit (0, mono);
+            mixdownBlock (channels, mixed);
+            visit (0, mixed);
 
             for (size_t c = 0; c < channels.size(); ++c)
                 visit (c + 1, channels[c]);

@@ -45,12 +45,12 @@ juce::int64 sampleAt (double seconds) noexcept
 
 }    // namespace
 
-double metresBetween (Position a, Position b) noexcept
+double metresBetween (const Position& a, const Position& b) noexcept
 {
     return std::hypot (a.x - b.x, a.y - b.y, a.z - b.z);
 }
 
-double delaySamples (Position from, Position to) noexcept
+double delaySamples (const Position& from, const Position& to) noexcept
 {
     return metresBetween (from, to) / metresPerSecond * demoSampleRate;
 }

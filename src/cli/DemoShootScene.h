@@ -12,10 +12,10 @@ struct Position
     double x = 0.0, y = 0.0, z = 0.0;    // metres
 };
 
-[[nodiscard]] double metresBetween (Position, Position) noexcept;
+[[nodiscard]] double metresBetween (const Position&, const Position&) noexcept;
 
 /** How long sound travels, in samples at demoSampleRate. */
-[[nodiscard]] double delaySamples (Position from, Position to) noexcept;
+[[nodiscard]] double delaySamples (const Position& from, const Position& to) noexcept;
 
 struct Microphone
 {

@@ -28,7 +28,7 @@ Microphone placed (Position at, double gain, float noiseRms, DemoRandom& random)
 TableSet planSet (int numTalkers, DemoRandom random)
 {
     TableSet set;
-    const auto near = [&random] (Position place, double metres) {
+    const auto near = [&random] (const Position& place, double metres) {
         const auto shift = [&] { return random.uniform (-metres, metres); };
         const auto dx = shift(), dy = shift(), dz = shift();
         return moved (place, dx, dy, dz);

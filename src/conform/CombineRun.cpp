@@ -38,7 +38,10 @@ const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const G
     return nullptr;
 }
 
-void placeGuest (Session& session, GuestClip& guest, const std::vector<ScanFile>& scans, const SyncProgress& progress)
+void placeGuest (const Session& session,
+                 GuestClip& guest,
+                 const std::vector<ScanFile>& scans,
+                 const SyncProgress& progress)
 {
     // Several pieces are searched one by one, each from its file.
     if (guest.pieces.size() <= 1 || findLockedPlacement (scans, guest) != nullptr)

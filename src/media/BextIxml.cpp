@@ -208,7 +208,8 @@ void writeSpeed (pugi::xml_node root, const IxmlMetadata& ixml)
 void writeTrackList (pugi::xml_node root, const std::vector<TrackInfo>& tracks)
 {
     while (root.remove_child ("TRACK_LIST"))
-        continue;
+    {
+    }
 
     auto list = root.append_child ("TRACK_LIST");
     setChild (list, "TRACK_COUNT", juce::String ((int) tracks.size()));

@@ -159,9 +159,9 @@ private:
             if (isChannelOmitted (host, c))
                 continue;
 
-            const auto isSource = (size_t) c >= host.tracks.size() || isMixSourceTrack (host.tracks[(size_t) c]);
+            const auto feedsMix = (size_t) c >= host.tracks.size() || isMixSourceTrack (host.tracks[(size_t) c]);
 
-            if (isSource && index < request.mixerCount)
+            if (feedsMix && index < request.mixerCount)
                 addToMix (request.mixer[(size_t) index], start, 0, count, [&] (int64 i) {
                     return (float) hostSamples[(size_t) (i * host.format.channels + c)] * 0x1p-23f;
                 });

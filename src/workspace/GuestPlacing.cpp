@@ -78,7 +78,7 @@ GuestClip takeOverPlace (GuestClip& live, PlacedGuest placed)
     live.matchPending = false;
     live.lanesHidden = false;
     live.waveEmphasis = 1.0f;
-    return std::move (found);
+    return std::move (placed.guest);
 }
 
 }    // namespace ld

@@ -83,7 +83,6 @@ private:
     void restorePendingVideo();
     void showVideoTimecode();
     void setVideoTimecode();
-    void closeVideo();
     void openMonitorMixer();
     void openOutputSettings();
     void selectGuest (const juce::Uuid&);

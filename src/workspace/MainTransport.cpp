@@ -186,10 +186,4 @@ void MainComponent::restorePendingVideo()
         showVideoTimecode();
 }
 
-void MainComponent::closeVideo()
-{
-    video.stop();
-    video.close();
-}
-
 }    // namespace ld
