@@ -79,6 +79,7 @@ try
     Words words;
     CLI::App app ("Finds which recordings belong to which poly, places them and writes one COMBINED file per take.",
                   "lodestrand-conform");
+    app.set_version_flag ("--version", "lodestrand-conform " JUCE_APPLICATION_VERSION_STRING);
     declare (app, words);
 
     try

@@ -31,6 +31,7 @@ try
     ld::reportFileSizeLimitAsError();
 
     CLI::App app { "Writes a small believable shoot with a truth.json that says where everything belongs." };
+    app.set_version_flag ("--version", "lodestrand-demo-shoot " JUCE_APPLICATION_VERSION_STRING);
     ld::DemoShootRequest request;
     std::string folder;
     app.add_option ("FOLDER", folder, "where to write; made if it is missing")->required();

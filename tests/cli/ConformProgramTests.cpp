@@ -76,6 +76,10 @@ TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
     }
 
     EXPECT_EQ (run ({ LD_CONFORM_PROGRAM, "--help" }).status, 0);
+    EXPECT_EQ (run ({ LD_CONFORM_PROGRAM, "--version" }).out,
+               "lodestrand-conform " JUCE_APPLICATION_VERSION_STRING "\n");
+    EXPECT_EQ (run ({ LD_DEMO_PROGRAM, "--version" }).out,
+               "lodestrand-demo-shoot " JUCE_APPLICATION_VERSION_STRING "\n");
     EXPECT_FALSE (folders.out.exists());
 }
 
