@@ -2,6 +2,7 @@
 #include "cli/DemoShoot.h"
 
 #include "support/IdleView.h"
+#include "support/ResidentMemory.h"
 
 #include <chrono>
 #include <iostream>
@@ -33,17 +34,20 @@ public:
         asking.join();
         locking.join();
         ld::test::deliverPostedCalls();
-        std::cout << "message thread " << longestAnswerMs << " ms at most, lock " << longestLockMs << " ms at most"
-                  << std::endl;
+        std::cout << "message thread " << longestAnswerMs << " ms at most, lock " << longestLockMs << " ms at most, "
+                  << mostMegabytes << " MB at most" << std::endl;
     }
 
 private:
     void askMessageThread()
     {
         for (; ! isOver; std::this_thread::sleep_for (2ms))
+        {
             juce::MessageManager::callAsync ([this, asked = Clock::now()] {
                 longestAnswerMs = std::max (longestAnswerMs, millisecondsSince (asked));
             });
+            mostMegabytes = std::max (mostMegabytes, ld::test::residentMegabytes());
+        }
     }
 
     void askForLock()
@@ -57,7 +61,7 @@ private:
     }
 
     juce::CriticalSection& lock;
-    double longestAnswerMs = 0.0, longestLockMs = 0.0;    // each its thread's; read when both have ended
+    double longestAnswerMs = 0.0, longestLockMs = 0.0, mostMegabytes = 0.0;    // each its thread's; read in the end
     std::atomic<bool> isOver { false };
     std::thread asking { [this] { askMessageThread(); } }, locking { [this] { askForLock(); } };
 };
