@@ -20,7 +20,8 @@ build_packages=(
 )
 test_packages=(xvfb xauth sndfile-programs ffmpeg mediainfo sox)
 bench_packages=(sox xvfb xauth)
-lint_packages=(clang-format clang-tidy)
+lint_packages=(clang-format clang-tidy cppcheck)
+package_packages=(librsvg2-bin desktop-file-utils appstream shared-mime-info man-db lintian)
 fuzz_packages=(clang libclang-rt-dev)
 
 say() { printf '%s\n' "$*" >&2; }
@@ -113,15 +114,22 @@ find_juce()
     export LD_JUCE_DIR=$cached
 }
 
-# build PRESET TARGET...: configures where needed, then builds; shows the build's words only when it fails or has work.
-build()
+# configure PRESET: where it was not yet, or with another framework.
+configure()
 {
-    local preset=$1; shift
+    local preset=$1
     cd "$LD_ROOT" || exit 1
     if [ ! -f "build/$preset/build.ninja" ] || ! grep -q "^LD_JUCE_DIR:.*=$LD_JUCE_DIR\$" "build/$preset/CMakeCache.txt"; then
         say "Configuring the $preset build"
         cmake --preset "$preset" -DLD_JUCE_DIR="$LD_JUCE_DIR" >&2 || die "The build could not be configured."
     fi
+}
+
+# build PRESET TARGET...: configures where needed, then builds.
+build()
+{
+    local preset=$1; shift
+    configure "$preset"
     say "Building ($preset)"
     cmake --build --preset "$preset" --target "$@" >&2 || die "The build failed."
 }
