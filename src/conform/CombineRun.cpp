@@ -1,5 +1,6 @@
 #include "conform/CombineRun.h"
 
+#include "conform/LockedPlacements.h"
 #include "output/BwfWriter.h"
 #include "output/Interchange.h"
 #include "session/Session.h"
@@ -14,50 +15,23 @@ namespace
 
 constexpr int searchSeconds = 2;
 
-bool isSoundPlacement (const ScanFile& scan)
-{
-    return ! scan.alignment.needsManual && scan.alignment.method != Alignment::Method::none;
-}
-
-// The placement that a scan found for one of a guest's files, its first file ahead of its pieces.
-const ScanFile* findLockedPlacement (const std::vector<ScanFile>& scans, const GuestClip& guest)
-{
-    const auto placementOf = [&] (const juce::File& file) -> const ScanFile* {
-        const auto isSound = [&] (const ScanFile& scan) { return isSoundPlacement (scan) && scan.file == file; };
-        const auto at = std::find_if (scans.begin(), scans.end(), isSound);
-        return at == scans.end() ? nullptr : &*at;
-    };
-
-    if (const auto* placement = placementOf (guest.file))
-        return placement;
-
-    for (const auto& piece : guest.pieces)
-        if (const auto* placement = placementOf (piece.file))
-            return placement;
-
-    return nullptr;
-}
-
-void placeGuest (const Session& session,
-                 GuestClip& guest,
-                 const std::vector<ScanFile>& scans,
-                 const SyncProgress& progress)
+void placeGuest (const Session& session, GuestClip& guest, const LockedPlacements& locked, const SyncProgress& progress)
 {
     // Several pieces are searched one by one, each from its file.
-    if (guest.pieces.size() <= 1 || findLockedPlacement (scans, guest) != nullptr)
+    if (guest.pieces.size() <= 1 || findLocked (locked, guest) != nullptr)
         session.extractGuestAudio (guest);
 
     // Only now is the clip's file its earliest one, whose place is the clip's. A clip whose files have gone since they
     // were added has no audio: the search says so, where a writer would refuse the other guests too.
-    const auto* placement = guest.channelAudio.empty() ? nullptr : findLockedPlacement (scans, guest);
+    const auto* placement = guest.channelAudio.empty() ? nullptr : findLocked (locked, guest);
 
     if (placement != nullptr)
-        SyncEngine::applyLockedAlignment (guest, placement->alignment);
+        SyncEngine::applyLockedAlignment (guest, *placement);
     else
         guest.alignment = SyncEngine().alignAndPlacePieces (session.host, guest, searchSeconds, progress);
 }
 
-void placeGuests (Session& session, const std::vector<ScanFile>& scans, const SyncProgress& progress)
+void placeGuests (Session& session, const LockedPlacements& locked, const SyncProgress& progress)
 {
     const auto count = (float) session.guests.size();
     auto index = 0.0f;
@@ -75,7 +49,7 @@ void placeGuests (Session& session, const std::vector<ScanFile>& scans, const Sy
 
         try
         {
-            placeGuest (session, guest, scans, guestProgress);
+            placeGuest (session, guest, locked, guestProgress);
         }
         catch (const std::bad_alloc&)
         {
@@ -212,7 +186,7 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
 
     const auto results = session.addGuestsWithoutAudio (files);
     applyMetadataOverrides (session, edits.metadata, edits.names);
-    placeGuests (session, take.guests, progress);
+    placeGuests (session, lockedPlacementsOf (take), progress);
     outcome.guests = listGuests (session, take.guests, results);
     outcome.rejected =
         (int) std::erase_if (session.guests, [] (const auto& guest) { return guest.alignment.needsManual; });

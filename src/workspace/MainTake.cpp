@@ -31,7 +31,7 @@ void MainComponent::loadHostAsync (const juce::File& host, std::vector<juce::Fil
     if (juce::isPositiveAndBelow (batchIndex, (int) batch.size()))
         if (const auto& take = batch[(size_t) batchIndex]; take.host.file == host)
         {
-            request.lockedAlignments = lockedAlignmentsOf (take);
+            request.locked = lockedPlacementsOf (take);
             request.omittedHost = take.omittedHost;
         }
 

@@ -12,26 +12,9 @@ namespace ld
 namespace
 {
 
-const Alignment* findLocked (const std::map<juce::String, Alignment>& locked, const GuestClip& guest)
-{
-    const auto find = [&] (const juce::File& file) {
-        const auto at = locked.find (file.getFullPathName());
-        return at == locked.end() ? nullptr : &at->second;
-    };
-
-    if (const auto* alignment = find (guest.file))
-        return alignment;
-
-    for (const auto& piece : guest.pieces)
-        if (const auto* alignment = find (piece.file))
-            return alignment;
-
-    return nullptr;
-}
-
 void placeOrWait (GuestClip& guest, const LoadRequest& request, std::vector<juce::Uuid>& pending)
 {
-    if (const auto* alignment = findLocked (request.lockedAlignments, guest))
+    if (const auto* alignment = findLocked (request.locked, guest))
     {
         SyncEngine::applyLockedAlignment (guest, *alignment);
         guest.matchPending = false;
@@ -75,17 +58,6 @@ bool liesOutside (const HostTake& host, const ScanFile& scan)
 }
 
 }    // namespace
-
-std::map<juce::String, Alignment> lockedAlignmentsOf (const BatchMatch& take)
-{
-    std::map<juce::String, Alignment> locked;
-
-    for (const auto& scan : take.guests)
-        if (! scan.alignment.needsManual && scan.alignment.method != Alignment::Method::none)
-            locked[scan.file.getFullPathName()] = scan.alignment;
-
-    return locked;
-}
 
 LoadedTake loadTake (const LoadRequest& request)
 {

@@ -1,16 +1,14 @@
 #pragma once
 
+#include "conform/LockedPlacements.h"
 #include "session/Session.h"
 #include "sync/SyncEngine.h"
 
-#include <map>
 #include <memory>
 #include <optional>
 
 namespace ld
 {
-
-struct BatchMatch;
 
 // What workers do for the open take, on values: nothing here knows the window. All of it reads files and may take long;
 // what does not fit into memory leaves as std::bad_alloc where nothing else is said.
@@ -20,9 +18,9 @@ struct LoadRequest
 {
     juce::File host;
     std::vector<juce::File> guests;
-    bool removesUnmatched = false;                         // guests are not shown until they are placed
-    std::map<juce::String, Alignment> lockedAlignments;    // by full path
-    std::vector<int> omittedHost;                          // channels
+    bool removesUnmatched = false;    // guests are not shown until they are placed
+    LockedPlacements locked;
+    std::vector<int> omittedHost;    // channels
     std::optional<int> referenceChannel;
 };
 
@@ -32,9 +30,6 @@ struct LoadedTake
     std::unique_ptr<Session> session;    // empty where the host could not be read
     std::vector<juce::Uuid> pending;     // guests that wait for their place
 };
-
-/** The places that a scan or the user has found for a take's files. */
-[[nodiscard]] std::map<juce::String, Alignment> lockedAlignmentsOf (const BatchMatch&);
 
 /** Opens the host and adds the guests; a guest that cannot be read is passed over. */
 [[nodiscard]] LoadedTake loadTake (const LoadRequest&);
