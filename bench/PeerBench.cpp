@@ -16,6 +16,7 @@ namespace
 
 constexpr int seconds = 300;
 constexpr int rounds = 5;
+const juce::String ffmpeg = "ffmpeg -nostdin -loglevel error -y ";
 
 double timed (const std::function<void()>& job)
 {
@@ -85,9 +86,12 @@ int main()
               << " mono guests, 24 bit, 48 kHz; medians of " << rounds << std::endl;
 
     compare ("load a poly", load, "cat", [&] { runShell ("cat " + quoted (shoot.poly) + " > /dev/null"); });
+    compare ("load a poly", load, "ffmpeg to nowhere", [&] {
+        runShell (ffmpeg + "-i " + quoted (shoot.poly) + " -f null -");
+    });
 
     load();
-    juce::String sources = quoted (shoot.poly);
+    juce::String sources = quoted (shoot.poly), inputs = "-i " + quoted (shoot.poly);
 
     for (const auto& guest : shoot.guests)
     {
@@ -95,6 +99,7 @@ int main()
             return EXIT_FAILURE;
 
         sources << " " << quoted (guest);
+        inputs << " -i " << quoted (guest);
     }
 
     ld::ExportRequest request;
@@ -112,6 +117,10 @@ int main()
 
     compare ("write COMBINED (MIX + 8 + 4)", write, "sox -M (8 + 4)", [&] {
         runShell ("sox -M " + sources + " " + quoted (merged));
+    });
+    compare ("write COMBINED (MIX + 8 + 4)", write, "ffmpeg amerge", [&] {
+        runShell (ffmpeg + inputs + " -filter_complex amerge=inputs=" + juce::String (1 + shoot.guestCount)
+                  + " -c:a pcm_s24le " + quoted (merged));
     });
     // Ours is on the disk when it is done, which the peers leave to the system.
     compare ("write COMBINED (MIX + 8 + 4)", write, "cp, then sync", [&] {

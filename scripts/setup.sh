@@ -19,7 +19,7 @@ build_packages=(
     fonts-dejavu-core
 )
 test_packages=(xvfb xauth sndfile-programs ffmpeg mediainfo sox)
-bench_packages=(sox xvfb xauth)
+bench_packages=(sox ffmpeg xvfb xauth)
 lint_packages=(clang-format clang-tidy cppcheck)
 package_packages=(librsvg2-bin desktop-file-utils appstream shared-mime-info man-db lintian)
 fuzz_packages=(clang libclang-rt-dev)
