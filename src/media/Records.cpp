@@ -26,4 +26,11 @@ Alignment::Method methodOfWord (const juce::String& word)
     return none;
 }
 
+juce::String channelName (const HostTake& host, int channel)
+{
+    const auto isNamed =
+        juce::isPositiveAndBelow (channel, (int) host.tracks.size()) && host.tracks[(size_t) channel].name.isNotEmpty();
+    return isNamed ? host.tracks[(size_t) channel].name : "Ch " + juce::String (channel + 1);
+}
+
 }    // namespace ld

@@ -216,4 +216,7 @@ void copyIdentity (const Source& source, Target& target)
            && host.omittedChannels[(size_t) channel] != 0;
 }
 
+/** The name of a poly's channel, or "Ch 3" and the like where it has none. */
+[[nodiscard]] juce::String channelName (const HostTake&, int channel);
+
 }    // namespace ld

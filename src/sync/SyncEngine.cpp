@@ -221,6 +221,16 @@ std::vector<float> readWholeChannel (const BwfReader& reader, int channel)
     return audio;
 }
 
+// Shares of a search's progress.
+constexpr float scanShare = 0.35f, fineShare = 0.65f;
+const juce::String finePhase = "Fine sample alignment";
+
+void tell (const SyncProgress& progress, float fraction, const juce::String& phase)
+{
+    if (progress)
+        progress (fraction, phase);
+}
+
 struct RankedChannel
 {
     int channel;
@@ -230,14 +240,11 @@ struct RankedChannel
 std::vector<RankedChannel>
 rankHostChannels (const BwfReader& reader, const std::vector<float>& guestSignal, const SyncProgress& progress)
 {
-    constexpr float shareOfProgress = 0.35f;
     std::vector<RankedChannel> ranked;
 
     for (int c = 0; c < reader.format.channels; ++c)
     {
-        if (progress)
-            progress ((float) c * shareOfProgress / (float) reader.format.channels, "Quick waveform scan");
-
+        tell (progress, (float) c * scanShare / (float) reader.format.channels, "Quick waveform scan");
         const auto audio = readWholeChannel (reader, c);
         const auto coarse = envelopeCoarse (audio.data(),
                                             (int64) audio.size(),
@@ -252,14 +259,46 @@ rankHostChannels (const BwfReader& reader, const std::vector<float>& guestSignal
     return ranked;
 }
 
-juce::String channelName (const HostTake& host, int channel)
+// The host's most promising channels against each of the guest's signals; the best answer says its channel.
+Alignment alignBestPair (const SyncEngine& engine,
+                         const HostTake& host,
+                         const GuestClip& guest,
+                         const BwfReader& reader,
+                         int searchSeconds,
+                         const SyncProgress& progress)
 {
-    const auto index = (size_t) channel;
+    constexpr size_t mostChannels = 4;
+    constexpr float placedBonus = 2.0f;
+    const auto signals = searchSignalsOf (guest);
+    auto ranked = rankHostChannels (reader, *signals.front(), progress);
+    ranked.resize (std::min (ranked.size(), mostChannels));
 
-    if (index < host.tracks.size() && host.tracks[index].name.isNotEmpty())
-        return host.tracks[index].name;
+    const auto total = (float) std::max<size_t> (ranked.size() * signals.size(), 1);
+    auto step = 0;
+    auto best = -std::numeric_limits<float>::infinity();
+    Alignment result;
+    result.needsManual = true;
 
-    return "Ch " + juce::String (channel + 1);
+    for (const auto& candidate : ranked)
+    {
+        const auto audio = readWholeChannel (reader, candidate.channel);
+
+        for (const auto* signal : signals)
+        {
+            tell (progress, (float) step++ * fineShare / total + scanShare, finePhase);
+            auto found = engine.align (host, guest, audio, *signal, searchSeconds);
+            const auto score = found.confidence + (found.needsManual ? 0.0f : placedBonus);
+
+            if (score > best)
+            {
+                best = score;
+                found.detail = channelName (host, candidate.channel) + separator() + found.detail;
+                result = std::move (found);
+            }
+        }
+    }
+
+    return result;
 }
 
 struct AlignedPiece
@@ -388,15 +427,6 @@ Alignment SyncEngine::alignBestChannel (const HostTake& host,
                                         int searchSeconds,
                                         const SyncProgress& progress) const
 {
-    constexpr size_t mostChannels = 4;
-    constexpr float scanShare = 0.35f, fineShare = 0.65f;
-    constexpr float placedBonus = 2.0f;
-    static const juce::String finePhase = "Fine sample alignment";
-    const auto tell = [&progress] (float fraction, const juce::String& phase) {
-        if (progress)
-            progress (fraction, phase);
-    };
-
     BwfReader reader;
 
     if (! reader.open (host.file))
@@ -407,47 +437,17 @@ Alignment SyncEngine::alignBestChannel (const HostTake& host,
     if (signals.empty())
         return unplaced ("No ISO waveform audio");
 
-    if (! host.referenceAudio.empty())
-    {
-        const auto quick = align (host, guest, host.referenceAudio, *signals.front(), searchSeconds);
+    const auto findPlace = [&] {
+        if (! host.referenceAudio.empty())
+            if (auto quick = align (host, guest, host.referenceAudio, *signals.front(), searchSeconds);
+                ! quick.needsManual)
+                return quick;
 
-        if (! quick.needsManual)
-        {
-            tell (1.0f, finePhase + " complete");
-            return quick;
-        }
-    }
-
-    auto ranked = rankHostChannels (reader, *signals.front(), progress);
-    ranked.resize (std::min (ranked.size(), mostChannels));
-
-    const auto total = (float) std::max<size_t> (ranked.size() * signals.size(), 1);
-    auto step = 0;
-    auto best = -std::numeric_limits<float>::infinity();
-    Alignment result;
-    result.needsManual = true;
-
-    for (const auto& candidate : ranked)
-    {
-        const auto audio = readWholeChannel (reader, candidate.channel);
-
-        for (const auto* signal : signals)
-        {
-            tell ((float) step++ * fineShare / total + scanShare, finePhase);
-            auto found = align (host, guest, audio, *signal, searchSeconds);
-            const auto score = found.confidence + (found.needsManual ? 0.0f : placedBonus);
-
-            if (score > best)
-            {
-                best = score;
-                found.detail = channelName (host, candidate.channel) + separator() + found.detail;
-                result = std::move (found);
-            }
-        }
-    }
-
-    tell (1.0f, finePhase + " complete");
-    return result;
+        return alignBestPair (*this, host, guest, reader, searchSeconds, progress);
+    };
+    auto found = findPlace();
+    tell (progress, 1.0f, finePhase + " complete");
+    return found;
 }
 
 Alignment SyncEngine::alignAndPlacePieces (const HostTake& host,

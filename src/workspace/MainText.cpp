@@ -159,13 +159,6 @@ juce::String guestName (const GuestClip& guest)
     return guest.file.getFileNameWithoutExtension();
 }
 
-juce::String channelName (const HostTake& host, int channel)
-{
-    const auto isNamed =
-        juce::isPositiveAndBelow (channel, (int) host.tracks.size()) && host.tracks[(size_t) channel].name.isNotEmpty();
-    return isNamed ? host.tracks[(size_t) channel].name : "Ch " + juce::String (channel + 1);
-}
-
 juce::String countText (const juce::String& what, int done, int total)
 {
     return what + juce::String (done) + " / " + juce::String (total);

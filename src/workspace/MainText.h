@@ -26,7 +26,6 @@ namespace ld
 
 /** The name of a guest as the user knows it: of its first track, or its file. */
 [[nodiscard]] juce::String guestName (const GuestClip&);
-[[nodiscard]] juce::String channelName (const HostTake&, int channel);
 
 /** "3 / 40" and the like behind what is counted. */
 [[nodiscard]] juce::String countText (const juce::String& what, int done, int total);

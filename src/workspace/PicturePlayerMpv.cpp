@@ -67,8 +67,7 @@ public:
         if (! start())
             return juce::Result::fail ("The picture player could not be started.");
 
-        const auto path = file.getFullPathName();
-        const char* command[] = { "loadfile", path.toRawUTF8(), nullptr };
+        const char* command[] = { "loadfile", file.getFullPathName().toRawUTF8(), nullptr };
 
         if (mpv_command (handle.get(), command) < 0 || ! waitUntilLoaded() || ! hasPicture())
             return juce::Result::fail ("Could not show " + file.getFileName() + " as a picture.");
