@@ -71,6 +71,30 @@ std::vector<float> SourceAudio::readMono (int64 start, int64 count) const
     return mono;
 }
 
+std::vector<float> SourceAudio::readChannel (int channel, int64 start, int64 count) const
+{
+    auto wanted = makeZeros<float> ((size_t) count);
+
+    if (! isOpen() || channel < 0 || channel >= numChannels())
+        return wanted;
+
+    if (! isSameRate (fileRate, sampleRate))
+    {
+        auto at = wanted.begin();
+        visitBlocks (start, count, [&] (const auto& channels) {
+            at = std::copy (channels[(size_t) channel].begin(), channels[(size_t) channel].end(), at);
+        });
+        return wanted;
+    }
+
+    juce::ignoreUnused (reader.readChannel (channel, start, count, wanted.data(), 1));
+
+    if (onRead)
+        onRead ((double) count / fileRate);
+
+    return wanted;
+}
+
 std::vector<std::vector<float>> loadAllChannels (const juce::File& file, int sampleRate)
 {
     const SourceAudio source (file, sampleRate);

@@ -29,6 +29,9 @@ public:
     /** The mixdown of a stretch. */
     [[nodiscard]] std::vector<float> readMono (juce::int64 start, juce::int64 count) const;
 
+    /** One channel of a stretch, 0-based; silence where there is no such channel. */
+    [[nodiscard]] std::vector<float> readChannel (int channel, juce::int64 start, juce::int64 count) const;
+
 private:
     BwfReader reader;
     int fileRate, sampleRate;

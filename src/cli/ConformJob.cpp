@@ -1,6 +1,5 @@
 #include "cli/ConformJob.h"
 
-#include "batch/BatchMatcher.h"
 #include "cli/ConformTable.h"
 #include "cli/ProgressLine.h"
 
@@ -31,7 +30,7 @@ struct Batch
 {
     std::vector<ScanFile> scans;
     SessionDocument document;
-    std::vector<PairVerdict> comparisons;
+    std::vector<ProvedPair> comparisons;
 };
 
 std::vector<juce::File> collectFiles (const ConformOptions& options)
@@ -66,18 +65,21 @@ Batch scanAndMatch (const ConformOptions& options, ProgressLine& line)
 {
     Batch batch;
     batch.scans = inspectFiles (collectFiles (options), line);
-    line.beginStage ("Comparing every ISO against every poly");
+    line.beginStage ("Comparing and proving");
 
     MatchOptions matching;
     matching.workers = options.jobs;
     matching.memoryBudget = options.memoryBudget;
     matching.onRead = [&] (double seconds) { line.addAudioSeconds (seconds); };
-    auto outcome = compareBatch (
+    auto outcome = matchShoot (
         batch.scans,
-        [&] (int done, int total) { line.show (countText ("pair", done, total), "comparing", (double) done / total); },
+        [&] (const juce::String& what, int done, int total) {
+        line.show (countText ("step", done, total), what, (double) done / std::max (total, 1));
+        },
         matching);
     batch.document.takes = std::move (outcome.matches);
     batch.comparisons = std::move (outcome.comparisons);
+    batch.document.recorders = std::move (outcome.recorders);
     return batch;
 }
 
@@ -222,6 +224,7 @@ ConformStatus runConform (const ConformOptions& options)
 
     line.reset();
     outcome.comparisons = std::move (batch.comparisons);
+    outcome.recorders = batch.document.recorders;
     accountForFiles (outcome, batch.scans);
 
     if (! options.isScanOnly && ! outcome.isComplete())

@@ -24,7 +24,8 @@ juce::String describeGuest (const GuestOutcome& guest)
 
     return "    placed    " + namesOf (guest) + "\n              at sample "
            + juce::String (guest.alignment.offsetSamples) + ", " + methodWord (guest.alignment.method) + ": "
-           + guest.alignment.detail + "\n";
+           + guest.alignment.detail + (guest.alignment.evidence.isEmpty() ? "" : "; " + guest.alignment.evidence)
+           + "\n";
 }
 
 // Every recording is tried on every take. One that was left out here and has its place in another take is no news,
@@ -70,9 +71,9 @@ juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>
 }
 
 // What the best comparison of a file came to.
-juce::String nearestMatch (const juce::File& file, const std::vector<PairVerdict>& comparisons)
+juce::String nearestMatch (const juce::File& file, const std::vector<ProvedPair>& comparisons)
 {
-    const PairVerdict* best = nullptr;
+    const ProvedPair* best = nullptr;
 
     for (const auto& verdict : comparisons)
         if (verdict.guest.file == file
@@ -87,7 +88,7 @@ juce::String nearestMatch (const juce::File& file, const std::vector<PairVerdict
 
 juce::String listFiles (const juce::String& heading,
                         const std::vector<juce::File>& files,
-                        const std::vector<PairVerdict>& comparisons)
+                        const std::vector<ProvedPair>& comparisons)
 {
     if (files.empty())
         return {};

@@ -1,9 +1,10 @@
 #include "conform/CombineRun.h"
 
-#include "conform/LockedPlacements.h"
 #include "output/BwfWriter.h"
 #include "output/Interchange.h"
-#include "session/Session.h"
+#include "session/GuestPlacing.h"
+#include "session/LockedPlacements.h"
+#include "session/TakeLoading.h"
 
 #include <algorithm>
 #include <new>
@@ -12,24 +13,6 @@ namespace ld
 {
 namespace
 {
-
-constexpr int searchSeconds = 2;
-
-void placeGuest (const Session& session, GuestClip& guest, const LockedPlacements& locked, const SyncProgress& progress)
-{
-    // Several pieces are searched one by one, each from its file.
-    if (guest.pieces.size() <= 1 || findLocked (locked, guest) != nullptr)
-        session.extractGuestAudio (guest);
-
-    // Only now is the clip's file its earliest one, whose place is the clip's. A clip whose files have gone since they
-    // were added has no audio: the search says so, where a writer would refuse the other guests too.
-    const auto* placement = guest.channelAudio.empty() ? nullptr : findLocked (locked, guest);
-
-    if (placement != nullptr)
-        SyncEngine::applyLockedAlignment (guest, *placement);
-    else
-        guest.alignment = SyncEngine().alignAndPlacePieces (session.host, guest, searchSeconds, progress);
-}
 
 void placeGuests (Session& session, const LockedPlacements& locked, const SyncProgress& progress)
 {
@@ -47,17 +30,8 @@ void placeGuests (Session& session, const LockedPlacements& locked, const SyncPr
 
         ++index;
 
-        try
-        {
-            placeGuest (session, guest, locked, guestProgress);
-        }
-        catch (const std::bad_alloc&)
-        {
-            // One damaged header in a folder must not cost every take of it.
-            guest.alignment = {};
-            guest.alignment.needsManual = true;
-            guest.alignment.detail = "Not enough memory to place it";
-        }
+        auto placed = placeGuest (session.host, describeGuest (guest), locked, guestProgress);
+        juce::ignoreUnused (takeOverPlace (guest, std::move (placed)));
     }
 }
 

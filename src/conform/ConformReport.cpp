@@ -1,5 +1,6 @@
 #include "conform/ConformReport.h"
 
+#include "media/ClockStretches.h"
 #include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
@@ -10,15 +11,51 @@ namespace ld
 namespace
 {
 
-constexpr int reportVersion = 1;
+constexpr int reportVersion = 2;
 
-juce::var describeVerdict (const PairVerdict& verdict)
+juce::var describeVerdict (const ProvedPair& verdict)
 {
     auto object = makeJsonObject (
         { { "poly", verdict.poly.getFullPathName() }, { "file", verdict.guest.file.getFullPathName() } },
         verdict.guest.alignment);
+    auto first = makeJsonObject ({}, verdict.first);
+    first.getDynamicObject()->setProperty ("accepted", verdict.firstAccepted);
     object.getDynamicObject()->setProperty ("accepted", verdict.accepted);
+    object.getDynamicObject()->setProperty ("evidence", verdict.guest.alignment.evidence);
+    object.getDynamicObject()->setProperty ("first", first);
     return object;
+}
+
+juce::var describeRecorder (const RecorderClock& clock)
+{
+    constexpr double partsPerMillion = 1e6;
+    const auto describeJam = [] (const JamError& jam) {
+        return makeJsonObject ({ { "fromSeconds", jam.fromSeconds },
+                                 { "errorSeconds", jam.errorSeconds },
+                                 { "driftPpm", jam.drift * partsPerMillion },
+                                 { "files", jam.files } });
+    };
+    return makeJsonObject ({ { "key", clock.key },
+                             { "ppm", clock.slope * partsPerMillion },
+                             { "ppmError", clock.slopeError * partsPerMillion },
+                             { "files", clock.files },
+                             { "timecode", makeJsonArray (clock.jams, describeJam) },
+                             { "rejams", std::max ((int) clock.jams.size() - 1, 0) } });
+}
+
+// Every stretch of every file of a guest, where it lies in the take.
+juce::var describeStretches (const GuestOutcome& guest, const char* fromKey)
+{
+    juce::Array<juce::var> stretches;
+
+    for (const auto& piece : guest.pieces)
+        for (const auto& stretch : stretchesOnHost (guest.alignment, piece))
+            stretches.add (makeJsonObject ({ { "file", piece.file.getFullPathName() },
+                                             { fromKey, stretch.fromSample },
+                                             { "hostSample", stretch.hostSample },
+                                             { "slope", stretch.slope } }));
+
+    return stretches;
 }
 
 juce::var describe (const GuestOutcome& guest)
@@ -31,7 +68,11 @@ juce::var describe (const GuestOutcome& guest)
                                     { "pieceOffsets", makeJsonArray (guest.pieces, offsetOf) },
                                     { "tracks", makeJsonArray (guest.trackNames, itself) } },
                                   guest.alignment);
-    object.getDynamicObject()->setProperty ("rejected", guest.rejected);
+    auto& properties = *object.getDynamicObject();
+    properties.setProperty ("evidence", guest.alignment.evidence);
+    properties.setProperty ("stretches", describeStretches (guest, "firstSample"));
+    properties.setProperty ("segments", describeStretches (guest, "fromSample"));
+    properties.setProperty ("rejected", guest.rejected);
     return object;
 }
 
@@ -111,8 +152,9 @@ TakeOutcome outcomeOfScan (const BatchMatch& match)
     for (const auto& scan : match.guests)
     {
         auto& guest = take.guests.emplace_back();
-        copyIdentity (scan, guest.pieces.emplace_back());
-        guest.alignment = scan.alignment;
+        auto& piece = guest.pieces.emplace_back();
+        copyIdentity (scan, piece);
+        piece.alignment = guest.alignment = scan.alignment;
 
         for (const auto& track : scan.ixml.tracks)
             guest.trackNames.push_back (track.name);
@@ -143,6 +185,7 @@ juce::String makeConformReport (const ConformOutcome& outcome)
         makeJsonObject ({ { "version", reportVersion },
                           { "takes", makeJsonArray (outcome.takes, [] (const auto& take) { return describe (take); }) },
                           { "comparisons", makeJsonArray (outcome.comparisons, describeVerdict) },
+                          { "recorders", makeJsonArray (outcome.recorders, describeRecorder) },
                           { "written", outcome.written() },
                           { "count", (int) outcome.takes.size() },
                           { "rejected", outcome.rejected() } });

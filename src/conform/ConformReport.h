@@ -1,6 +1,6 @@
 #pragma once
 
-#include "batch/BatchMatcher.h"
+#include "clocks/ShootMatch.h"
 #include "conform/CombineRun.h"
 
 namespace ld
@@ -10,7 +10,8 @@ namespace ld
 struct ConformOutcome
 {
     std::vector<TakeOutcome> takes;
-    std::vector<PairVerdict> comparisons;    // every pair that the matcher judged, in its order
+    std::vector<ProvedPair> comparisons {};     // every pair that was judged, poly by poly
+    std::vector<RecorderClock> recorders {};    // whose clocks are known
     std::vector<juce::File> unreadable;      // media files that could not be opened, by the scan or by a take
     std::vector<juce::File> unmatched;       // files that found a place in no take
 

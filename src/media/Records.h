@@ -108,6 +108,17 @@ struct PeakLane
 constexpr int hostPeakBuckets = 4096;
 constexpr int guestPeakBuckets = 2048;
 
+/** A stretch of a file along which its clock ran evenly: frame f of the file lies on host sample
+    hostSample + (f - fromSample) * host rate / file rate * (1 + slope), up to where the next stretch begins. */
+struct ClockStretch
+{
+    juce::int64 fromSample = 0;    // of the file, at its own rate
+    juce::int64 hostSample = 0;    // may be negative
+    double slope = 0.0;            // below 0 the file's clock runs fast
+
+    bool operator== (const ClockStretch&) const = default;
+};
+
 /** Where a guest sits against its host, and how that was found. */
 struct Alignment
 {
@@ -122,10 +133,14 @@ struct Alignment
 
     juce::int64 offsetSamples = 0;    // of the guest's first sample, in host samples; negative: it starts earlier
     Method method = Method::none;
-    float confidence = 0.0f;     // 0 to 1 after a waveform check, a z-score after a match of coefficients
+    float confidence = 0.0f;     // 0 to 1 once it was proved or checked, a z-score after a match of coefficients
     bool needsManual = false;    // the user must look at it
     double driftSlope = 0.0;     // clock ratio of guest to host, minus 1
     juce::String detail;         // a sentence for the user
+
+    // Of one file, where its place was proved: in order, the first from sample 0. Empty: offset and drift are all there is.
+    std::vector<ClockStretch> stretches {};
+    juce::String evidence {};    // in words, what speaks for the place
 
     bool operator== (const Alignment&) const = default;
 };
@@ -144,6 +159,7 @@ struct GuestPiece
     BextChunk bext;
     IxmlMetadata ixml;
     juce::int64 offsetSamples = 0;    // start within the clip, in host samples; the earliest piece has 0
+    Alignment alignment;              // of this file alone, on the host, as it was found
 };
 
 /** One file as a folder scan saw it; no audio. */

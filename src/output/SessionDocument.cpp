@@ -35,7 +35,30 @@ constexpr size_t longestPlainReal = 10;
 
 juce::var describe (const ScanFile& guest)
 {
-    return makeJsonObject ({ { "file", guest.file.getFullPathName() } }, guest.alignment);
+    const auto describeStretch = [] (const ClockStretch& stretch) {
+        return makeJsonObject (
+            { { "fromSample", stretch.fromSample }, { "hostSample", stretch.hostSample }, { "slope", stretch.slope } });
+    };
+    auto object = makeJsonObject ({ { "file", guest.file.getFullPathName() } }, guest.alignment);
+    auto& properties = *object.getDynamicObject();
+    properties.setProperty ("evidence", guest.alignment.evidence);
+    properties.setProperty ("stretches", makeJsonArray (guest.alignment.stretches, describeStretch));
+    return object;
+}
+
+juce::var describe (const RecorderClock& clock)
+{
+    const auto describeJam = [] (const JamError& jam) {
+        return makeJsonObject ({ { "fromSeconds", jam.fromSeconds },
+                                 { "errorSeconds", jam.errorSeconds },
+                                 { "drift", jam.drift },
+                                 { "files", jam.files } });
+    };
+    return makeJsonObject ({ { "key", clock.key },
+                             { "slope", clock.slope },
+                             { "slopeError", clock.slopeError },
+                             { "files", clock.files },
+                             { "timecode", makeJsonArray (clock.jams, describeJam) } });
 }
 
 juce::var describe (const BatchMatch& take)
@@ -96,8 +119,9 @@ juce::var describe (const NameOverrides::value_type& entry)
 juce::var describe (const SessionDocument& doc)
 {
     const auto described = [] (const auto& item) { return describe (item); };
-    auto root = makeJsonObject (
-        { { "version", doc.version }, { "batchIndex", doc.batchIndex }, { "referenceChannel", doc.referenceChannel } });
+    auto root = makeJsonObject ({ { "version", sessionVersion },
+                                  { "batchIndex", doc.batchIndex },
+                                  { "referenceChannel", doc.referenceChannel } });
     auto& object = *root.getDynamicObject();
 
     if (doc.videoFile.getFullPathName().isNotEmpty())
@@ -110,6 +134,7 @@ juce::var describe (const SessionDocument& doc)
     object.setProperty ("mixer", makeJsonArray (doc.mixer, described));
     object.setProperty ("metadataOverrides", makeJsonArray (doc.metadataOverrides, described));
     object.setProperty ("nameOverrides", makeJsonArray (doc.nameOverrides, described));
+    object.setProperty ("recorders", makeJsonArray (doc.recorders, described));
     return root;
 }
 
@@ -334,6 +359,14 @@ ScanFile readGuest (const juce::var& value)
     fields.read ("needsManual", guest.alignment.needsManual);
     fields.read ("driftSlope", guest.alignment.driftSlope);
     fields.read ("detail", guest.alignment.detail);
+    fields.read ("evidence", guest.alignment.evidence);
+    fields.readArray ("stretches", guest.alignment.stretches, [] (const juce::var& item) {
+        ClockStretch stretch;
+        Fields (item).read ("fromSample", stretch.fromSample);
+        Fields (item).read ("hostSample", stretch.hostSample);
+        Fields (item).read ("slope", stretch.slope);
+        return stretch;
+    });
     return guest;
 }
 
@@ -349,6 +382,25 @@ BatchMatch readTake (const juce::var& value)
         return (int) juce::jlimit<int64> (-1, std::numeric_limits<int>::max(), wholeNumberOf (channel));
     });
     return take;
+}
+
+RecorderClock readRecorder (const juce::var& value)
+{
+    const Fields fields (value);
+    RecorderClock clock;
+    fields.read ("key", clock.key);
+    fields.read ("slope", clock.slope);
+    fields.read ("slopeError", clock.slopeError);
+    fields.read ("files", clock.files);
+    fields.readArray ("timecode", clock.jams, [] (const juce::var& item) {
+        JamError jam;
+        Fields (item).read ("fromSeconds", jam.fromSeconds);
+        Fields (item).read ("errorSeconds", jam.errorSeconds);
+        Fields (item).read ("drift", jam.drift);
+        Fields (item).read ("files", jam.files);
+        return jam;
+    });
+    return clock;
 }
 
 MixerChannel readChannel (const juce::var& value)
@@ -435,6 +487,7 @@ juce::Result readSessionDocument (const juce::File& file, SessionDocument& doc)
 
     doc = {};
     const Fields fields (root);
+    doc.version = 1;    // of documents that do not say
     fields.read ("version", doc.version);
     fields.read ("batchIndex", doc.batchIndex);
     fields.read ("referenceChannel", doc.referenceChannel);
@@ -448,6 +501,7 @@ juce::Result readSessionDocument (const juce::File& file, SessionDocument& doc)
     fields.readMap ("mixer", "key", doc.mixer, readChannel);
     fields.readMap ("metadataOverrides", "key", doc.metadataOverrides, readMeta);
     fields.readMap ("nameOverrides", "familyKey", doc.nameOverrides, readNames);
+    fields.readArray ("recorders", doc.recorders, readRecorder);
     return doc.takes.empty() ? juce::Result::fail ("Session has no takes.") : juce::Result::ok();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "media/RecorderClock.h"
 #include "mix/MixModel.h"
 
 #include <map>
@@ -21,10 +22,13 @@ struct SavedGuestMeta
 using MetadataOverrides = std::map<juce::String, SavedGuestMeta>;           // by guest key
 using NameOverrides = std::map<juce::String, std::vector<juce::String>>;    // track names, by family key
 
+/** The version that is written: from 2 on every file has its own place and stretches. */
+constexpr int sessionVersion = 2;
+
 /** The saved state of a piece of work: positions, settings and text by value, all media by absolute path. */
 struct SessionDocument
 {
-    int version = 1;
+    int version = sessionVersion;    // of the file that it was read from
     int batchIndex = 0;          // of the take that is open
     int referenceChannel = 0;    // 0-based
     juce::File videoFile;
@@ -34,6 +38,7 @@ struct SessionDocument
     MixerTemplate mixer;
     MetadataOverrides metadataOverrides;
     NameOverrides nameOverrides;
+    std::vector<RecorderClock> recorders;    // as the scan found them
 };
 
 /** Writes the document as one line of JSON. An earlier file is replaced, or stays as it was where this fails. */

@@ -1,5 +1,6 @@
 #include "sync/ClipAudio.h"
 
+#include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
 #include "media/VectorClones.h"
@@ -76,6 +77,20 @@ layOutAudio (const std::vector<PlacedAudio>& pieces, size_t channelCount, juce::
     }
 
     return channels;
+}
+
+GuestClip readForSearch (const BwfReader& reader, int hostRate)
+{
+    GuestClip clip;
+    clip.file = reader.file;
+    clip.format = reader.format;
+    clip.channelAudio = reader.readAllChannels();
+
+    for (auto& channel : clip.channelAudio)
+        channel = resampleTo (std::move (channel), reader.format.sampleRate, (double) hostRate);
+
+    clip.monoAudio = mixdown (clip.channelAudio);
+    return clip;
 }
 
 void rebuildGuestPeaks (GuestClip& guest)

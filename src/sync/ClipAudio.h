@@ -5,6 +5,8 @@
 namespace ld
 {
 
+class BwfReader;
+
 /** A recording at its place on a clip's timeline. */
 struct PlacedAudio
 {
@@ -18,6 +20,9 @@ struct PlacedAudio
     Throws std::bad_alloc where the result would not fit the machine's memory. */
 [[nodiscard]] std::vector<std::vector<float>>
 layOutAudio (const std::vector<PlacedAudio>&, size_t channelCount, juce::int64 length);
+
+/** A clip that holds nothing but a file's audio, at the host's rate, for a search. */
+[[nodiscard]] GuestClip readForSearch (const BwfReader&, int hostRate);
 
 /** Draws the guest's lanes anew from channelAudio: guestPeakBuckets buckets, each from at most 0 to at least 0. */
 void rebuildGuestPeaks (GuestClip&);

@@ -2,6 +2,7 @@
 
 #include "media/BextIxml.h"
 #include "media/BwfReader.h"
+#include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
 #include "media/Timecode.h"
 #include "sync/MfccSearch.h"
@@ -42,9 +43,12 @@ Alignment unplaced (const juce::String& detail)
 
 Alignment placedByTimecode (int64 hint)
 {
-    return {
-        hint, Alignment::Method::timecode, timecodeOnlyConfidence, false, 0.0, "Timecode only / no waveform lock"
-    };
+    Alignment alignment;
+    alignment.offsetSamples = hint;
+    alignment.method = Alignment::Method::timecode;
+    alignment.confidence = timecodeOnlyConfidence;
+    alignment.detail = "Timecode only / no waveform lock";
+    return alignment;
 }
 
 // The two signals of one run of the ladder.
@@ -308,20 +312,6 @@ struct AlignedPiece
     Alignment alignment;
 };
 
-GuestClip clipOfPiece (const BwfReader& reader, int64 hostRate)
-{
-    GuestClip clip;
-    clip.file = reader.file;
-    clip.format = reader.format;
-    clip.channelAudio = reader.readAllChannels();
-
-    for (auto& channel : clip.channelAudio)
-        channel = resampleTo (std::move (channel), reader.format.sampleRate, (double) hostRate);
-
-    clip.monoAudio = mixdown (clip.channelAudio);
-    return clip;
-}
-
 // Nothing where the file cannot be opened or placed.
 std::optional<AlignedPiece> alignPiece (const SyncEngine& engine,
                                         const HostTake& host,
@@ -334,7 +324,7 @@ std::optional<AlignedPiece> alignPiece (const SyncEngine& engine,
     if (! reader.open (source.file))
         return {};
 
-    auto clip = clipOfPiece (reader, rateOf (host));
+    auto clip = readForSearch (reader, (int) rateOf (host));
     AlignedPiece aligned;
     copyIdentity (reader, aligned.piece);
     aligned.alignment = engine.alignBestChannel (host, clip, searchSeconds, progress);
@@ -499,8 +489,7 @@ Alignment SyncEngine::alignAndPlacePieces (const HostTake& host,
 
 Alignment SyncEngine::applyNudge (const Alignment& alignment, int64 deltaSamples)
 {
-    auto nudged = alignment;
-    nudged.offsetSamples += deltaSamples;
+    auto nudged = movedBy (alignment, deltaSamples);
     nudged.method = Alignment::Method::manual;
     nudged.detail = "Manual";
     nudged.needsManual = false;

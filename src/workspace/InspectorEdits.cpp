@@ -30,6 +30,10 @@ juce::String inspectorSummary (const GuestClip& guest, const GuestClock& clock)
 {
     const auto& alignment = guest.alignment;
     juce::String text = alignment.detail.isEmpty() ? juce::String ("Unaligned") : alignment.detail;
+
+    if (alignment.evidence.isNotEmpty())
+        text << separator << alignment.evidence;
+
     text << separator << alignment.offsetSamples << " smp";
 
     if (clock.sampleRate >= 1)

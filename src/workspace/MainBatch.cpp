@@ -1,6 +1,6 @@
 #include "workspace/MainComponent.h"
 
-#include "workspace/BatchTakes.h"
+#include "session/BatchTakes.h"
 #include "workspace/MainText.h"
 
 // The takes of which one is open, and the document that keeps them.
@@ -52,6 +52,7 @@ SessionDocument MainComponent::captureSessionDocument() const
         session.host.format.valid ? session.referenceChannel : std::max (pendingReferenceChannel, 0);
     document.mixer = mixerTemplate;
     document.takes = batch;
+    document.recorders = recorders;
     document.metadataOverrides = metadataOverrides;
     document.nameOverrides = nameOverrides;
 
@@ -107,6 +108,7 @@ void MainComponent::loadSessionFile (const juce::File& file)
     nameOverrides = std::move (document.nameOverrides);
     mixerTemplate = std::move (document.mixer);
     batch = std::move (document.takes);
+    recorders = std::move (document.recorders);
     batchIndex = juce::jlimit (0, std::max ((int) batch.size(), 1) - 1, document.batchIndex);
     pendingReferenceChannel = document.referenceChannel;
     pendingVideoFile = document.videoFile;
@@ -139,6 +141,7 @@ void MainComponent::forgetTakes()
     nameOverrides.clear();
     mixerTemplate.clear();
     batch.clear();
+    recorders.clear();
     batchIndex = 0;
     sessionFile = juce::File();
     pendingReferenceChannel = -1;

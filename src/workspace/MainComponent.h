@@ -7,7 +7,7 @@
 #include "workspace/InspectorPanel.h"
 #include "workspace/JobRunner.h"
 #include "workspace/PicturePlayer.h"
-#include "workspace/TakeLoading.h"
+#include "session/TakeLoading.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
 #include "workspace/WorkBar.h"
@@ -134,7 +134,8 @@ private:
     void addIsoFolderAsync (const juce::File& folder);
     void addIsoFolderToTake (const juce::File& folder);
     void addIsoFolderToBatch (const juce::File& folder);
-    void showMatchProgress (int done, int total);
+    void showMatchProgress (const juce::String& what, int done, int total);
+    [[nodiscard]] std::function<void (const juce::String& what, int done, int total)> matchProgress();
     void endScan();
     void combineInto (const juce::File& folder);
     void showCombineProgress (int number, int count, float fraction, const juce::String& phase);
@@ -162,6 +163,7 @@ private:
 
     std::vector<BatchMatch> batch;
     int batchIndex = 0;
+    std::vector<RecorderClock> recorders;    // of the last scan
     MetadataOverrides metadataOverrides;
     NameOverrides nameOverrides;
     MixerTemplate mixerTemplate;

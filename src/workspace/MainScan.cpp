@@ -1,6 +1,7 @@
 #include "workspace/MainComponent.h"
 
-#include "workspace/BatchTakes.h"
+#include "clocks/ShootMatch.h"
+#include "session/BatchTakes.h"
 #include "workspace/MainText.h"
 
 // Many recordings at once: a shoot folder, several polys, a folder of ISO files.
@@ -23,11 +24,13 @@ bool isPoly (const ScanFile& scan)
     return scan.format.valid && scan.format.channels >= fewestChannels;
 }
 
-MatchProgress postedTo (const JobRunner::Progress& progress, std::function<void (int done, int total)> show)
+using ShowProgress = std::function<void (const juce::String& what, int done, int total)>;
+
+ShootProgress postedTo (const JobRunner::Progress& progress, ShowProgress show)
 {
-    return [progress, show = std::move (show)] (int done, int total) {
+    return [progress, show = std::move (show)] (const juce::String& what, int done, int total) {
         if (total >= 1)
-            progress.post ([show, done, total] { show (done, total); });
+            progress.post ([show, what, done, total] { show (what, done, total); });
     };
 }
 
@@ -40,9 +43,14 @@ struct FoundForTake
 
 }    // namespace
 
-void MainComponent::showMatchProgress (int done, int total)
+void MainComponent::showMatchProgress (const juce::String& what, int done, int total)
 {
-    updateProgress ((double) done / total, countText ("Comparing every ISO against every poly  ", done, total));
+    updateProgress ((double) done / total, countText (what + "  ", done, total));
+}
+
+std::function<void (const juce::String&, int, int)> MainComponent::matchProgress()
+{
+    return [this] (const juce::String& what, int done, int total) { showMatchProgress (what, done, total); };
 }
 
 void MainComponent::endScan()
@@ -59,13 +67,13 @@ void MainComponent::runBatchAsync (const juce::File& folder)
     beginProgress ("Examining shoot folder...", -1.0);
 
     jobs.start (
-        [folder, show = [this] (int done, int total) { showMatchProgress (done, total); }] (
-            const JobRunner::Progress& progress) {
-        return matchBatchByWaveform (inspectAll (collectMediaFiles (folder)), postedTo (progress, show));
+        [folder, show = matchProgress()] (const JobRunner::Progress& progress) {
+        return matchShoot (inspectAll (collectMediaFiles (folder)), postedTo (progress, show));
         },
-        [this, folder] (std::vector<BatchMatch> matches) {
+        [this, folder] (ShootMatch shoot) {
         endScan();
-        batch = std::move (matches);
+        batch = std::move (shoot.matches);
+        recorders = std::move (shoot.recorders);
         batchIndex = 0;
 
         if (batch.empty())
@@ -164,13 +172,15 @@ void MainComponent::addIsoFolderToTake (const juce::File& folder)
 void MainComponent::addIsoFolderToBatch (const juce::File& folder)
 {
     jobs.start (
-        [folder, takes = batch, show = [this] (int done, int total) { showMatchProgress (done, total); }] (
-            const JobRunner::Progress& progress) {
-        return mergeMatches (takes, matchBatchByWaveform (scansForBatch (takes, folder), postedTo (progress, show)));
+        [folder, takes = batch, show = matchProgress()] (const JobRunner::Progress& progress) {
+        auto shoot = matchShoot (scansForBatch (takes, folder), postedTo (progress, show));
+        shoot.matches = mergeMatches (takes, shoot.matches);
+        return shoot;
         },
-        [this, folder, index = batchIndex] (std::vector<BatchMatch> merged) {
+        [this, folder, index = batchIndex] (ShootMatch shoot) {
         endScan();
-        batch = std::move (merged);
+        batch = std::move (shoot.matches);
+        recorders = std::move (shoot.recorders);
         batchIndex = juce::jlimit (0, (int) batch.size() - 1, index);
         showStatus (isosMatchedText (batch, folder.getFileName()));
         loadBatchIndex (batchIndex);

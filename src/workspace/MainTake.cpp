@@ -1,7 +1,7 @@
 #include "workspace/MainComponent.h"
 
 #include "batch/Workers.h"
-#include "workspace/GuestPlacing.h"
+#include "session/GuestPlacing.h"
 #include "workspace/MainText.h"
 
 // The open take: loading it, adding files to it, and the parallel alignment in which both end.
@@ -172,7 +172,7 @@ void MainComponent::alignGuestsAsync (const std::vector<juce::Uuid>& ids, bool r
                         progressBar.setText (text);
                 }));
             };
-            const auto placed = std::make_shared<PlacedGuest> (placeGuest (host, guest, told));
+            const auto placed = std::make_shared<PlacedGuest> (placeGuest (host, guest, {}, told));
             progress.post (ifWanted ([this, placed, removeUnmatched] {
                 commitPlace (std::move (*placed), removeUnmatched);
                 completeAlignmentProgress();

@@ -1,6 +1,6 @@
 #include "workspace/MainComponent.h"
 
-#include "workspace/BatchTakes.h"
+#include "session/BatchTakes.h"
 #include "workspace/MainText.h"
 
 // What the user does to single tracks: choose, nudge, mix, name, remove; and to all of them: reset.

@@ -1,5 +1,7 @@
 #include "workspace/SpineLayout.h"
 
+#include "media/ClockStretches.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -127,18 +129,23 @@ float gainDbAtHeight (Area area, float y) noexcept
 std::vector<SpineBlock> blocksOf (const GuestClip& guest, int hostSampleRate)
 {
     std::vector<SpineBlock> blocks;
-    const auto add = [&] (const auto& source, int64 start) {
-        const auto& format = source.format;
-        const auto length =
-            std::round ((double) hostSampleRate * (double) format.numFrames / std::max (format.sampleRate, 1));
-        blocks.push_back ({ source.file, { start, (int64) length } });
+    const auto add = [&] (const GuestPiece& piece) {
+        for (const auto& span : spansOf (stretchesOnHost (guest.alignment, piece),
+                                         piece.format.numFrames,
+                                         std::max (piece.format.sampleRate, 1),
+                                         hostSampleRate))
+            blocks.push_back ({ piece.file, { span.hostStart, span.hostLength } });
     };
 
     for (const auto& piece : guest.pieces)
-        add (piece, piece.offsetSamples + guest.alignment.offsetSamples);
+        add (piece);
 
     if (guest.pieces.empty())
-        add (guest, guest.alignment.offsetSamples);
+    {
+        GuestPiece whole;
+        copyIdentity (guest, whole);
+        add (whole);
+    }
 
     return blocks;
 }

@@ -57,7 +57,7 @@ struct SpineSpan
     bool operator== (const SpineSpan&) const = default;
 };
 
-/** One source file of a guest. */
+/** One stretch of a source file of a guest: up to where its clock jumped, or the whole file. */
 struct SpineBlock
 {
     juce::File file;

@@ -16,8 +16,8 @@ juce::String placeText (const Alignment& alignment)
 {
     using enum Alignment::Method;
 
-    if (alignment.detail.isNotEmpty())
-        return alignment.detail.toUpperCase();
+    if (const auto& words = alignment.evidence.isNotEmpty() ? alignment.evidence : alignment.detail; words.isNotEmpty())
+        return words.toUpperCase();
 
     switch (alignment.method)
     {
@@ -54,7 +54,8 @@ LaneText guestLaneText (const GuestClip& guest, int channel)
 
     text.detail = placeText (alignment);
 
-    if (alignment.method != Alignment::Method::none)
+    // A score of a search is above 1, and no share of anything.
+    if (alignment.method != Alignment::Method::none && alignment.confidence <= 1.0f)
         text.detail << "  " << juce::roundToInt (alignment.confidence * 100.0f) << "%";
 
     if (guest.pieces.size() >= 2)

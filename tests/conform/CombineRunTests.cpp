@@ -327,7 +327,7 @@ TEST (CombineRun, GuestFilesThatHaveGoneAreToldAndCostNothingButThemselves)
     EXPECT_FALSE (done.guests[1].rejected);
     EXPECT_THAT (leftOutOf (done),
                  ElementsAre (testing::StartsWith ("silent.wav: "),
-                              "late.wav: No ISO waveform audio",
+                              "late.wav: Its files cannot be read",
                               "gone.wav: Could not read gone.wav as WAV/BWF.",
                               "text.wav: Could not read text.wav as WAV/BWF."));
     EXPECT_TRUE (done.guests[3].alignment.needsManual);

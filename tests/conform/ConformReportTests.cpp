@@ -60,7 +60,7 @@ ConformOutcome outcome()
     TakeOutcome failed {
         at ("/shoot/b.wav"), at ("/out/COMBINED_b.wav"), false, "No room.", {}, 0.0f, { doubtful }, 1
     };
-    return { { written, failed }, {}, {}, {} };
+    return { { written, failed }, {}, {}, {}, {} };
 }
 
 }    // namespace
@@ -69,8 +69,8 @@ TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
 {
     const auto report = juce::JSON::parse (makeConformReport (outcome()));
     EXPECT_THAT (keysOf (report),
-                 ElementsAre ("version n", "takes a", "comparisons a", "written n", "count n", "rejected n"));
-    EXPECT_EQ ((int) report["version"], 1);
+                 ElementsAre ("version n", "takes a", "comparisons a", "recorders a", "written n", "count n", "rejected n"));
+    EXPECT_EQ ((int) report["version"], 2);
     EXPECT_EQ ((int) report["written"], 1);
     EXPECT_EQ ((int) report["count"], 2);
     EXPECT_EQ ((int) report["rejected"], 2) << "a file that has gone is told, but not counted";
@@ -97,6 +97,9 @@ TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
                               "needsManual b",
                               "driftSlope n",
                               "detail s",
+                              "evidence s",
+                              "stretches a",
+                              "segments a",
                               "rejected b"));
     EXPECT_EQ (guest["files"][1].toString(), "/shoot/pack_2.wav");
     EXPECT_EQ ((juce::int64) guest["pieceOffsets"][1], 5'000'000'000);

@@ -7,7 +7,7 @@ namespace ld
 
 class Session;
 
-/** The open take as the batch keeps it: each piece of a guest with the guest's place, and what was left out. Its reason
+/** The open take as the batch keeps it: each file of a guest with its own place, and what was left out. Its reason
     and score are the batch's own. */
 [[nodiscard]] BatchMatch describeTake (const Session&);
 

@@ -1,8 +1,9 @@
-#include "workspace/TakeLoading.h"
+#include "session/TakeLoading.h"
 
 #include "batch/FolderScan.h"
 #include "media/BextIxml.h"
 #include "media/Timecode.h"
+#include "session/GuestPlacing.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,32 +13,33 @@ namespace ld
 namespace
 {
 
-void placeOrWait (GuestClip& guest, const LoadRequest& request, std::vector<juce::Uuid>& pending)
-{
-    if (const auto* alignment = findLocked (request.locked, guest))
-    {
-        SyncEngine::applyLockedAlignment (guest, *alignment);
-        guest.matchPending = false;
-        return;
-    }
-
-    guest.lanesHidden = request.removesUnmatched;
-    guest.matchPending = true;
-    pending.push_back (guest.id);
-}
-
 // A guest that does not fit stays, so that the user sees what is missing.
-void extractAudio (const Session& session, GuestClip& guest)
+void extractAudio (const HostTake& host, GuestClip& guest)
 {
     try
     {
-        session.extractGuestAudio (guest);
+        stitchGuest (host, guest);
     }
     catch (const std::bad_alloc&)
     {
         guest.alignment.needsManual = true;
         guest.alignment.detail = "Not enough memory to load it";
     }
+}
+
+void placeOrWait (const HostTake& host, GuestClip& guest, const LoadRequest& request, std::vector<juce::Uuid>& pending)
+{
+    if (findLocked (request.locked, guest) != nullptr)
+    {
+        juce::ignoreUnused (takeOverPlace (guest, placeGuest (host, describeGuest (guest), request.locked, {})));
+        return;
+    }
+
+    extractAudio (host, guest);
+
+    guest.lanesHidden = request.removesUnmatched;
+    guest.matchPending = true;
+    pending.push_back (guest.id);
 }
 
 // Whether a file's stamp puts it outside the take. Lengths and places are host samples.
@@ -72,8 +74,7 @@ LoadedTake loadTake (const LoadRequest& request)
 
     for (auto& guest : session->guests)
     {
-        extractAudio (*session, guest);
-        placeOrWait (guest, request, loaded.pending);
+        placeOrWait (session->host, guest, request, loaded.pending);
     }
 
     if (request.removesUnmatched)
@@ -130,7 +131,7 @@ AddedFiles addFiles (const HostTake& host, const std::vector<GuestClip>& guests,
         if (guest.pieces.size() == piecesBefore[guest.id.toString()])
             continue;
 
-        extractAudio (session, guest);
+        extractAudio (session.host, guest);
         added.guests.push_back (std::move (guest));
     }
 

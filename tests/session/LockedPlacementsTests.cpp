@@ -1,4 +1,4 @@
-#include "conform/LockedPlacements.h"
+#include "session/LockedPlacements.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
-#include "workspace/BatchTakes.h"
+#include "session/BatchTakes.h"
 
+#include "media/ClockStretches.h"
 #include "session/Session.h"
 
 #include <algorithm>
@@ -23,17 +24,17 @@ BatchMatch describeTake (const Session& session)
 
     for (const auto& guest : session.guests)
     {
-        const auto add = [&] (const auto& source) {
+        const auto add = [&] (const auto& source, Alignment place) {
             auto& scan = take.guests.emplace_back();
             copyIdentity (source, scan);
-            scan.alignment = guest.alignment;
+            scan.alignment = std::move (place);
         };
 
         for (const auto& piece : guest.pieces)
-            add (piece);
+            add (piece, placeOnHost (guest.alignment, piece));
 
         if (guest.pieces.empty())
-            add (guest);
+            add (guest, guest.alignment);
     }
 
     for (int channel = 0; channel < session.host.format.channels; ++channel)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "conform/LockedPlacements.h"
+#include "session/LockedPlacements.h"
 #include "session/Session.h"
 #include "sync/SyncEngine.h"
 

@@ -1,0 +1,161 @@
+#include "clocks/OneWorld.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace ld
+{
+namespace
+{
+
+constexpr double sameTimeSeconds = 0.5;    // takes' own stamps may be off by some timecode frames
+constexpr double slippedSeconds = 5.0;     // a stamp can be off by so much on one file alone
+
+// How much speaks for a place: windows on the line, each by how alike the two recordings are there.
+double weightOf (const DayPair& pair)
+{
+    const auto& line = *pair.proof->line;
+    return line.windowsOnLine * (0.2 + line.height);
+}
+
+juce::String nameOf (const DayFile& file)
+{
+    return file.scan.file.getFileName();
+}
+
+juce::String secondsText (double seconds)
+{
+    return juce::String (std::abs (seconds), std::abs (seconds) < 10.0 ? 2 : 1) + " s";
+}
+
+// Places of one file, by the time of day at which each says that it began.
+struct Occurrence
+{
+    double start = 0.0;
+    double weight = 0.0;
+    std::vector<size_t> pairs;
+};
+
+double stampMismatch (const DayTable& table, const DayPair& pair)
+{
+    const auto reading = readClock (table, pair);
+    const auto expected = stampErrorAt (table.recorders[table.files[pair.file].recorder], reading.atSeconds);
+    return reading.stampError && expected ? *reading.stampError - *expected : 0.0;
+}
+
+std::vector<Occurrence> occurrencesOf (const DayTable& table, const std::vector<size_t>& pairs)
+{
+    constexpr double clockBonus = 1000.0;
+    std::vector<Occurrence> occurrences;
+
+    for (const auto i : pairs)
+    {
+        const auto& pair = table.pairs[i];
+        const auto start = table.timeAt (pair, 0.0, pair.proof->line->lagAt (0.0));
+
+        if (! start)
+            continue;
+
+        const auto fits = [&] (const Occurrence& known) { return std::abs (known.start - *start) < sameTimeSeconds; };
+        auto at = std::find_if (occurrences.begin(), occurrences.end(), fits);
+
+        if (at == occurrences.end())
+            at = occurrences.insert (occurrences.end(), { *start, 0.0, {} });
+
+        // What the clock of the recorder says outweighs any sound: music sounds alike in many takes.
+        const auto& clock = table.recorders[table.files[pair.file].recorder];
+        const auto isByClock = clock.files >= 3 && std::abs (stampMismatch (table, pair)) < sameTimeSeconds
+                               && ! clock.jams.empty() && table.stampLag (pair);
+        at->weight += weightOf (pair) + (isByClock ? clockBonus : 0.0);
+        at->pairs.push_back (i);
+    }
+
+    return occurrences;
+}
+
+void keepOneTime (DayTable& table, const std::vector<size_t>& pairs)
+{
+    auto occurrences = occurrencesOf (table, pairs);
+
+    if (occurrences.size() < 2)
+        return;
+
+    const auto best = *std::max_element (
+        occurrences.begin(), occurrences.end(), [] (auto& a, auto& b) { return a.weight < b.weight; });
+
+    for (const auto& occurrence : occurrences)
+        if (occurrence.start != best.start)
+            for (const auto i : occurrence.pairs)
+                table.pairs[i].refusal = "Its sound fits here, but the file ran at another time: "
+                                         + nameOf (table.polys[table.pairs[best.pairs.front()].poly]) + " proves it "
+                                         + secondsText (occurrence.start - best.start) + " from here";
+}
+
+// Of takes without stamps, two cannot have been recorded while one stretch of a file was.
+void keepOneTakeAtATime (DayTable& table, std::vector<size_t> pairs)
+{
+    std::sort (pairs.begin(), pairs.end(), [&] (auto a, auto b) {
+        return weightOf (table.pairs[a]) > weightOf (table.pairs[b]);
+    });
+
+    for (size_t i = 0; i < pairs.size(); ++i)
+    {
+        auto& pair = table.pairs[pairs[i]];
+        const auto& line = *pair.proof->line;
+
+        for (size_t j = 0; j < i && pair.refusal.isEmpty(); ++j)
+        {
+            const auto& better = table.pairs[pairs[j]];
+
+            if (better.refusal.isNotEmpty()
+                || (table.polys[pair.poly].stampSeconds && table.polys[better.poly].stampSeconds))
+                continue;
+
+            const auto from = std::max (line.stretches.front().fromX, better.proof->line->stretches.front().fromX);
+            const auto to = std::min (line.stretches.back().toX, better.proof->line->stretches.back().toX);
+
+            if (to - from > sameTimeSeconds * table.rateOf (pair))
+                pair.refusal = "Its sound fits here, but the same seconds of the file belong to "
+                               + nameOf (table.polys[better.poly]);
+        }
+    }
+}
+
+// A place by sound alone that the recorder's other files rule out.
+void holdAgainstClock (DayTable& table, DayPair& pair)
+{
+    const auto& clock = table.recorders[table.files[pair.file].recorder];
+    const auto mismatch = stampMismatch (table, pair);
+
+    if (clock.files < 3 || std::abs (mismatch) <= slippedSeconds)
+        return;
+
+    pair.refusal = "Its sound fits here, but its recorder's clock, proved by " + juce::String (clock.files - 1)
+                   + " other files, puts it " + secondsText (mismatch) + (mismatch > 0.0 ? " earlier" : " later");
+}
+
+}    // namespace
+
+void refuseContradictions (DayTable& table)
+{
+    std::map<size_t, std::vector<size_t>> provedOf;
+
+    for (size_t i = 0; i < table.pairs.size(); ++i)
+        if (table.pairs[i].isProved())
+            provedOf[table.pairs[i].file].push_back (i);
+
+    for (const auto& [file, pairs] : provedOf)
+    {
+        keepOneTime (table, pairs);
+        auto left = pairs;
+        std::erase_if (left, [&] (auto i) { return table.pairs[i].refusal.isNotEmpty(); });
+        keepOneTakeAtATime (table, left);
+
+        for (const auto i : pairs)
+            if (table.pairs[i].isProved())
+                holdAgainstClock (table, table.pairs[i]);
+    }
+}
+
+}    // namespace ld

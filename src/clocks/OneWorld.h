@@ -1,0 +1,13 @@
+#pragma once
+
+#include "clocks/ShootTable.h"
+
+namespace ld
+{
+
+/** A file ran once, and a recorder has one clock: of places whose sound lies on a line, those are refused, with a sentence
+    that says by how much they contradict, that the other places of the file or the clock of its recorder rule out. The song
+    that is played in many takes is why. */
+void refuseContradictions (DayTable&);
+
+}    // namespace ld

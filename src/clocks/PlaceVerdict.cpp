@@ -1,0 +1,241 @@
+#include "clocks/PlaceVerdict.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ld
+{
+namespace
+{
+
+using juce::int64;
+
+constexpr float byClockConfidence = 0.95f, byTimecodeConfidence = 0.35f;
+constexpr double leastShared = 1.0;    // s, for a place by clocks alone
+constexpr int enoughSound = 8;         // windows that would show a line if there were one
+
+juce::String countOf (int number, const char* one, const char* many)
+{
+    return juce::String (number) + " " + (number == 1 ? one : many);
+}
+
+// The share of places on lines as unlikely as this one that were right, on shoots whose truth is known.
+float confidenceOf (const LagLine& line)
+{
+    const auto doubt = std::pow (10.0, std::max (line.log10FalseAlarms, -60.0) / 8.0);
+    return (float) std::clamp (0.999 - 0.1 * doubt, 0.5, 0.999);
+}
+
+bool isStampedPair (const DayTable& table, const DayPair& pair)
+{
+    return table.stampLag (pair).has_value();
+}
+
+double fileRateOf (const DayTable& table, const DayPair& pair)
+{
+    return std::max (table.files[pair.file].scan.format.sampleRate, 1);
+}
+
+double slopeFor (const DayTable& table, const DayPair& pair)
+{
+    return slopeOfFile (table.recorders[table.files[pair.file].recorder], readClock (table, pair));
+}
+
+juce::String wordsFor (const DayTable& table, const DayPair& pair, int64 offset)
+{
+    constexpr double sameSeconds = 0.5;
+    const auto& first = pair.first;
+
+    // The words of the comparison stand where its place does.
+    if (! first.needsManual && first.method != Alignment::Method::timecode
+        && std::abs ((double) (first.offsetSamples - offset)) < sameSeconds * table.rateOf (pair))
+        return first.detail;
+
+    const auto& clock = table.recorders[table.files[pair.file].recorder];
+    const auto& reading = readClock (table, pair);
+
+    if (! reading.stampError)
+        return "Placed by its sound";
+
+    const auto error = *reading.stampError;
+    juce::String text = "Timecode rough-in / placed by its sound";
+
+    if (std::abs (error) > 1.0)
+        text << ", " << juce::String (std::abs (error), 1) << " s " << (error > 0.0 ? "later" : "earlier")
+             << " than its timecode";
+
+    if (const auto expected = stampErrorAt (clock, reading.atSeconds);
+        expected && std::abs (*expected - error) > 0.3 && clock.files > 1)
+        text << "; " << juce::String (std::abs (*expected - error), 2) << " s off its recorder's other files";
+
+    return text;
+}
+
+PlaceVerdict provedVerdict (const DayTable& table, const DayPair& pair)
+{
+    const auto& proof = *pair.proof;
+    const auto slope = slopeFor (table, pair);
+    PlaceVerdict verdict;
+    auto& a = verdict.alignment;
+    a.stretches = stretchesOf (*proof.line, proof.cuts, slope, table.rateOf (pair), fileRateOf (table, pair));
+    a.offsetSamples = a.stretches.front().hostSample;
+    a.driftSlope = a.stretches.front().slope;
+    a.method = isStampedPair (table, pair) ? Alignment::Method::timecodeRefined : Alignment::Method::waveform;
+    a.confidence = confidenceOf (*proof.line);
+    a.detail = wordsFor (table, pair, a.offsetSamples);
+    a.evidence = describeLine (*proof.line, slope);
+    verdict.accepted = true;
+    return verdict;
+}
+
+PlaceVerdict refused (const DayPair& pair, const juce::String& why)
+{
+    PlaceVerdict verdict;
+    verdict.alignment = pair.first;
+    verdict.alignment.needsManual = true;
+    verdict.alignment.detail = why;
+    verdict.alignment.confidence = 0.0f;
+
+    if (pair.proof && pair.proof->line)
+        verdict.alignment.evidence = describeLine (*pair.proof->line, pair.proof->line->slope);
+
+    return verdict;
+}
+
+juce::String soundOf (const DayPair& pair)
+{
+    if (! pair.proof || pair.proof->windowsWithSound == 0)
+        return "no sound in common";
+
+    return "no line through " + countOf (pair.proof->windowsWithSound, "window", "windows") + " with sound";
+}
+
+PlaceVerdict byClock (const DayTable& table, const DayPair& pair, const ExpectedPlace& place)
+{
+    const auto& clock = table.recorders[table.files[pair.file].recorder];
+    PlaceVerdict verdict;
+    auto& a = verdict.alignment;
+
+    // The lag holds in the middle of what the two share; the file begins earlier, where the clock has drifted less.
+    const auto& guest = table.sources[pair.guestSource];
+    const auto host = (double) table.hostOf (pair).length;
+    const auto middle =
+        0.5 * (std::max (place.lag, 0.0) + std::min (place.lag + (double) guest.length, host)) - place.lag;
+    a.offsetSamples = (int64) std::llround (place.lag - clock.slope * middle);
+    a.driftSlope = clock.slope;
+    a.method = place.isByFile ? Alignment::Method::waveform : Alignment::Method::timecode;
+    a.confidence = byClockConfidence;
+    a.stretches = { { 0, a.offsetSamples, clock.slope } };
+    a.detail = place.isByFile ? "By its place in another take" : "By its recorder's clock";
+    a.evidence = soundOf (pair) + "; "
+                 + (place.isByFile ? juce::String ("the file runs on from another take")
+                                   : "clock proved by " + countOf (clock.files, "file", "files"));
+    verdict.accepted = true;
+    return verdict;
+}
+
+// Only the stamps speak, and no file of the recorder has shown how far they can be trusted.
+PlaceVerdict byTimecode (const DayTable& table, const DayPair& pair)
+{
+    const auto& clock = table.recorders[table.files[pair.file].recorder];
+    PlaceVerdict verdict { pair.first, pair.firstAccepted };
+    verdict.alignment.confidence = byTimecodeConfidence;
+    verdict.alignment.driftSlope = clock.slope;
+    verdict.alignment.stretches = { { 0, pair.first.offsetSamples, clock.slope } };
+    verdict.alignment.evidence = "timecode alone, " + soundOf (pair);
+    return verdict;
+}
+
+bool isTooShortToProve (const DayPair& pair)
+{
+    return ! pair.proof || pair.proof->windows.size() < 4;
+}
+
+}    // namespace
+
+juce::String describeLine (const LagLine& line, double slope)
+{
+    auto drops = 0, repeats = 0;
+
+    for (size_t i = 1; i < line.stretches.size(); ++i)
+        ++(line.stretches[i].lagAtZero > line.stretches[i - 1].lagAtZero ? drops : repeats);
+
+    juce::String text;
+    text << "on one line in " << line.windowsOnLine << " of " << std::max (line.windowsWithSound, line.windowsOnLine)
+         << " windows, " << juce::String (slope * 1e6, 1) << " ppm";
+
+    if (drops > 0)
+        text << ", " << countOf (drops, "drop", "drops");
+
+    if (repeats > 0)
+        text << ", " << countOf (repeats, "repeat", "repeats");
+
+    return text;
+}
+
+std::vector<ClockStretch>
+stretchesOf (const LagLine& line, const std::vector<double>& cuts, double slope, double hostRate, double fileRate)
+{
+    std::vector<ClockStretch> stretches;
+    const auto toFile = [&] (double guestSample) { return (int64) std::llround (guestSample * fileRate / hostRate); };
+    const auto& lines = line.stretches;
+
+    // A slope that was pooled from other files turns each stretch about its own middle.
+    const auto lagAt = [&] (size_t i, double x) {
+        const auto middle = 0.5 * (lines[i].fromX + lines[i].toX);
+        return lines[i].lagAtZero + line.slope * middle + slope * (x - middle);
+    };
+
+    for (size_t i = 0; i < lines.size(); ++i)
+    {
+        if (i == 0)
+        {
+            stretches.push_back ({ 0, (int64) std::llround (lagAt (0, 0.0)), slope });
+            continue;
+        }
+
+        const auto cut = cuts[i - 1];
+        const auto jump = lagAt (i, cut) - lagAt (i - 1, cut);
+        const auto from = cut + std::max (-jump, 0.0);    // what was said already is passed over
+        stretches.push_back ({ toFile (from), (int64) std::llround (from + lagAt (i, from)), slope });
+    }
+
+    return stretches;
+}
+
+PlaceVerdict judgePair (const DayTable& table, const DayPair& pair)
+{
+    if (pair.refusal.isNotEmpty())
+        return refused (pair, pair.refusal);
+
+    if (pair.isProved())
+        return provedVerdict (table, pair);
+
+    const auto place = expectedPlace (table, pair);
+    const auto isExpected = place && place->sharedSeconds >= leastShared;
+    const auto& clock = table.recorders[table.files[pair.file].recorder];
+
+    if (isExpected)
+        return byClock (table, pair, *place);
+
+    if (place && ! pair.first.needsManual)
+        return refused (pair,
+                        (place->isByFile ? juce::String ("Another take proves that this file ran at another time")
+                                         : "Its recorder's clock, proved by " + countOf (clock.files, "file", "files")
+                                               + ", puts it at another time than this take"));
+
+    if (pair.first.needsManual || isTooShortToProve (pair))
+        return { pair.first, pair.firstAccepted };
+
+    const auto& proof = *pair.proof;
+    const auto onLine = proof.line ? proof.line->windowsOnLine : 0;
+
+    if (pair.first.method == Alignment::Method::timecode && proof.windowsWithSound < enoughSound)
+        return byTimecode (table, pair);
+
+    return refused (pair,
+                    "Its sound lies on no line with this take (at best " + juce::String (onLine) + " of "
+                        + countOf (std::max (proof.windowsWithSound, onLine), "window", "windows") + " agree)");
+}
+
+}    // namespace ld

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "session/LockedPlacements.h"
+#include "session/Session.h"
+#include "sync/SyncEngine.h"
+
+namespace ld
+{
+
+/** A guest with the place that was found for it, and its audio, each file at its own place and on the host's clock. */
+struct PlacedGuest
+{
+    GuestClip guest;    // without audio where its files have gone or none was placed
+    Alignment alignment;
+};
+
+/** Reads the channel that guests are compared with first.
+    host   as describeHost gives it
+    A file that has gone or does not fit into memory gives no audio: every search then says so. */
+[[nodiscard]] HostTake readHostForSearch (HostTake host, int referenceChannel);
+
+/** Reads a guest's audio afresh and places it, file by file: where the file's place is known it is laid out there;
+    otherwise the place is searched (SyncEngine::alignBestChannel) and proved along the whole stretch (proveMatches), which
+    takes seconds. Files that are not placed beside others that are, are left out. What does not fit into memory is a guest
+    in doubt, with a sentence.
+    guest   as describeGuest gives it
+    The one road to a placed guest: what is heard in the window is what a combine run writes. */
+[[nodiscard]] PlacedGuest
+placeGuest (const HostTake& host, GuestClip guest, const LockedPlacements& known, const SyncProgress&);
+
+/** Puts a found place and its audio into the live guest; its tracks and notes stay the user's. Returns what it held. */
+[[nodiscard]] GuestClip takeOverPlace (GuestClip& live, PlacedGuest);
+
+}    // namespace ld
