@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace ld
 {
@@ -11,144 +10,356 @@ namespace
 
 using juce::int64;
 
-constexpr double sameJumpSeconds = 0.00025;
-constexpr double longestPathSeconds = 0.035;    // no two ways of a sound on a set differ by more: 12 m
-constexpr double surePeak = 0.3;
+constexpr double closeSeconds = 11.0, nearSeconds = 32.0;    // how far from a place its sides reach
+constexpr double alikeSeconds = 0.0002;                      // lags that are one
+constexpr double smallestJump = 0.0008;    // s; less may be another way of the sound, and does no harm
+constexpr size_t mostJumps = 60;
 
-// The lag, with the slope taken off, at which the largest peaks of some windows crowd; how many windows do.
-struct Crowd
+struct Vote
 {
-    double lag = 0.0;
-    int windows = 0;
+    double difference, weight;
+    double from = 0.0;    // the earlier lag
+    size_t track = 0;
 };
 
-Crowd crowdOf (const std::vector<const LagWindow*>& windows, double slope, double tolerance)
+// What speaks for the sides of a place being alike, once one is moved.
+struct Likeness
 {
-    Crowd best;
-    auto bestHeight = 0.0;
+    double shift = 0.0, atShift = 0.0, asTheyAre = 0.0;
+    int pairs = 0;    // of windows that agree on the shift
+    int ways = 0;     // of the sound that are moved by it
+};
 
-    for (const auto* candidate : windows)
-        for (const auto& peak : candidate->peaks)
-        {
-            const auto lag = peak.lag - slope * candidate->x;
-            Crowd crowd { 0.0, 0 };
-            auto height = 0.0;
+// By how much the lags of two windows of one track differ.
+struct LagStep
+{
+    double dx, lag, weight;
+};
 
-            for (const auto* window : windows)
-                for (const auto& other : window->peaks)
-                    if (std::abs (other.lag - slope * window->x - lag) < tolerance)
-                    {
-                        ++crowd.windows;
-                        height += std::abs ((double) other.height);
-                        crowd.lag += other.lag - slope * window->x;
+std::vector<LagStep> stepsNear (const std::vector<const std::vector<LagTrack>*>& pairs, double near, int rate)
+{
+    constexpr double farthestSeconds = 90.0, closestSeconds = 6.0, widest = 100e-6;
+    std::vector<LagStep> steps;
+
+    for (const auto* tracks : pairs)
+        for (const auto& track : *tracks)
+            for (size_t i = 0; i < track.windows.size(); ++i)
+                for (auto j = i + 1; j < track.windows.size(); ++j)
+                {
+                    const auto dx = track.windows[j].x - track.windows[i].x;
+
+                    if (dx < closestSeconds * rate)
+                        continue;
+
+                    if (dx > farthestSeconds * rate)
                         break;
-                    }
 
-            crowd.lag /= std::max (crowd.windows, 1);
+                    for (const auto& from : track.windows[i].peaks)
+                        for (const auto& to : track.windows[j].peaks)
+                            if (const auto lag = to.lag - from.lag; std::abs (lag - near * dx) <= widest * dx)
+                                steps.push_back ({ dx, lag, weightOf (from) * weightOf (to) });
+                }
 
-            if (height > bestHeight)
+    return steps;
+}
+
+class JumpFinder
+{
+public:
+    JumpFinder (const std::vector<LagTrack>& tracksToUse, double slopeOfLag, int sampleRate)
+        : rate (sampleRate), slope (slopeOfLag), isOneMicrophone (hearOneMicrophone (tracksToUse.front()))
+    {
+        for (size_t i = 0; i < tracksToUse.front().windows.size(); ++i)
+        {
+            Moment moment { tracksToUse.front().windows[i].x, {} };
+            auto isHeard = false;
+
+            for (const auto& track : tracksToUse)
             {
-                bestHeight = height;
-                best = crowd;
+                auto& lags = moment.lags.emplace_back();
+
+                for (const auto& peak : track.windows[i].peaks)
+                    lags.push_back ({ peak.lag - slope * moment.x, weightOf (peak) });
+
+                isHeard = isHeard || ! lags.empty();
+            }
+
+            if (isHeard)
+                moments.push_back (std::move (moment));
+        }
+    }
+
+    [[nodiscard]] std::vector<LagJump> find()
+    {
+        std::vector<LagJump> jumps;
+
+        while (jumps.size() < mostJumps)
+        {
+            const auto found = surestJump();
+
+            if (! found)
+                break;
+
+            jumps.push_back (*found);
+            takeOff (*found);
+        }
+
+        return joined (std::move (jumps));
+    }
+
+private:
+    struct Moment
+    {
+        double x;
+        std::vector<std::vector<Vote>> lags;    // by track: each lag with its weight
+    };
+
+    void takeOff (const LagJump& jump)
+    {
+        for (auto& moment : moments)
+            if (moment.x >= jump.x)
+                for (auto& lags : moment.lags)
+                    for (auto& lag : lags)
+                        lag.difference -= jump.size;
+    }
+
+    // Two steps at one place are one.
+    [[nodiscard]] std::vector<LagJump> joined (std::vector<LagJump> jumps) const
+    {
+        std::sort (jumps.begin(), jumps.end(), [] (auto& a, auto& b) { return a.x < b.x; });
+        std::vector<LagJump> result;
+
+        for (const auto& jump : jumps)
+        {
+            if (! result.empty() && result.back().x == jump.x)
+                result.back().size += jump.size;
+            else
+                result.push_back (jump);
+        }
+
+        std::erase_if (result, [&] (const LagJump& jump) { return std::abs (jump.size) < smallestJump * rate; });
+        return result;
+    }
+
+    [[nodiscard]] std::optional<LagJump> surestJump() const
+    {
+        std::optional<LagJump> best;
+        auto most = 0.0;
+
+        // Seen from near, another jump or a talker who walks does not blur it; seen from afar, more is heard.
+        for (const auto seconds : { closeSeconds, nearSeconds })
+            for (size_t at = 1; at < moments.size(); ++at)
+            {
+                const auto likeness = compareSides (at, seconds);
+
+                if (const auto gain = sureness (likeness, at, seconds); gain > most)
+                {
+                    most = gain;
+                    best = LagJump { 0.5 * (moments[at - 1].x + moments[at].x), likeness.shift };
+                }
+            }
+
+        return best;
+    }
+
+    // 0 where it is no jump.
+    [[nodiscard]] double sureness (const Likeness& likeness, size_t at, double seconds) const
+    {
+        constexpr double mostAsTheyAre = 0.35, mostAsTheyAreAfar = 0.4, leastAlike = 0.6;
+        constexpr int fewestPairs = 12, fewestWays = 4;
+
+        if (std::abs (likeness.shift) < smallestJump * rate || likeness.pairs < fewestPairs
+            || likeness.asTheyAre > mostAsTheyAre * likeness.atShift)
+            return 0.0;
+
+        // A few ways alone may be another talker's.
+        if (likeness.ways < fewestWays && ! isOneMicrophone)
+            return 0.0;
+
+        // The sides must be as alike as each is to itself.
+        const auto before = likenessWithin (at, -1, seconds), after = likenessWithin (at, 1, seconds);
+
+        if (likeness.atShift < leastAlike * std::sqrt (before * after))
+            return 0.0;
+
+        // Seen from farther, two talkers who take turns come back.
+        const auto afar = compareSides (at, 3.0 * seconds, likeness.shift);
+
+        if (afar.asTheyAre > (isOneMicrophone ? 0.5 : 1.0) * mostAsTheyAreAfar * afar.atShift)
+            return 0.0;
+
+        return (likeness.atShift - likeness.asTheyAre) / std::sqrt (before * after)
+               * std::sqrt ((double) likeness.pairs);
+    }
+
+    [[nodiscard]] std::pair<size_t, size_t> sideOf (size_t at, int direction, double seconds) const
+    {
+        const auto limit = seconds * rate;
+
+        if (direction < 0)
+        {
+            auto first = at;
+
+            while (first > 0 && moments[at].x - moments[first - 1].x <= limit)
+                --first;
+
+            return { first, at };
+        }
+
+        auto last = at;
+
+        while (last < moments.size() && moments[last].x - moments[at - 1].x <= limit)
+            ++last;
+
+        return { at, last };
+    }
+
+    // Differences of all lags of two moments, track by track.
+    static void addVotes (const Moment& a, const Moment& b, std::vector<Vote>& votes)
+    {
+        for (size_t t = 0; t < a.lags.size(); ++t)
+            for (const auto& from : a.lags[t])
+                for (const auto& to : b.lags[t])
+                    votes.push_back ({ to.difference - from.difference, from.weight * to.weight, from.difference, t });
+    }
+
+    [[nodiscard]] double alike (const std::vector<Vote>& votes, double shift) const
+    {
+        const auto tolerance = alikeSeconds * rate;
+        auto sum = 0.0;
+
+        for (const auto& vote : votes)
+            sum += std::abs (vote.difference - shift) < tolerance ? vote.weight : 0.0;
+
+        return sum;
+    }
+
+    [[nodiscard]] double likenessWithin (size_t at, int direction, double seconds) const
+    {
+        const auto [first, last] = sideOf (at, direction, seconds);
+        std::vector<Vote> votes;
+        auto pairs = 0;
+
+        for (auto i = first; i < last; ++i)
+            for (auto j = i + 1; j < last; ++j, ++pairs)
+                addVotes (moments[i], moments[j], votes);
+
+        return pairs > 0 ? alike (votes, 0.0) / pairs : 1.0;
+    }
+
+    [[nodiscard]] Likeness compareSides (size_t at, double seconds, std::optional<double> known = {}) const
+    {
+        const auto [first, middle] = sideOf (at, -1, seconds);
+        const auto last = sideOf (at, 1, seconds).second;
+        std::vector<Vote> votes;
+        Likeness likeness;
+        const auto windowPairs = (double) ((middle - first) * (last - middle));
+
+        for (auto i = first; i < middle; ++i)
+            for (auto j = middle; j < last; ++j)
+                addVotes (moments[i], moments[j], votes);
+
+        likeness.shift = known ? *known : bestShift (votes);
+        likeness.atShift = alike (votes, likeness.shift) / windowPairs;
+        likeness.asTheyAre = alike (votes, 0.0) / windowPairs;
+        likeness.ways = waysMoved (votes, likeness.shift);
+
+        for (auto i = first; i < middle; ++i)
+            for (auto j = middle; j < last; ++j)
+            {
+                votes.clear();
+                addVotes (moments[i], moments[j], votes);
+                likeness.pairs += alike (votes, likeness.shift) > 0.0 ? 1 : 0;
+            }
+
+        return likeness;
+    }
+
+    // How many ways of the sound, in whatever channels, are moved by a shift.
+    [[nodiscard]] int waysMoved (const std::vector<Vote>& votes, double shift) const
+    {
+        constexpr double otherWaySeconds = 0.0004, leastOfMost = 0.2;
+        std::vector<Vote> ways;
+
+        for (const auto& vote : votes)
+        {
+            if (std::abs (vote.difference - shift) >= alikeSeconds * rate)
+                continue;
+
+            const auto isSame = [&] (const Vote& way) {
+                return way.track == vote.track && std::abs (way.from - vote.from) < otherWaySeconds * rate;
+            };
+
+            if (const auto at = std::find_if (ways.begin(), ways.end(), isSame); at != ways.end())
+                at->weight += vote.weight;
+            else
+                ways.push_back (vote);
+        }
+
+        auto most = 0.0;
+
+        for (const auto& way : ways)
+            most = std::max (most, way.weight);
+
+        return (int) std::count_if (
+            ways.begin(), ways.end(), [&] (const Vote& way) { return way.weight >= leastOfMost * most; });
+    }
+
+    // Where the differences crowd: the heaviest stretch of them, then its mean.
+    [[nodiscard]] double bestShift (std::vector<Vote> votes) const
+    {
+        if (votes.empty())
+            return 0.0;
+
+        std::sort (votes.begin(), votes.end(), [] (auto& a, auto& b) { return a.difference < b.difference; });
+        const auto width = 2.0 * alikeSeconds * rate;
+        auto weight = 0.0, moment = 0.0, most = 0.0, best = 0.0;
+        size_t first = 0;
+
+        for (const auto& vote : votes)
+        {
+            weight += vote.weight;
+            moment += vote.weight * vote.difference;
+
+            while (vote.difference - votes[first].difference > width)
+            {
+                weight -= votes[first].weight;
+                moment -= votes[first].weight * votes[first].difference;
+                ++first;
+            }
+
+            if (weight > most)
+            {
+                most = weight;
+                best = moment / weight;
             }
         }
 
-    return best;
-}
+        return best;
+    }
 
-struct Confirmation
-{
-    int agreeing = 0, opposing = 0;    // channels
+    // The median of the largest peaks.
+    [[nodiscard]] static bool hearOneMicrophone (const LagTrack& track)
+    {
+        constexpr float leastHeight = 0.3f;
+        std::vector<float> heights;
+
+        for (const auto& window : track.windows)
+            if (! window.peaks.empty())
+                heights.push_back (std::abs (window.peaks.front().height));
+
+        if (heights.empty())
+            return false;
+
+        const auto middle = heights.begin() + (std::ptrdiff_t) heights.size() / 2;
+        std::nth_element (heights.begin(), middle, heights.end());
+        return *middle >= leastHeight;
+    }
+
+    const double rate, slope;
+    const bool isOneMicrophone;
+    std::vector<Moment> moments;    // windows in which anything is heard
 };
-
-Confirmation
-hear (const PairProof& proof, const std::vector<JumpWitness>& witnesses, const LineStretch& a, const LineStretch& b)
-{
-    constexpr double nearSeconds = 30.0;
-    constexpr int fewestWindows = 2;
-    const auto rate = (double) proof.search.rate;
-    const auto slope = proof.line->slope;
-    std::map<int, std::pair<std::vector<const LagWindow*>, std::vector<const LagWindow*>>> byChannel;
-
-    for (const auto& [channel, window] : witnesses)
-    {
-        if (channel == proof.hostChannel)
-            continue;
-
-        if (window.x <= a.toX && window.x >= std::max (a.fromX, a.toX - nearSeconds * rate))
-            byChannel[channel].first.push_back (&window);
-        else if (window.x >= b.fromX && window.x <= std::min (b.toX, b.fromX + nearSeconds * rate))
-            byChannel[channel].second.push_back (&window);
-    }
-
-    Confirmation confirmation;
-    const auto tolerance = sameJumpSeconds * rate;
-
-    for (const auto& [channel, sides] : byChannel)
-    {
-        const auto before = crowdOf (sides.first, slope, tolerance), after = crowdOf (sides.second, slope, tolerance);
-
-        if (before.windows < fewestWindows || after.windows < fewestWindows)
-            continue;
-
-        const auto isSame = std::abs (after.lag - before.lag - (b.lagAtZero - a.lagAtZero)) < 1.5 * tolerance;
-        ++(isSame ? confirmation.agreeing : confirmation.opposing);
-    }
-
-    return confirmation;
-}
-
-double heightAround (const PairProof& proof, const LineStretch& stretch)
-{
-    auto sum = 0.0;
-    auto count = 0;
-
-    for (const auto& window : proof.windows)
-        if (window.x >= stretch.fromX && window.x <= stretch.toX)
-            for (const auto& peak : window.peaks)
-                if (std::abs (peak.lag - stretch.lagAtZero - proof.line->slope * window.x)
-                    < sameJumpSeconds * proof.search.rate)
-                {
-                    sum += std::abs ((double) peak.height);
-                    ++count;
-                    break;
-                }
-
-    return sum / std::max (count, 1);
-}
-
-bool isConfirmed (const PairProof& proof,
-                  const std::vector<JumpWitness>& witnesses,
-                  const LineStretch& a,
-                  const LineStretch& b)
-{
-    constexpr int enoughWindows = 4;
-
-    if (std::abs (b.lagAtZero - a.lagAtZero) > longestPathSeconds * proof.search.rate)
-        return true;
-
-    if (std::min (heightAround (proof, a), heightAround (proof, b)) >= surePeak)
-        return true;
-
-    const auto confirmation = hear (proof, witnesses, a, b);
-
-    if (confirmation.agreeing + confirmation.opposing == 0)
-        return std::min (a.windows, b.windows) >= enoughWindows;
-
-    return confirmation.agreeing >= confirmation.opposing;
-}
-
-// Two stretches become one; the place is that of the one that more windows bear out.
-void joinStretches (PairProof& proof, size_t first)
-{
-    auto& stretches = proof.line->stretches;
-    auto& a = stretches[first];
-    const auto& b = stretches[first + 1];
-    a.lagAtZero = a.windows >= b.windows ? a.lagAtZero : b.lagAtZero;
-    a.windows = std::max (a.windows, b.windows);
-    a.toX = b.toX;
-    stretches.erase (stretches.begin() + (std::ptrdiff_t) first + 1);
-}
 
 // Speech without its lows: their slow waves fit at any lag.
 std::vector<float> emphasised (const std::vector<float>& samples)
@@ -179,60 +390,107 @@ std::vector<float> readSilencePadded (const SourceAudio& audio, int channel, int
 
 }    // namespace
 
-bool dropUnconfirmedJumps (PairProof& proof, const std::vector<JumpWitness>& witnesses)
+std::optional<CommonSlope>
+findCommonSlope (const std::vector<const std::vector<LagTrack>*>& pairs, double near, int rate)
 {
-    auto& stretches = proof.line->stretches;
-    auto wasDropped = false;
+    constexpr double stepOfSearch = 0.5e-6, widest = 100e-6, toleranceSeconds = 0.00015;
+    const auto steps = stepsNear (pairs, near, rate);
 
-    for (size_t i = 0; i + 1 < stretches.size();)
+    if (steps.empty())
+        return {};
+
+    // Every step votes for the slopes that it allows.
+    const auto tolerance = toleranceSeconds * rate;
+    std::vector<double> votes ((size_t) (2.0 * widest / stepOfSearch) + 1);
+
+    for (const auto& step : steps)
     {
-        if (isConfirmed (proof, witnesses, stretches[i], stretches[i + 1]))
-        {
-            ++i;
-            continue;
-        }
+        const auto middle = (step.lag / step.dx - near + widest) / stepOfSearch;
+        const auto half = tolerance / step.dx / stepOfSearch;
+        const auto from = std::max ((int) std::ceil (middle - half), 0);
+        const auto to = std::min ((int) std::floor (middle + half), (int) votes.size() - 1);
 
-        joinStretches (proof, i);
-        wasDropped = true;
+        for (int i = from; i <= to; ++i)
+            votes[(size_t) i] += step.weight;
     }
 
-    return wasDropped;
+    const auto most = std::max_element (votes.begin(), votes.end()) - votes.begin();
+    CommonSlope common { near - widest + (double) most * stepOfSearch, 0.0 };
+    constexpr int rounds = 8;
+
+    for (int round = 0; round < rounds; ++round)
+    {
+        auto sxx = 0.0, sxy = 0.0, squares = 0.0, weights = 0.0;
+
+        for (const auto& step : steps)
+        {
+            const auto u = (step.lag - common.slope * step.dx) / (1.5 * tolerance);
+            const auto v = 1.0 - u * u;
+
+            if (v <= 0.0)
+                continue;
+
+            const auto weight = step.weight * v * v;
+            sxx += weight * step.dx * step.dx;
+            sxy += weight * step.dx * step.lag;
+            squares += weight * u * u;
+            weights += weight;
+        }
+
+        if (sxx <= 0.0)
+            return {};
+
+        common.slope = sxy / sxx;
+
+        // A lag takes part in many steps: they count as no more than windows there are.
+        auto windows = 0.0;
+
+        for (const auto* tracks : pairs)
+            windows += (double) tracks->front().windows.size();
+
+        const auto rms = 1.5 * tolerance * std::sqrt (squares / weights);
+        common.error = rms * std::sqrt (weights / sxx / std::max (windows, 1.0));
+    }
+
+    return common;
 }
 
-double findCut (const std::vector<LagSource>& sources, const PairProof& proof, size_t stretch)
+std::vector<LagJump> findJumps (const std::vector<LagTrack>& tracks, double slope, int rate)
 {
-    const auto& a = proof.line->stretches[stretch];
-    const auto& b = proof.line->stretches[stretch + 1];
-    const auto middle = 0.5 * (a.toX + b.fromX);
-    const auto& hostSource = sources[proof.task.host];
-    const auto& guestSource = sources[proof.task.guest];
-    const SourceAudio host (hostSource.file, hostSource.rate), guest (guestSource.file, guestSource.rate);
+    return tracks.empty() ? std::vector<LagJump> {} : JumpFinder (tracks, slope, rate).find();
+}
+
+double findCut (const JumpPlace& place)
+{
+    const auto middle = 0.5 * (place.fromX + place.toX);
+    const auto& jump = place.line.jumps[place.jump];
+    const SourceAudio host (place.host.file, place.host.rate), guest (place.guest.file, place.guest.rate);
 
     if (! host.isOpen() || ! guest.isOpen())
         return middle;
 
     // Windows reach over the jump: it can lie anywhere from the middle of the one to that of the other, and a little beyond.
-    constexpr double marginSeconds = 1.0, longestSeconds = 60.0;
-    const auto rate = (double) hostSource.rate;
-    const auto from = (int64) std::max (a.toX - marginSeconds * rate, middle - longestSeconds * rate);
-    const auto count = (int64) std::min (b.fromX + marginSeconds * rate, middle + longestSeconds * rate) - from;
+    constexpr double marginSeconds = 1.0, longestSeconds = 40.0;
+    const auto rate = (double) place.host.rate;
+    const auto from = (int64) std::max (place.fromX - marginSeconds * rate, middle - longestSeconds * rate);
+    const auto count = (int64) std::min (place.toX + marginSeconds * rate, middle + longestSeconds * rate) - from;
 
     if (count < 2)
         return middle;
 
     // The lag drifts on the way by a few samples, which is more than speech without its lows forgives.
     constexpr int64 spare = 512;
-    const auto slope = proof.line->slope;
-    const auto partOf = [&] (const LineStretch& line) {
-        const auto lag = (int64) std::llround (line.lagAtZero + slope * (double) from);
-        return emphasised (readSilencePadded (host, proof.hostChannel, from + lag - spare, count + 2 * spare));
+    const auto slope = place.line.slope;
+    const auto lagBefore = place.line.lagAt (jump.x) - jump.size - slope * jump.x;    // at guest sample 0
+    const auto partAt = [&] (double lagAtZero) {
+        const auto lag = (int64) std::llround (lagAtZero + slope * (double) from);
+        return emphasised (readSilencePadded (host, place.hostChannel, from + lag - spare, count + 2 * spare));
     };
-    const auto guestPart = emphasised (readSilencePadded (guest, proof.guestChannel, from, count));
-    const auto early = partOf (a), late = partOf (b);
+    const auto guestPart = emphasised (readSilencePadded (guest, place.guestChannel, from, count));
+    const auto early = partAt (lagBefore), late = partAt (lagBefore + jump.size);
     const auto drifted = [&] (size_t i) {
-        return i
-               + (size_t) (spare
-                           + std::clamp (std::llround (slope * (double) i), -(long long) spare, (long long) spare));
+        const auto drift = std::llround (slope * (double) i);
+        return i + (size_t) (spare + std::clamp (drift, -(long long) spare, (long long) spare));
     };
     const auto explains = [&] (const std::vector<float>& part, size_t i) {
         return (double) guestPart[i] * (double) part[drifted (i)];
@@ -253,7 +511,7 @@ double findCut (const std::vector<LagSource>& sources, const PairProof& proof, s
     auto sum = 0.0, best = 0.0;
     size_t at = 0;
 
-    // The sum is of what the earlier stretch explains before the cut, less what the later one would.
+    // The sum is of what the earlier place explains before the cut, less what the later one would.
     for (size_t i = 0; i < size; ++i)
     {
         sum += signEarly * explains (early, i) - signLate * explains (late, i);

@@ -1,24 +1,46 @@
 #pragma once
 
-#include "clocks/PairProof.h"
+#include "clocks/LagLine.h"
+#include "clocks/RecorderClocks.h"
 
 namespace ld
 {
 
-/** What a channel of the host says near a jump. */
-struct JumpWitness
+/** The windows of a pair as one pair of its channels hears them. */
+struct LagTrack
 {
-    int hostChannel = 0;
-    LagWindow window;
+    int hostChannel = 0, guestChannel = 0;
+    std::vector<LagWindow> windows;    // in order of time; the same places in every track of a pair
 };
 
-/** Takes out of a proof's line the jumps that the other channels of the host do not confirm: they must jump by as much, as
-    a clock does, and not by something else, as the way of another talker's sound does.
-    Returns true where it took one out. */
-bool dropUnconfirmedJumps (PairProof&, const std::vector<JumpWitness>&);
+/** The slope that the lags of neighbouring windows agree on, over all pairs of one recorder: of every two windows up to a
+    minute and a half apart the lags differ by the slope, on whatever way the sound comes, unless the clock jumped in between.
+    The most frequent answer counts (as in a Hough transform), then its mean by Tukey's biweight.
+    near   where to look, 100 ppm to either side
+    Nothing where no two lags agree. */
+[[nodiscard]] std::optional<CommonSlope>
+findCommonSlope (const std::vector<const std::vector<LagTrack>*>& pairs, double near, int rate);
 
-/** Where between two stretches of a line the clock jumped, guest samples: the place from which on the sound fits the later
-    stretch better than the earlier one. Reads both files there. */
-[[nodiscard]] double findCut (const std::vector<LagSource>&, const PairProof&, size_t stretch);
+/** Finds where the guest's clock jumped. A clock that jumps moves every way of the sound by as much, in all channels; another
+    talker only exchanges some ways for others. So the lags ahead of a place are held against those behind it: where they
+    are alike once all are moved by one number, and not as they stand, that number is a jump.
+    tracks   of the pair, with the windows of each
+    slope    of the lag, per guest sample
+    Returns the jumps in order, each half way between the windows that it lies between. */
+[[nodiscard]] std::vector<LagJump> findJumps (const std::vector<LagTrack>& tracks, double slope, int rate);
+
+/** A jump and the pair in which it lies. */
+struct JumpPlace
+{
+    const LagSource &host, &guest;
+    int hostChannel = 0, guestChannel = 0;
+    const LagLine& line;
+    size_t jump = 0;
+    double fromX = 0.0, toX = 0.0;    // it lies between these guest samples
+};
+
+/** Where the clock jumped: the guest sample from which on the sound fits the later place better than the earlier one. Reads
+    both files there. */
+[[nodiscard]] double findCut (const JumpPlace&);
 
 }    // namespace ld

@@ -15,28 +15,29 @@ struct LagWindow
     bool hasSound = false;    // in both recordings: a window without a peak then speaks against a common line
 };
 
-/** A stretch of a guest along which its clock ran evenly: guest sample x lies on host sample x + lagAtZero + slope * x. */
-struct LineStretch
+/** A place where a clock dropped or repeated samples: from guest sample x on the lag is larger by size. */
+struct LagJump
 {
-    double fromX = 0.0, toX = 0.0;    // middles of the first and the last window that lie on it
-    double lagAtZero = 0.0;
-    int windows = 0;    // that lie on it
-    bool operator== (const LineStretch&) const = default;
+    double x = 0.0, size = 0.0;    // samples; above 0 the guest lacks samples
+
+    bool operator== (const LagJump&) const = default;
 };
 
-/** The line on which the lags of a pair lie; its stretches are parallel, and apart where a converter dropped or repeated
-    samples. */
+/** The line on which the lags of a pair lie: guest sample x lies on host sample x + lagAt (x). */
 struct LagLine
 {
-    double slope = 0.0, slopeError = 0.0;    // of the lag, per guest sample; one standard error
-    std::vector<LineStretch> stretches;      // in order, at least one
+    double lagAtZero = 0.0, slope = 0.0;
+    double slopeError = 0.0;             // one standard error
+    std::vector<LagJump> jumps;          // in order
+    double firstX = 0.0, lastX = 0.0;    // middles of the first and the last window on the line
     int windowsOnLine = 0, windowsWithSound = 0;
+    int windowsNearLine = 0;          // on it, or as far off as another way of the sound can be
     double residual = 0.0;            // samples, RMS of the windows on the line
     double height = 0.0;              // mean of the peaks on the line
+    double rival = 0.0;               // how well another line fits that no echo explains, against this one
     double log10FalseAlarms = 0.0;    // of how many such lines chance makes in one pair
 
     [[nodiscard]] double lagAt (double x) const noexcept;
-    [[nodiscard]] const LineStretch& stretchAt (double x) const noexcept;
 };
 
 struct LineSearch
@@ -46,17 +47,22 @@ struct LineSearch
     double independence = 1.0;      // the share of a window that it does not share with the next
     std::optional<double> slope;    // where it is known; otherwise it is searched
     double steepest = 1.5e-3;       // 1500 ppm
+    std::vector<LagJump> jumps;     // that are known
 };
 
-/** The line that most windows agree on, however many of them tell something else: lines through two peaks are tried, the
-    best by a bounded loss is refined by least squares with Tukey's biweight (Beaton and Tukey, 1974), and jumps along it
-    are found by the best path through parallel levels at a price for each jump, as in robust change-point detection
-    (Fearnhead and Rigaill, 2019).
+/** The line that most windows agree on, however many of them tell something else: lines through two peaks are tried, and the
+    best by a bounded loss is refined by least squares with Tukey's biweight (Beaton and Tukey, 1974).
     How surely it is one is told as the number of false alarms of Desolneux, Moisan and Morel (2000), with Hoeffding's bound.
-    Nothing where no two windows agree. */
+    Nothing where no window has a peak. */
 [[nodiscard]] std::optional<LagLine> fitLagLine (const std::vector<LagWindow>&, const LineSearch&);
 
-/** How well windows lie on parallel levels of a slope: the best path's score. For the comparison of slopes. */
+/** A line that chance does not make, and of which there is but one. */
 [[nodiscard]] bool isSureLine (const LagLine&) noexcept;
+
+/** True where both recordings come from one microphone: no two microphones hear so much alike. */
+[[nodiscard]] bool isOneMicrophone (const LagLine&) noexcept;
+
+/** How much a peak counts: one that hardly stands out counts for less than one that cannot be chance. */
+[[nodiscard]] double weightOf (const LagPeak&) noexcept;
 
 }    // namespace ld

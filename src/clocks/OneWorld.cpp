@@ -12,11 +12,14 @@ namespace
 constexpr double sameTimeSeconds = 0.5;    // takes' own stamps may be off by some timecode frames
 constexpr double slippedSeconds = 5.0;     // a stamp can be off by so much on one file alone
 
-// How much speaks for a place: windows on the line, each by how alike the two recordings are there.
+// How much speaks for a place: windows that agree, less those with sound that do not. A song is heard alike in many takes,
+// but what is said around it only in one.
 double weightOf (const DayPair& pair)
 {
+    constexpr double contradiction = 0.7;
     const auto& line = *pair.proof->line;
-    return line.windowsOnLine * (0.2 + line.height);
+    const auto against = std::max (line.windowsWithSound - line.windowsNearLine, 0);
+    return line.windowsNearLine + line.height - contradiction * against;
 }
 
 juce::String nameOf (const DayFile& file)
@@ -41,7 +44,7 @@ double stampMismatch (const DayTable& table, const DayPair& pair)
 {
     const auto reading = readClock (table, pair);
     const auto expected = stampErrorAt (table.recorders[table.files[pair.file].recorder], reading.atSeconds);
-    return reading.stampError && expected ? *reading.stampError - *expected : 0.0;
+    return reading.stampError && expected ? *reading.stampError - expected->seconds : 0.0;
 }
 
 std::vector<Occurrence> occurrencesOf (const DayTable& table, const std::vector<size_t>& pairs)
@@ -112,8 +115,8 @@ void keepOneTakeAtATime (DayTable& table, std::vector<size_t> pairs)
                 || (table.polys[pair.poly].stampSeconds && table.polys[better.poly].stampSeconds))
                 continue;
 
-            const auto from = std::max (line.stretches.front().fromX, better.proof->line->stretches.front().fromX);
-            const auto to = std::min (line.stretches.back().toX, better.proof->line->stretches.back().toX);
+            const auto from = std::max (line.firstX, better.proof->line->firstX);
+            const auto to = std::min (line.lastX, better.proof->line->lastX);
 
             if (to - from > sameTimeSeconds * table.rateOf (pair))
                 pair.refusal = "Its sound fits here, but the same seconds of the file belong to "

@@ -1,7 +1,5 @@
 #include "clocks/PairProof.h"
 
-#include "clocks/JumpSearch.h"
-
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -16,10 +14,13 @@ using juce::int64;
 
 constexpr double windowSeconds = 5.46, shortestWindowSeconds = 0.68;    // 2^18 and 2^15 samples at 48 kHz
 constexpr double shortestShare = 0.5;                                   // s
-constexpr int windowsPerPair = 30;
-constexpr double closestHop = 2.0, widestHop = 8.0;    // s
+constexpr int windowsPerPair = 60;
+constexpr double closestHop = 2.0, widestHop = 4.0;    // s
+constexpr int64 mostWindows = 4000;
+constexpr int lowestRate = 4000;    // Hz; below it nothing of speech is left
 constexpr int probesPerPair = 8;
 constexpr int mostGuestChannels = 8;
+constexpr size_t mostTracks = 3;
 
 struct Shared
 {
@@ -45,13 +46,14 @@ struct Grid
         reach = size / 8;
         hop = (int64) (std::clamp ((double) host.length / rate / windowsPerPair, closestHop, widestHop) * rate);
 
-        const auto shortestHop = std::max<int64> (size / 4, 1);
+        const auto shortestHop = std::max<int64> (size / 8, 1);
+        const auto fewestWindows = 12;
 
-        while (hop / 2 >= shortestHop && shared.length / hop < windowsPerPair / 3)
+        while (hop / 2 >= shortestHop && shared.length / hop < fewestWindows)
             hop /= 2;
 
+        hop = std::max (hop, shared.length / mostWindows);
         const auto stretch = size - 2 * reach;
-        independence = std::min (1.0, (double) hop / (double) stretch);
 
         for (auto k = shared.start / hop;; ++k)
         {
@@ -67,7 +69,6 @@ struct Grid
 
     int order = 18;
     int64 reach = 0, hop = 1;
-    double independence = 1.0;
     std::vector<int64> centres;    // host samples
 };
 
@@ -78,18 +79,113 @@ std::vector<int> channelsOf (const LagSource& source, int most)
     return channels;
 }
 
-// Everything about one pair while it is proved.
+// A pair while it is proved.
 struct Work
 {
     PairProof proof;
     std::optional<Grid> grid;
-    std::vector<bool> isProbed;                     // of the grid's windows
-    std::map<int64, LagAnswer> probes, measured;    // by the window's centre
+    std::vector<std::pair<int64, LagAnswer>> answers;    // with the windows' centres
 };
 
-bool sameChannels (const LagReading& reading, const PairProof& proof)
+struct Asked
 {
-    return reading.hostChannel == proof.hostChannel && reading.guestChannel == proof.guestChannel;
+    size_t work;
+    int64 centre;
+};
+
+// Which channels, and how well their probes agree.
+struct Candidate
+{
+    int hostChannel = 0, guestChannel = 0;
+    double score = 0.0;
+    bool hasLine = false;
+    LagLine line;
+};
+
+// The reach of a window, as a share of it.
+int64 reachOf (int order)
+{
+    return ((int64) 1 << order) / 8;
+}
+
+double independenceOf (int order, int64 hop)
+{
+    const auto stretch = ((int64) 1 << order) - 2 * reachOf (order);
+    return std::min (1.0, (double) hop / (double) stretch);
+}
+
+// A recording's own quiet: most of its windows are louder where anything is said.
+float quietOf (std::vector<float> levels)
+{
+    constexpr double share = 0.15;
+    const auto at = levels.begin() + (std::ptrdiff_t) (share * (double) levels.size());
+    std::nth_element (levels.begin(), at, levels.end());
+    return *at;
+}
+
+bool isSound (float level, float quiet)
+{
+    constexpr float overQuiet = 1.8f, alwaysSound = 0.0056f;    // 5 dB; 45 dB below full scale
+    return level > overQuiet * quiet || level > alwaysSound;
+}
+
+// Puts the windows that were measured into the tracks of a proof.
+void storeAnswers (PairProof& proof, std::vector<std::pair<int64, LagAnswer>> answers)
+{
+    std::sort (answers.begin(), answers.end(), [] (auto& a, auto& b) { return a.first < b.first; });
+    std::vector<float> hostLevels, guestLevels;
+
+    for (const auto& [centre, answer] : answers)
+    {
+        hostLevels.push_back (answer.hostLevels.front());
+        guestLevels.push_back (answer.guestLevels.front());
+    }
+
+    const auto hostQuiet = quietOf (hostLevels), guestQuiet = quietOf (guestLevels);
+    proof.centres.clear();
+
+    for (auto& track : proof.tracks)
+        track.windows.clear();
+
+    for (auto& [centre, answer] : answers)
+    {
+        const auto hasSound =
+            isSound (answer.hostLevels.front(), hostQuiet) && isSound (answer.guestLevels.front(), guestQuiet);
+        proof.centres.push_back (centre);
+
+        for (auto& track : proof.tracks)
+            for (auto& reading : answer.readings)
+                if (reading.hostChannel == track.hostChannel && reading.guestChannel == track.guestChannel)
+                    track.windows.push_back ({ (double) answer.guestCentre, std::move (reading.peaks), hasSound });
+    }
+}
+
+void countSound (PairProof& proof)
+{
+    const auto& windows = proof.tracks.front().windows;
+    proof.windowsWithSound =
+        (int) std::count_if (windows.begin(), windows.end(), [] (const LagWindow& window) { return window.hasSound; });
+}
+
+LagQuery queryFor (const PairProof& proof, int order, int64 centre)
+{
+    const auto rough = proof.task.roughLag;
+    LagQuery query;
+    query.host = proof.task.host;
+    query.guest = proof.task.guest;
+    query.hostStart = centre - ((int64) 1 << order) / 2;
+    query.order = order;
+    query.reach = reachOf (order);
+    query.roughLag = proof.line ? (int64) std::llround (proof.line->lagAt ((double) (centre - rough))) : rough;
+    return query;
+}
+
+void askTracks (LagQuery& query, const PairProof& proof)
+{
+    query.guestChannels = { proof.tracks.front().guestChannel };
+
+    for (const auto& track : proof.tracks)
+        query.hostChannels.push_back (track.hostChannel);
 }
 
 class Prover
@@ -108,48 +204,28 @@ public:
     {
         locateCoarsely();
         probeChannels();
-        measureBestChannels();
-
-        for (auto& work : works)
-            fit (work);
-
-        lookCloser();
-        confirmJumps();
+        measureTracks();
         std::vector<PairProof> proofs;
 
         for (auto& work : works)
-        {
-            placeCuts (work);
             proofs.push_back (std::move (work.proof));
-        }
 
         return proofs;
     }
 
 private:
-    struct Asked
-    {
-        Work* work;
-        int64 centre;
-    };
-
     [[nodiscard]] const LagSource& hostOf (const Work& work) const { return sources[work.proof.task.host]; }
     [[nodiscard]] const LagSource& guestOf (const Work& work) const { return sources[work.proof.task.guest]; }
 
-    [[nodiscard]] static int64 lagFor (const Work& work, int64 centre)
-    {
-        const auto& line = work.proof.line;
-        const auto rough = work.proof.task.roughLag;
-        return line ? (int64) std::llround (line->lagAt ((double) (centre - rough))) : rough;
-    }
-
-    template <typename Store>
-    void ask (const std::vector<LagQuery>& queries, const std::vector<Asked>& asked, Store&& store)
+    void ask (const std::vector<LagQuery>& queries, const std::vector<Asked>& asked)
     {
         auto answers = measureLags (sources, queries, options.workers, options.progress, options.onRead);
 
+        for (auto& work : works)
+            work.answers.clear();
+
         for (size_t i = 0; i < answers.size(); ++i)
-            store (*asked[i].work, asked[i].centre, std::move (answers[i]));
+            works[asked[i].work].answers.emplace_back (asked[i].centre, std::move (answers[i]));
     }
 
     // Where a place is doubtful: long windows of the mixdowns, which see far.
@@ -160,22 +236,20 @@ private:
         std::vector<LagQuery> queries;
         std::vector<Asked> asked;
 
-        for (auto& work : works)
+        for (size_t w = 0; w < works.size(); ++w)
         {
-            const auto& host = hostOf (work);
-            const auto& task = work.proof.task;
-            const auto fineReach = windowSeconds / 8.0;
+            const auto& host = hostOf (works[w]);
+            const auto& task = works[w].proof.task;
 
-            if (task.doubtSeconds <= fineReach)
+            if (task.doubtSeconds <= windowSeconds / 8.0 || host.rate < lowestRate)
                 continue;
 
             const auto doubt = (int64) (task.doubtSeconds * host.rate);
-            auto shared = sharedStretch (host, guestOf (work), task.roughLag);
+            auto shared = sharedStretch (host, guestOf (works[w]), task.roughLag);
             shared.start = std::max<int64> (shared.start - doubt, 0);
             shared.length = std::min (shared.length + 2 * doubt, host.length - shared.start);
             const auto order = lagWindowOrder (longestSeconds, host.rate);
             const auto size = (int64) 1 << order;
-            const auto reach = std::min (doubt, size * 3 / 8);
 
             for (int i = 0; i < coarseWindows; ++i)
             {
@@ -184,17 +258,15 @@ private:
                                      task.guest,
                                      centre - size / 2,
                                      order,
-                                     reach,
+                                     std::min (doubt, size * 3 / 8),
                                      task.roughLag,
                                      { mixdownChannel },
                                      { mixdownChannel } });
-                asked.push_back ({ &work, centre });
+                asked.push_back ({ w, centre });
             }
         }
 
-        ask (queries, asked, [] (Work& work, int64 centre, LagAnswer answer) {
-            work.measured[centre] = std::move (answer);
-        });
+        ask (queries, asked);
 
         for (auto& work : works)
             takeCoarsePlace (work);
@@ -202,21 +274,17 @@ private:
 
     void takeCoarsePlace (Work& work) const
     {
-        if (work.measured.empty())
-            return;
-
         std::vector<LagWindow> windows;
 
-        for (auto& [centre, answer] : work.measured)
+        for (auto& [centre, answer] : work.answers)
             windows.push_back ({ (double) answer.guestCentre, std::move (answer.readings.front().peaks), false });
 
-        work.measured.clear();
         LineSearch search;
         search.rate = hostOf (work).rate;
         search.reach = work.proof.task.doubtSeconds * search.rate;
 
         if (const auto line = fitLagLine (windows, search); line && line->windowsOnLine >= 2)
-            work.proof.task.roughLag = (int64) std::llround (line->lagAt ((double) windows[windows.size() / 2].x));
+            work.proof.task.roughLag = (int64) std::llround (line->lagAt (windows[windows.size() / 2].x));
     }
 
     void probeChannels()
@@ -224,14 +292,15 @@ private:
         std::vector<LagQuery> queries;
         std::vector<Asked> asked;
 
-        for (auto& work : works)
+        for (size_t w = 0; w < works.size(); ++w)
         {
+            auto& work = works[w];
             const auto& host = hostOf (work);
-            const auto& guest = guestOf (work);
-            const auto shared = sharedStretch (host, guest, work.proof.task.roughLag);
-            work.proof.sharedSeconds = (double) shared.length / host.rate;
+            const auto shared = sharedStretch (host, guestOf (work), work.proof.task.roughLag);
+            work.proof.sharedSeconds = (double) shared.length / std::max (host.rate, 1);
 
-            if (work.proof.sharedSeconds < shortestShare || host.channels < 1 || guest.channels < 1)
+            if (work.proof.sharedSeconds < shortestShare || host.channels < 1 || guestOf (work).channels < 1
+                || host.rate < lowestRate)
                 continue;
 
             work.grid.emplace (host, shared);
@@ -241,320 +310,262 @@ private:
             for (int i = 0; i < count; ++i)
             {
                 const auto centre = centres[(size_t) ((i + 0.5) / count * (double) centres.size())];
-                queries.push_back (queryOf (work, centre));
+                queries.push_back (queryFor (work.proof, work.grid->order, centre));
                 queries.back().hostChannels = channelsOf (host, host.channels);
-                queries.back().guestChannels = channelsOf (guest, mostGuestChannels);
-                asked.push_back ({ &work, centre });
+                queries.back().guestChannels = channelsOf (guestOf (work), mostGuestChannels);
+                asked.push_back ({ w, centre });
             }
         }
 
-        ask (queries, asked, [] (Work& work, int64 centre, LagAnswer answer) {
-            work.probes[centre] = std::move (answer);
-        });
+        ask (queries, asked);
 
         for (auto& work : works)
-            if (work.grid)
-                chooseChannels (work);
+            if (work.grid && ! work.answers.empty())
+                chooseTracks (work);
     }
 
-    [[nodiscard]] LagQuery queryOf (const Work& work, int64 centre) const
+    [[nodiscard]] LineSearch searchOf (const Work& work, int order) const
     {
-        const auto& grid = *work.grid;
-        return { work.proof.task.host,
-                 work.proof.task.guest,
-                 centre - ((int64) 1 << grid.order) / 2,
-                 grid.order,
-                 grid.reach,
-                 lagFor (work, centre),
-                 { work.proof.hostChannel },
-                 { work.proof.guestChannel } };
+        LineSearch search;
+        search.rate = hostOf (work).rate;
+        search.reach = (double) reachOf (order);
+        search.independence = independenceOf (order, work.grid->hop);
+        return search;
     }
 
-    // The two channels whose probes agree best. Two recordings of one microphone stand out by their height.
-    void chooseChannels (Work& work) const
+    // Two recordings of one microphone stand out by their height; otherwise the more windows agree, the better.
+    [[nodiscard]] std::vector<Candidate> candidatesOf (const Work& work) const
     {
-        auto& proof = work.proof;
-        auto best = -1.0;
-        std::optional<LagLine> bestLine;
-
-        if (work.probes.empty())
-            return;
-
-        const auto& pattern = work.probes.begin()->second.readings;
+        std::vector<Candidate> candidates;
+        const auto& pattern = work.answers.front().second.readings;
+        auto search = searchOf (work, work.grid->order);
+        search.independence = 1.0;
 
         for (size_t r = 0; r < pattern.size(); ++r)
         {
             std::vector<LagWindow> windows;
             auto overRms = 0.0;
 
-            for (const auto& [centre, answer] : work.probes)
+            for (const auto& [centre, answer] : work.answers)
             {
                 windows.push_back ({ (double) answer.guestCentre, answer.readings[r].peaks, false });
                 overRms += answer.readings[r].peaks.empty() ? 0.0 : (double) answer.readings[r].peaks.front().overRms;
             }
 
-            auto line = fitLagLine (windows, searchOf (work));
-            const auto isLine = line && line->windowsOnLine >= 2;
-            const auto score = isLine ? 1.0 + line->windowsOnLine * line->height : overRms * 1e-6;
+            auto line = fitLagLine (windows, search);
 
-            if (score > best)
-            {
-                best = score;
-                proof.hostChannel = pattern[r].hostChannel;
-                proof.guestChannel = pattern[r].guestChannel;
-                bestLine = isLine && line->windowsOnLine >= 3 ? line : std::nullopt;
-            }
+            const auto hasLine = line && line->windowsOnLine >= 2;
+            candidates.push_back ({ pattern[r].hostChannel,
+                                    pattern[r].guestChannel,
+                                    hasLine ? 1.0 + line->windowsOnLine * line->height : overRms * 1e-6,
+                                    hasLine,
+                                    hasLine ? *line : LagLine {} });
         }
 
-        proof.line = bestLine;
+        std::stable_sort (candidates.begin(), candidates.end(), [] (auto& a, auto& b) { return a.score > b.score; });
+        return candidates;
     }
 
-    [[nodiscard]] LineSearch searchOf (const Work& work) const
+    void chooseTracks (Work& work) const
     {
-        LineSearch search;
-        search.rate = hostOf (work).rate;
-        search.reach = (double) work.grid->reach;
-        search.independence = work.grid->independence;
-        return search;
-    }
-
-    void measureBestChannels()
-    {
-        std::vector<LagQuery> queries;
-        std::vector<Asked> asked;
-
-        for (auto& work : works)
-        {
-            if (! work.grid)
-                continue;
-
-            for (const auto centre : work.grid->centres)
-            {
-                if (keepProbe (work, centre))
-                    continue;
-
-                queries.push_back (queryOf (work, centre));
-                asked.push_back ({ &work, centre });
-            }
-        }
-
-        ask (queries, asked, [] (Work& work, int64 centre, LagAnswer answer) {
-            work.measured[centre] = std::move (answer);
-        });
-    }
-
-    // A window that was probed is not measured again.
-    static bool keepProbe (Work& work, int64 centre)
-    {
-        const auto at = work.probes.find (centre);
-
-        if (at == work.probes.end())
-            return false;
-
-        const auto& probe = at->second;
-        LagAnswer kept;
-        kept.guestCentre = probe.guestCentre;
-
-        for (size_t r = 0; r < probe.readings.size(); ++r)
-            if (sameChannels (probe.readings[r], work.proof))
-            {
-                const auto numGuests = probe.guestLevels.size();
-                kept.readings = { probe.readings[r] };
-                kept.hostLevels = { probe.hostLevels[r / numGuests] };
-                kept.guestLevels = { probe.guestLevels[r % numGuests] };
-            }
-
-        work.measured[centre] = std::move (kept);
-        return true;
-    }
-
-    // A recording's own quiet: most of its windows are louder where anything is said.
-    static float quietOf (std::vector<float> levels)
-    {
-        constexpr double share = 0.15;
-        const auto at = levels.begin() + (std::ptrdiff_t) (share * (double) levels.size());
-        std::nth_element (levels.begin(), at, levels.end());
-        return *at;
-    }
-
-    static bool isSound (float level, float quiet)
-    {
-        constexpr float overQuiet = 1.8f, alwaysSound = 0.0056f;    // 5 dB; -45 dB below full scale
-        return level > overQuiet * quiet || level > alwaysSound;
-    }
-
-    void fit (Work& work) const
-    {
+        constexpr double sameWay = 2.0;    // samples: a microphone that stands in the mix, too
         auto& proof = work.proof;
-        proof.windows.clear();
-        proof.line.reset();
-        proof.windowsWithSound = 0;
+        const auto candidates = candidatesOf (work);
+        const auto& best = candidates.front();
+        std::vector<double> ways;
 
-        if (! work.grid || work.measured.empty())
-            return;
-
-        std::vector<float> hostLevels, guestLevels;
-
-        for (const auto& [centre, answer] : work.measured)
+        for (const auto& candidate : candidates)
         {
-            hostLevels.push_back (answer.hostLevels.front());
-            guestLevels.push_back (answer.guestLevels.front());
+            const auto lag = candidate.line.lagAt (candidate.line.firstX);
+            const auto isKnown =
+                std::any_of (ways.begin(), ways.end(), [&] (double way) { return std::abs (way - lag) < sameWay; });
+
+            if (candidate.guestChannel != best.guestChannel || isKnown || proof.tracks.size() == mostTracks)
+                continue;
+
+            ways.push_back (lag);
+            proof.tracks.push_back ({ candidate.hostChannel, candidate.guestChannel, {} });
+
+            if (best.hasLine && isOneMicrophone (best.line))
+                break;
         }
 
-        const auto hostQuiet = quietOf (hostLevels), guestQuiet = quietOf (guestLevels);
-
-        for (const auto& [centre, answer] : work.measured)
-        {
-            const auto hasSound =
-                isSound (answer.hostLevels.front(), hostQuiet) && isSound (answer.guestLevels.front(), guestQuiet);
-            proof.windows.push_back ({ (double) answer.guestCentre, answer.readings.front().peaks, hasSound });
-            proof.windowsWithSound += hasSound ? 1 : 0;
-        }
-
-        proof.search = searchOf (work);
-        proof.line = fitLagLine (proof.windows, proof.search);
+        if (best.hasLine && best.line.windowsOnLine >= 3)
+            proof.line = best.line;
     }
 
-    // More windows at the ends and where the line jumps or is lost, so that no stretch is too short to be seen.
-    void lookCloser()
+    void measureTracks()
     {
         std::vector<LagQuery> queries;
         std::vector<Asked> asked;
 
-        for (auto& work : works)
+        for (size_t w = 0; w < works.size(); ++w)
         {
-            if (! work.grid || ! work.proof.isSure() || work.grid->hop <= (int64) (closestHop * hostOf (work).rate))
+            auto& proof = works[w].proof;
+
+            if (proof.tracks.empty())
                 continue;
 
-            for (const auto centre : closerCentres (work))
+            // With a line to follow, shorter windows see far enough.
+            const auto& grid = *works[w].grid;
+            proof.order = grid.order - (proof.line && (double) grid.hop > closestHop * hostOf (works[w]).rate ? 1 : 0);
+
+            for (const auto centre : grid.centres)
             {
-                queries.push_back (queryOf (work, centre));
-                asked.push_back ({ &work, centre });
+                queries.push_back (queryFor (proof, proof.order, centre));
+                askTracks (queries.back(), proof);
+                asked.push_back ({ w, centre });
             }
         }
 
-        std::map<Work*, bool> changed;
-        ask (queries, asked, [&] (Work& work, int64 centre, LagAnswer answer) {
-            work.measured[centre] = std::move (answer);
-            changed[&work] = true;
-        });
-
-        for (auto& [work, isChanged] : changed)
-            fit (*work);
-    }
-
-    [[nodiscard]] std::vector<int64> closerCentres (const Work& work) const
-    {
-        std::vector<int64> centres, known;
-        std::vector<bool> onLine;
-        const auto& line = *work.proof.line;
-        size_t index = 0;
-
-        for (const auto& [centre, answer] : work.measured)
-        {
-            const auto& window = work.proof.windows[index++];
-            const auto expected = line.lagAt (window.x);
-            const auto isNear = [&] (const LagPeak& peak) {
-                return std::abs (peak.lag - expected) < 0.0005 * work.proof.search.rate;
-            };
-            known.push_back (centre);
-            onLine.push_back (std::any_of (window.peaks.begin(), window.peaks.end(), isNear));
-        }
-
-        const auto jumpsBetween = [&] (double from, double to) {
-            return &line.stretchAt (from) != &line.stretchAt (to);
-        };
-
-        for (size_t i = 0; i + 1 < known.size(); ++i)
-        {
-            const auto isAtEnd = i == 0 || i + 2 == known.size();
-            const auto isJump = jumpsBetween (work.proof.windows[i].x, work.proof.windows[i + 1].x);
-            const auto isLost = work.proof.windows[i].hasSound && ! onLine[i];
-
-            if (isAtEnd || isJump || isLost || (work.proof.windows[i + 1].hasSound && ! onLine[i + 1]))
-                for (int part = 1; part < 4; ++part)
-                    centres.push_back (known[i] + (known[i + 1] - known[i]) * part / 4);
-        }
-
-        return centres;
-    }
-
-    // What looks like a jump may be another talker, whose sound takes other ways: a clock that jumps does so in every
-    // channel alike.
-    void confirmJumps()
-    {
-        std::vector<LagQuery> queries;
-        std::vector<Asked> asked;
-        std::map<Work*, std::vector<JumpWitness>> witnesses;
+        ask (queries, asked);
 
         for (auto& work : works)
         {
-            if (! work.proof.isSure() || work.proof.line->stretches.size() < 2)
+            if (work.proof.tracks.empty())
                 continue;
 
-            for (const auto& [centre, answer] : work.measured)
-                if (isNearJump (work.proof, answer))
-                {
-                    queries.push_back (queryOf (work, centre));
-                    queries.back().hostChannels = channelsOf (hostOf (work), hostOf (work).channels);
-                    asked.push_back ({ &work, centre });
-                }
+            storeAnswers (work.proof, std::move (work.answers));
+            countSound (work.proof);
+            work.proof.search = searchOf (work, work.proof.order);
+            work.proof.line = fitLagLine (work.proof.tracks.front().windows, work.proof.search);
         }
-
-        ask (queries, asked, [&] (Work& work, int64, LagAnswer answer) {
-            for (auto& reading : answer.readings)
-                witnesses[&work].push_back (
-                    { reading.hostChannel, { (double) answer.guestCentre, std::move (reading.peaks), true } });
-        });
-
-        for (auto& [work, heard] : witnesses)
-            if (dropUnconfirmedJumps (work->proof, heard))
-                refitWithoutJumps (*work);
-    }
-
-    static bool isNearJump (const PairProof& proof, const LagAnswer& answer)
-    {
-        constexpr double nearSeconds = 30.0;
-        const auto& stretches = proof.line->stretches;
-
-        for (size_t i = 0; i + 1 < stretches.size(); ++i)
-        {
-            const auto at = 0.5 * (stretches[i].toX + stretches[i + 1].fromX);
-
-            if (std::abs ((double) answer.guestCentre - at) < nearSeconds * proof.search.rate)
-                return true;
-        }
-
-        return false;
-    }
-
-    static void refitWithoutJumps (Work& work)
-    {
-        auto& line = *work.proof.line;
-        line.windowsOnLine = 0;
-
-        for (const auto& stretch : line.stretches)
-            line.windowsOnLine += stretch.windows;
-    }
-
-    void placeCuts (Work& work) const
-    {
-        auto& proof = work.proof;
-
-        if (! proof.line)
-            return;
-
-        const auto& stretches = proof.line->stretches;
-
-        for (size_t i = 0; i + 1 < stretches.size(); ++i)
-            proof.cuts.push_back (proof.isSure() ? findCut (sources, proof, i)
-                                                 : 0.5 * (stretches[i].toX + stretches[i + 1].fromX));
     }
 
     const std::vector<LagSource>& sources;
     const ProofOptions& options;
     std::vector<Work> works;
 };
+
+// Finds the jumps of one proof and fits its line anew.
+void followJumps (PairProof& proof)
+{
+    auto search = proof.search;
+    search.jumps = findJumps (proof.tracks, *search.slope, search.rate);
+    auto line = fitLagLine (proof.tracks.front().windows, search);
+
+    // A line that is surer without them has none.
+    if (line && (search.jumps.empty() || isSureLine (*line)))
+        proof.line = std::move (line);
+}
+
+std::optional<size_t> windowBefore (const PairProof& proof, double x)
+{
+    const auto& windows = proof.tracks.front().windows;
+    std::optional<size_t> before;
+
+    for (size_t i = 0; i < windows.size(); ++i)
+        if (windows[i].x < x)
+            before = i;
+
+    return before;
+}
+
+// Between the windows beside each jump, and at the ends.
+std::vector<int64> closerCentres (const PairProof& proof, bool isJumpy)
+{
+    constexpr int parts = 4;
+    std::vector<int64> centres;
+    const auto& known = proof.centres;
+
+    const auto addBetween = [&] (size_t i) {
+        for (int part = 1; i + 1 < known.size() && part < parts; ++part)
+            centres.push_back (known[i] + (known[i + 1] - known[i]) * part / parts);
+    };
+
+    // A clock that jumps once will jump again.
+    for (size_t i = 0; isJumpy && i + 1 < known.size(); ++i)
+        centres.push_back ((known[i] + known[i + 1]) / 2);
+
+    addBetween (0);
+
+    if (known.size() > 2)
+        addBetween (known.size() - 2);
+
+    for (const auto& jump : proof.line->jumps)
+        if (const auto before = windowBefore (proof, jump.x))
+            for (auto i = *before > 0 ? *before - 1 : 0; i <= *before + 1; ++i)
+                addBetween (i);
+
+    std::sort (centres.begin(), centres.end());
+    centres.erase (std::unique (centres.begin(), centres.end()), centres.end());
+    return centres;
+}
+
+void addWindow (PairProof& proof, int64 centre, LagAnswer answer)
+{
+    const auto at = std::lower_bound (proof.centres.begin(), proof.centres.end(), centre) - proof.centres.begin();
+
+    if (at < (std::ptrdiff_t) proof.centres.size() && proof.centres[(size_t) at] == centre)
+        return;
+
+    proof.centres.insert (proof.centres.begin() + at, centre);
+
+    for (auto& track : proof.tracks)
+        for (auto& reading : answer.readings)
+            if (reading.hostChannel == track.hostChannel && reading.guestChannel == track.guestChannel)
+                track.windows.insert (track.windows.begin() + at,
+                                      { (double) answer.guestCentre, std::move (reading.peaks), false });
+}
+
+void lookCloser (const std::vector<LagSource>& sources,
+                 const std::vector<KnownSlope>& known,
+                 const ProofOptions& options)
+{
+    std::vector<LagQuery> queries;
+    std::vector<std::pair<PairProof*, int64>> asked;
+
+    for (const auto& [proof, slope, isJumpy] : known)
+    {
+        if (! proof->line)
+            continue;
+
+        for (const auto centre : closerCentres (*proof, isJumpy))
+        {
+            queries.push_back (queryFor (*proof, proof->order, centre));
+            askTracks (queries.back(), *proof);
+            asked.emplace_back (proof, centre);
+        }
+    }
+
+    auto answers = measureLags (sources, queries, options.workers, options.progress, options.onRead);
+
+    for (size_t i = 0; i < answers.size(); ++i)
+        addWindow (*asked[i].first, asked[i].second, std::move (answers[i]));
+}
+
+void findCuts (const std::vector<LagSource>& sources, PairProof& proof)
+{
+    proof.cuts.clear();
+
+    if (! proof.line)
+        return;
+
+    const auto& windows = proof.tracks.front().windows;
+
+    for (size_t i = 0; i < proof.line->jumps.size(); ++i)
+    {
+        const auto& jump = proof.line->jumps[i];
+        JumpPlace place { sources[proof.task.host],
+                          sources[proof.task.guest],
+                          proof.tracks.front().hostChannel,
+                          proof.tracks.front().guestChannel,
+                          *proof.line,
+                          i,
+                          jump.x,
+                          jump.x };
+
+        for (const auto& window : windows)
+        {
+            place.fromX = window.x < jump.x ? window.x : place.fromX;
+            place.toX = window.x > jump.x && place.toX == jump.x ? window.x : place.toX;
+        }
+
+        proof.cuts.push_back (findCut (place));
+    }
+
+    std::sort (proof.cuts.begin(), proof.cuts.end());
+}
 
 }    // namespace
 
@@ -564,19 +575,39 @@ provePairs (const std::vector<LagSource>& sources, const std::vector<PairTask>& 
     return Prover (sources, tasks, options).prove();
 }
 
-void refitLine (PairProof& proof, double slope)
+void findProofJumps (const std::vector<KnownSlope>& known)
 {
-    if (! proof.line)
-        return;
+    for (const auto& entry : known)
+    {
+        entry.proof->search.slope = entry.slope;
+        followJumps (*entry.proof);
+    }
+}
 
-    const auto jumps = proof.line->stretches.size();
-    auto search = proof.search;
-    search.slope = slope;
-    auto line = fitLagLine (proof.windows, search);
+void finishProofs (const std::vector<LagSource>& sources,
+                   const std::vector<KnownSlope>& known,
+                   const ProofOptions& options)
+{
+    findProofJumps (known);
+    lookCloser (sources, known, options);
+    findProofJumps (known);
 
-    // A slope that is known better moves the stretches, but neither finds nor forgets a jump.
-    if (line && line->stretches.size() == jumps)
-        proof.line = std::move (line);
+    for (const auto& entry : known)
+        findCuts (sources, *entry.proof);
+}
+
+void freeSlopes (const std::vector<KnownSlope>& known)
+{
+    for (const auto& entry : known)
+    {
+        auto* const proof = entry.proof;
+        auto search = proof->search;
+        search.slope.reset();
+        search.jumps = proof->line ? proof->line->jumps : std::vector<LagJump> {};
+
+        if (auto line = fitLagLine (proof->tracks.front().windows, search); line && isSureLine (*line))
+            proof->line = std::move (line);
+    }
 }
 
 }    // namespace ld

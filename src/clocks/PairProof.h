@@ -1,6 +1,6 @@
 #pragma once
 
-#include "clocks/LagLine.h"
+#include "clocks/JumpSearch.h"
 
 namespace ld
 {
@@ -17,13 +17,15 @@ struct PairTask
 struct PairProof
 {
     PairTask task;
-    int hostChannel = 0, guestChannel = 0;    // the pair of channels that agrees best
-    std::vector<LagWindow> windows;           // of these two, in order of time
-    LineSearch search;                        // with which the line was fitted
-    std::optional<LagLine> line;              // the best there is, sure or not
-    std::vector<double> cuts;                 // guest samples where the line's stretches end; one fewer than these
-    int windowsWithSound = 0;                 // in both recordings
-    double sharedSeconds = 0.0;               // by the rough place
+    std::vector<LagTrack>
+        tracks;    // the two channels that agree best first; then, where these are two microphones, more
+    std::vector<juce::int64> centres;    // host samples in the middle of each window of a track
+    int order = 17;                      // of the windows
+    LineSearch search;
+    std::optional<LagLine> line;    // the best there is, sure or not
+    std::vector<double> cuts;       // guest samples at which its clock jumped; one for each jump of the line
+    int windowsWithSound = 0;       // in both recordings
+    double sharedSeconds = 0.0;     // by the rough place
 
     [[nodiscard]] bool isSure() const noexcept { return line && isSureLine (*line); }
 };
@@ -39,13 +41,27 @@ struct ProofOptions
     OnAudioRead onRead;
 };
 
-/** Measures lags in windows along the stretch that each pair has in common, first coarsely where the rough place is
-    doubtful, then with all channels in a few windows, then with the best two channels everywhere, and closer where the
-    line jumps. Memory does not grow with the recordings. Throws std::bad_alloc. */
+/** Measures lags in windows along the stretch that each pair has in common: first coarsely where the rough place is
+    doubtful, then with all channels in a few windows, then with the best channels everywhere. Memory does not grow with
+    the recordings. Throws std::bad_alloc. */
 [[nodiscard]] std::vector<PairProof>
 provePairs (const std::vector<LagSource>&, const std::vector<PairTask>&, const ProofOptions&);
 
-/** Fits the line anew where the slope is known better than the pair alone tells. */
-void refitLine (PairProof&, double slope);
+/** A proof with the slope of its recorder's clock. */
+struct KnownSlope
+{
+    PairProof* proof = nullptr;
+    double slope = 0.0;
+    bool isJumpy = false;    // another pair of the recorder has shown a jump
+};
+
+/** With the slope known, finds where the clocks jumped and fits the lines anew. */
+void findProofJumps (const std::vector<KnownSlope>&);
+
+/** Fits the lines with their jumps, and with a slope of their own. */
+void freeSlopes (const std::vector<KnownSlope>&);
+
+/** With the slope known, finds where the clocks jumped, looks closer there and at the ends, and fits the lines anew. */
+void finishProofs (const std::vector<LagSource>&, const std::vector<KnownSlope>&, const ProofOptions&);
 
 }    // namespace ld

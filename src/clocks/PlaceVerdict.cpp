@@ -11,8 +11,9 @@ namespace
 using juce::int64;
 
 constexpr float byClockConfidence = 0.95f, byTimecodeConfidence = 0.35f;
-constexpr double leastShared = 1.0;    // s, for a place by clocks alone
-constexpr int enoughSound = 8;         // windows that would show a line if there were one
+constexpr double leastShared = 1.0;     // s, for a place by clocks alone
+constexpr double sameSetting = 0.02;    // s
+constexpr int enoughSound = 8;          // windows that would show a line if there were one
 
 juce::String countOf (int number, const char* one, const char* many)
 {
@@ -65,8 +66,8 @@ juce::String wordsFor (const DayTable& table, const DayPair& pair, int64 offset)
              << " than its timecode";
 
     if (const auto expected = stampErrorAt (clock, reading.atSeconds);
-        expected && std::abs (*expected - error) > 0.3 && clock.files > 1)
-        text << "; " << juce::String (std::abs (*expected - error), 2) << " s off its recorder's other files";
+        expected && std::abs (expected->seconds - error) > 0.3 && clock.files > 1)
+        text << "; " << juce::String (std::abs (expected->seconds - error), 2) << " s off its recorder's other files";
 
     return text;
 }
@@ -148,7 +149,7 @@ PlaceVerdict byTimecode (const DayTable& table, const DayPair& pair)
 
 bool isTooShortToProve (const DayPair& pair)
 {
-    return ! pair.proof || pair.proof->windows.size() < 4;
+    return ! pair.proof || pair.proof->centres.size() < 4;
 }
 
 }    // namespace
@@ -157,8 +158,8 @@ juce::String describeLine (const LagLine& line, double slope)
 {
     auto drops = 0, repeats = 0;
 
-    for (size_t i = 1; i < line.stretches.size(); ++i)
-        ++(line.stretches[i].lagAtZero > line.stretches[i - 1].lagAtZero ? drops : repeats);
+    for (const auto& jump : line.jumps)
+        ++(jump.size > 0.0 ? drops : repeats);
 
     juce::String text;
     text << "on one line in " << line.windowsOnLine << " of " << std::max (line.windowsWithSound, line.windowsOnLine)
@@ -178,26 +179,18 @@ stretchesOf (const LagLine& line, const std::vector<double>& cuts, double slope,
 {
     std::vector<ClockStretch> stretches;
     const auto toFile = [&] (double guestSample) { return (int64) std::llround (guestSample * fileRate / hostRate); };
-    const auto& lines = line.stretches;
 
-    // A slope that was pooled from other files turns each stretch about its own middle.
-    const auto lagAt = [&] (size_t i, double x) {
-        const auto middle = 0.5 * (lines[i].fromX + lines[i].toX);
-        return lines[i].lagAtZero + line.slope * middle + slope * (x - middle);
-    };
+    // A slope that was pooled from other files turns the line about its own middle.
+    const auto middle = 0.5 * (line.firstX + line.lastX);
+    auto jumped = 0.0;
+    const auto lagAt = [&] (double x) { return line.lagAtZero + line.slope * middle + slope * (x - middle) + jumped; };
+    stretches.push_back ({ 0, (int64) std::llround (lagAt (0.0)), slope });
 
-    for (size_t i = 0; i < lines.size(); ++i)
+    for (size_t i = 0; i < line.jumps.size(); ++i)
     {
-        if (i == 0)
-        {
-            stretches.push_back ({ 0, (int64) std::llround (lagAt (0, 0.0)), slope });
-            continue;
-        }
-
-        const auto cut = cuts[i - 1];
-        const auto jump = lagAt (i, cut) - lagAt (i - 1, cut);
-        const auto from = cut + std::max (-jump, 0.0);    // what was said already is passed over
-        stretches.push_back ({ toFile (from), (int64) std::llround (from + lagAt (i, from)), slope });
+        jumped += line.jumps[i].size;
+        const auto from = cuts[i] + std::max (-line.jumps[i].size, 0.0);    // what was said already is passed over
+        stretches.push_back ({ toFile (from), (int64) std::llround (from + lagAt (from)), slope });
     }
 
     return stretches;
@@ -214,6 +207,12 @@ PlaceVerdict judgePair (const DayTable& table, const DayPair& pair)
     const auto place = expectedPlace (table, pair);
     const auto isExpected = place && place->sharedSeconds >= leastShared;
     const auto& clock = table.recorders[table.files[pair.file].recorder];
+
+    if (isExpected && place->ambiguousSeconds > sameSetting)
+        return refused (
+            pair,
+            "Its sound says nothing here, and between this file and the next its recorder's timecode was set anew, by "
+                + juce::String (place->ambiguousSeconds, 2) + " s");
 
     if (isExpected)
         return byClock (table, pair, *place);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <set>
 
 namespace ld
 {
@@ -25,7 +25,7 @@ double variance (const ClockReading& reading)
     return reading.slopeError * reading.slopeError + unevenness * unevenness;
 }
 
-void poolSlopes (const std::vector<ClockReading>& readings, RecorderClock& clock)
+void poolSlopes (std::vector<ClockReading> readings, const std::optional<CommonSlope>& common, RecorderClock& clock)
 {
     // Begins at the weighted median, which the contradicting ones do not move.
     auto sorted = readings;
@@ -41,6 +41,13 @@ void poolSlopes (const std::vector<ClockReading>& readings, RecorderClock& clock
 
         if ((passed += 1.0 / variance (reading)) >= 0.5 * total)
             break;
+    }
+
+    // What neighbouring windows of all files agree on is one more reading, which no jump and no talker turns.
+    if (common)
+    {
+        clock.slope = common->slope;
+        readings.push_back ({ common->slope, common->error, {}, 0.0 });
     }
 
     constexpr int rounds = 8;
@@ -71,7 +78,7 @@ struct Stamp
     double at, error;
 };
 
-// Steps are found along the day; a file that stands alone against those before and behind it is no step.
+// Steps are found along the day.
 std::vector<JamError> findJams (const std::vector<Stamp>& stamps, double slope)
 {
     struct Cluster
@@ -98,13 +105,27 @@ std::vector<JamError> findJams (const std::vector<Stamp>& stamps, double slope)
         }
     }
 
-    const auto largest = std::max_element (
-        clusters.begin(), clusters.end(), [] (auto& a, auto& b) { return a.errors.size() < b.errors.size(); });
+    // Settings follow one another: of two that overlap in time, the one that fewer files show is none.
+    std::stable_sort (
+        clusters.begin(), clusters.end(), [] (auto& a, auto& b) { return a.errors.size() > b.errors.size(); });
+    std::vector<Cluster> settings;
+
+    for (auto& cluster : clusters)
+    {
+        const auto overlaps = [&] (const Cluster& known) {
+            return cluster.from <= known.last && known.from <= cluster.last;
+        };
+
+        if (settings.empty()
+            || (cluster.errors.size() >= 2 && std::none_of (settings.begin(), settings.end(), overlaps)))
+            settings.push_back (std::move (cluster));
+    }
+
+    std::sort (settings.begin(), settings.end(), [] (auto& a, auto& b) { return a.from < b.from; });
     std::vector<JamError> jams;
 
-    for (const auto& cluster : clusters)
-        if (cluster.errors.size() >= 2 || &cluster == &*largest)
-            jams.push_back ({ cluster.from, medianOf (cluster.errors), 0.0, (int) cluster.errors.size() });
+    for (const auto& setting : settings)
+        jams.push_back ({ setting.from, setting.last, medianOf (setting.errors), 0.0, (int) setting.errors.size() });
 
     return jams;
 }
@@ -212,6 +233,39 @@ juce::File commonFolder (const std::vector<ScanFile>& scans)
     return root;
 }
 
+size_t valuesOf (const std::vector<NamedFile*>& members, int number)
+{
+    std::set<juce::String> values;
+
+    for (const auto* member : members)
+        values.insert (member->name.numbers[number]);
+
+    return values.size();
+}
+
+// The number in the names of a group that tells its machines apart, if several are in it. A running number has as many
+// values as there are files.
+std::optional<int> machineNumber (const std::vector<NamedFile*>& members)
+{
+    std::map<int, int> telling;
+    auto together = 0, pairs = 0;
+
+    for (size_t i = 0; i < members.size(); ++i)
+        for (size_t j = i + 1; j < members.size(); ++j, ++pairs)
+            if (runTogether (*members[i], *members[j]))
+                if (const auto number = tellingNumber (*members[i], *members[j]))
+                {
+                    ++telling[*number];
+                    ++together;
+                }
+
+    for (const auto& [number, count] : telling)
+        if (together == pairs || 2 * valuesOf (members, number) <= members.size())
+            return number;
+
+    return {};
+}
+
 // Files that cannot come from one machine are told apart by one more number; false where none had to be.
 bool splitOnce (std::vector<NamedFile>& files)
 {
@@ -223,29 +277,21 @@ bool splitOnce (std::vector<NamedFile>& files)
     auto wasSplit = false;
 
     for (auto& [key, members] : groups)
-    {
-        std::optional<int> number;
+        if (const auto number = machineNumber (members))
+        {
+            for (auto* member : members)
+                member->fixedNumbers.push_back (*number);
 
-        for (size_t i = 0; i < members.size() && ! number; ++i)
-            for (size_t j = i + 1; j < members.size() && ! number; ++j)
-                if (runTogether (*members[i], *members[j]))
-                    number = tellingNumber (*members[i], *members[j]);
-
-        if (! number)
-            continue;
-
-        for (auto* member : members)
-            member->fixedNumbers.push_back (*number);
-
-        wasSplit = true;
-    }
+            wasSplit = true;
+        }
 
     return wasSplit;
 }
 
 }    // namespace
 
-RecorderClock poolReadings (const juce::String& key, std::vector<ClockReading> readings)
+RecorderClock
+poolReadings (const juce::String& key, std::vector<ClockReading> readings, std::optional<CommonSlope> common)
 {
     RecorderClock clock;
     clock.key = key;
@@ -255,7 +301,7 @@ RecorderClock poolReadings (const juce::String& key, std::vector<ClockReading> r
         return clock;
 
     std::sort (readings.begin(), readings.end(), [] (auto& a, auto& b) { return a.atSeconds < b.atSeconds; });
-    poolSlopes (readings, clock);
+    poolSlopes (readings, common, clock);
     std::vector<Stamp> stamps;
 
     for (const auto& reading : readings)
@@ -278,34 +324,46 @@ RecorderClock poolReadings (const juce::String& key, std::vector<ClockReading> r
     {
         jam.errorSeconds += drift * jam.fromSeconds;
         jam.fromSeconds += origin;
+        jam.toSeconds += origin;
         jam.drift = drift;
     }
 
     return clock;
 }
 
-std::optional<double> stampErrorAt (const RecorderClock& clock, double seconds)
+std::optional<StampError> stampErrorAt (const RecorderClock& clock, double seconds)
 {
     if (clock.jams.empty())
         return {};
 
-    const auto* jam = &clock.jams.front();
+    const auto errorOf = [&] (const JamError& jam) {
+        return jam.errorSeconds + jam.drift * (seconds - jam.fromSeconds);
+    };
+    StampError error { errorOf (clock.jams.front()), 0.0 };
 
-    for (const auto& later : clock.jams)
-        if (later.fromSeconds <= seconds + 1.0)
-            jam = &later;
+    for (size_t i = 1; i < clock.jams.size(); ++i)
+    {
+        const auto& before = clock.jams[i - 1];
+        const auto& after = clock.jams[i];
 
-    return jam->errorSeconds + jam->drift * (seconds - jam->fromSeconds);
+        // Between the last file of one setting and the first of the next, it may be either.
+        if (seconds >= after.fromSeconds - 1.0)
+            error = { errorOf (after), 0.0 };
+        else if (seconds > before.toSeconds + 1.0)
+            error = { errorOf (before), std::abs (errorOf (after) - errorOf (before)) };
+    }
+
+    return error;
 }
 
 double slopeOfFile (const RecorderClock& clock, const ClockReading& reading)
 {
     // The file's own reading is part of the pool already; it speaks twice only where it is very sure.
-    constexpr double contradiction = 5.0;
+    constexpr double otherRate = 30e-6;    // no crystal is off by so much on one file alone: it ran at another rate
     const auto own = reading.slopeError * reading.slopeError;
     const auto pooled = clock.slopeError * clock.slopeError + unevenness * unevenness;
 
-    if (clock.files < 2 || std::abs (reading.slope - clock.slope) > contradiction * std::sqrt (own + pooled))
+    if (clock.files < 2 || std::abs (reading.slope - clock.slope) > otherRate)
         return reading.slope;
 
     return (reading.slope / own + clock.slope / pooled) / (1.0 / own + 1.0 / pooled);

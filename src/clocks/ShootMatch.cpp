@@ -54,6 +54,8 @@ public:
         learnClocks (table);
         refuseContradictions (table);
         learnClocks (table);
+        followJumps();
+        learnClocks (table);
     }
 
     [[nodiscard]] ShootMatch collect (const std::vector<BatchMatch>& polys) const
@@ -122,18 +124,11 @@ private:
             tasks.push_back ({ pair.hostSource, pair.guestSource, look.lag, look.doubt });
         }
 
-        ProofOptions proving;
-        proving.workers = workersOf (options);
-        proving.onRead = options.onRead;
-
-        if (progress)
-            proving.progress = [&] (int done, int total) { progress (what, done, total); };
-
         auto found = 0;
 
         try
         {
-            auto proofs = provePairs (table.sources, tasks, proving);
+            auto proofs = provePairs (table.sources, tasks, provingOptions (what));
 
             for (size_t i = 0; i < looks.size(); ++i)
                 found += take (table.pairs[looks[i].pair], std::move (proofs[i])) ? 1 : 0;
@@ -354,6 +349,54 @@ private:
         }
 
         lookAt (looks, "Following the sound of recorders with a timecode of their own");
+    }
+
+    void followJumps()
+    {
+        // The jumps tell the slopes, and the slopes the jumps.
+        const auto rough = knownSlopes();
+        findProofJumps (rough);
+        freeSlopes (rough);
+        learnClocks (table);
+
+        try
+        {
+            finishProofs (table.sources, knownSlopes(), provingOptions ("Looking for jumps of the clocks"));
+        }
+        catch (const std::bad_alloc&)
+        {
+            // The lines stand as they are.
+        }
+    }
+
+    [[nodiscard]] std::vector<KnownSlope> knownSlopes()
+    {
+        std::vector<KnownSlope> known;
+        std::set<size_t> jumpy;
+
+        for (const auto& pair : table.pairs)
+            if (pair.isProved() && ! pair.proof->line->jumps.empty())
+                jumpy.insert (table.files[pair.file].recorder);
+
+        for (auto& pair : table.pairs)
+            if (const auto recorder = table.files[pair.file].recorder; pair.isProved())
+                known.push_back ({ &*pair.proof,
+                                   slopeOfFile (table.recorders[recorder], readClock (table, pair)),
+                                   jumpy.contains (recorder) });
+
+        return known;
+    }
+
+    [[nodiscard]] ProofOptions provingOptions (const juce::String& what) const
+    {
+        ProofOptions proving;
+        proving.workers = workersOf (options);
+        proving.onRead = options.onRead;
+
+        if (progress)
+            proving.progress = [this, what] (int done, int total) { progress (what, done, total); };
+
+        return proving;
     }
 
     bool lookWhereClocksSay()

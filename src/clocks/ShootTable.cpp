@@ -12,7 +12,6 @@ namespace
 {
 
 constexpr double secondsPerDay = 86400.0;
-constexpr double surePeak = 0.3;
 
 DayFile dayFileOf (const ScanFile& scan)
 {
@@ -69,11 +68,12 @@ std::optional<FileSpan> spanOf (const DayTable& table, size_t index, const std::
 {
     const auto& file = table.files[index];
 
-    if (starts[index])
-        return FileSpan { *starts[index], *starts[index] + file.seconds };
-
+    // By its own stamps a machine never runs twice at a time, however wrong they are.
     if (file.stampSeconds)
         return FileSpan { table.timeOf (*file.stampSeconds), table.timeOf (*file.stampSeconds) + file.seconds };
+
+    if (starts[index])
+        return FileSpan { *starts[index], *starts[index] + file.seconds };
 
     return {};
 }
@@ -88,6 +88,35 @@ std::vector<std::optional<double>> provedStarts (const DayTable& table)
             starts[pair.file] = table.timeAt (pair, 0.0, pair.proof->line->lagAt (0.0));
 
     return starts;
+}
+
+// Of the files of one recorder that share a poly's rate.
+std::optional<CommonSlope>
+commonSlopeOf (const DayTable& table, size_t recorder, const std::vector<ClockReading>& readings)
+{
+    constexpr double otherRate = 60e-6;
+    std::vector<const std::vector<LagTrack>*> tracks;
+    auto rate = 0;
+
+    for (const auto& pair : table.pairs)
+    {
+        const auto hostRate = (int) table.rateOf (pair);
+
+        if (! pair.isProved() || table.files[pair.file].recorder != recorder || (rate != 0 && rate != hostRate))
+            continue;
+
+        rate = hostRate;
+        tracks.push_back (&pair.proof->tracks);
+    }
+
+    if (tracks.empty())
+        return {};
+
+    // Around the surest of the files' own.
+    const auto surest = std::min_element (
+        readings.begin(), readings.end(), [] (auto& a, auto& b) { return a.slopeError < b.slopeError; });
+    const auto near = std::abs (surest->slope) > otherRate ? surest->slope : 0.0;
+    return findCommonSlope (tracks, near, rate);
 }
 
 }    // namespace
@@ -169,11 +198,14 @@ DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<P
 ClockReading readClock (const DayTable& table, const DayPair& pair)
 {
     const auto& line = *pair.proof->line;
-    const auto& last = line.stretches.back();
 
-    // Talkers at other places than the first ones turn the line a little; two recordings of one microphone do not.
-    const auto turn = (line.height >= surePeak ? 1.5 : 6.0) / std::max (last.toX - line.stretches.front().fromX, 1.0);
-    const auto middle = 0.5 * (line.stretches.front().fromX + last.toX);
+    // Talkers who move turn the line, the more the fewer windows lie on it; two recordings of one microphone do not.
+    const auto share = (double) line.windowsOnLine / std::max (line.windowsWithSound, 1);
+    const auto turn = (isOneMicrophone (line) ? 1.5
+                       : share > 0.75         ? 8.0
+                                              : 60.0)
+                      / std::max (line.lastX - line.firstX, 1.0);
+    const auto middle = 0.5 * (line.firstX + line.lastX);
     const auto lag = line.lagAt (middle);
     ClockReading reading;
     reading.slope = line.slope;
@@ -217,7 +249,10 @@ void learnClocks (DayTable& table)
             readings[table.files[pair.file].recorder].push_back (readClock (table, pair));
 
     for (size_t r = 0; r < readings.size(); ++r)
-        table.recorders[r] = poolReadings (table.recorders[r].key, std::move (readings[r]));
+    {
+        const auto common = commonSlopeOf (table, r, readings[r]);
+        table.recorders[r] = poolReadings (table.recorders[r].key, std::move (readings[r]), common);
+    }
 }
 
 std::optional<ExpectedPlace> expectedPlace (const DayTable& table, const DayPair& pair)
@@ -255,8 +290,10 @@ std::optional<ExpectedPlace> expectedPlace (const DayTable& table, const DayPair
         if (! stamp || clock.jams.empty())
             return {};
 
-        start = *stamp + stampErrorAt (clock, polyTime + 0.5 * (double) host.length / rate).value_or (0.0);
-        place.doubtSeconds = 0.5;
+        const auto error = stampErrorAt (clock, polyTime + 0.5 * (double) host.length / rate).value_or (StampError {});
+        start = *stamp + error.seconds;
+        place.doubtSeconds = 0.5 + error.doubtSeconds;
+        place.ambiguousSeconds = error.doubtSeconds;
     }
 
     const auto from = std::max (*start, 0.0);

@@ -68,7 +68,8 @@ struct ExpectedPlace
     double lag = 0.0;    // samples, in the middle of the shared stretch
     double sharedSeconds = 0.0;
     double doubtSeconds = 0.0;
-    bool isByFile = false;    // by the same file's place in another take, not by its recorder's timecode
+    double ambiguousSeconds = 0.0;    // by which it may lie elsewhere, as the timecode was set anew about then
+    bool isByFile = false;            // by the same file's place in another take, not by its recorder's timecode
 };
 [[nodiscard]] std::optional<ExpectedPlace> expectedPlace (const DayTable&, const DayPair&);
 

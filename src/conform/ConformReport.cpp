@@ -31,6 +31,7 @@ juce::var describeRecorder (const RecorderClock& clock)
     constexpr double partsPerMillion = 1e6;
     const auto describeJam = [] (const JamError& jam) {
         return makeJsonObject ({ { "fromSeconds", jam.fromSeconds },
+                                 { "toSeconds", jam.toSeconds },
                                  { "errorSeconds", jam.errorSeconds },
                                  { "driftPpm", jam.drift * partsPerMillion },
                                  { "files", jam.files } });

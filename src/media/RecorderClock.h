@@ -10,7 +10,8 @@ namespace ld
 /** By how much a recorder's timecode is off from some moment on. */
 struct JamError
 {
-    double fromSeconds = 0.0;     // time of day by the polys' clock at which it is first seen
+    double fromSeconds = 0.0;     // time of day by the polys' clock at which it is first seen,
+    double toSeconds = 0.0;       // and last
     double errorSeconds = 0.0;    // above 0: its files belong later than their stamps say
     double drift = 0.0;           // s per s, by which it changes from then on
     int files = 0;                // that show it

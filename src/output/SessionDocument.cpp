@@ -50,6 +50,7 @@ juce::var describe (const RecorderClock& clock)
 {
     const auto describeJam = [] (const JamError& jam) {
         return makeJsonObject ({ { "fromSeconds", jam.fromSeconds },
+                                 { "toSeconds", jam.toSeconds },
                                  { "errorSeconds", jam.errorSeconds },
                                  { "drift", jam.drift },
                                  { "files", jam.files } });
@@ -395,6 +396,7 @@ RecorderClock readRecorder (const juce::var& value)
     fields.readArray ("timecode", clock.jams, [] (const juce::var& item) {
         JamError jam;
         Fields (item).read ("fromSeconds", jam.fromSeconds);
+        Fields (item).read ("toSeconds", jam.toSeconds);
         Fields (item).read ("errorSeconds", jam.errorSeconds);
         Fields (item).read ("drift", jam.drift);
         Fields (item).read ("files", jam.files);
