@@ -8,8 +8,6 @@ namespace ld
 namespace
 {
 
-using juce::int64;
-
 constexpr double closeSeconds = 11.0, nearSeconds = 32.0;    // how far from a place its sides reach
 constexpr double alikeSeconds = 0.0002;                      // lags that are one
 constexpr double smallestJump = 0.0008;    // s; less may be another way of the sound, and does no harm
@@ -155,11 +153,18 @@ private:
                 if (const auto gain = sureness (likeness, at, seconds); gain > most)
                 {
                     most = gain;
-                    best = LagJump { 0.5 * (moments[at - 1].x + moments[at].x), likeness.shift };
+                    best = LagJump { 0.5 * (moments[at - 1].x + moments[at].x), likeness.shift, isPlain (likeness) };
                 }
             }
 
         return best;
+    }
+
+    [[nodiscard]] bool isPlain (const Likeness& likeness) const
+    {
+        constexpr double longestWaySeconds = 0.035;    // no two ways of a sound on a set differ by more: 12 m
+        constexpr int manyWays = 8;
+        return isOneMicrophone || likeness.ways >= manyWays || std::abs (likeness.shift) > longestWaySeconds * rate;
     }
 
     // 0 where it is no jump.
@@ -361,31 +366,38 @@ private:
     std::vector<Moment> moments;    // windows in which anything is heard
 };
 
-// Speech without its lows: their slow waves fit at any lag.
-std::vector<float> emphasised (const std::vector<float>& samples)
+// A way of the sound: its lag with slope and jumps taken off.
+struct Way
 {
-    constexpr float weight = 0.95f;
-    std::vector<float> out (samples.size());
+    size_t track;
+    double lag, weight;
+};
 
-    for (size_t i = 1; i < samples.size(); ++i)
-        out[i] = samples[i] - weight * samples[i - 1];
+// Of the windows around a jump.
+std::vector<Way> waysAround (const std::vector<LagTrack>& tracks, const LagLine& line, double x, int rate)
+{
+    std::vector<Way> ways;
 
-    return out;
+    for (size_t t = 0; t < tracks.size(); ++t)
+        for (const auto& window : tracks[t].windows)
+            if (std::abs (window.x - x) < nearSeconds * rate)
+                for (const auto& peak : window.peaks)
+                    ways.push_back ({ t, peak.lag - (line.lagAt (window.x) - line.lagAtZero), weightOf (peak) });
+
+    return ways;
 }
 
-std::vector<float> readSilencePadded (const SourceAudio& audio, int channel, int64 start, int64 count)
+// How many of the known ways a window's peaks lie on, once a lag is taken off them.
+double supportOf (const LagWindow& window, size_t track, const std::vector<Way>& ways, double taken, double tolerance)
 {
-    std::vector<float> stretch ((size_t) count);
-    const auto from = std::clamp<int64> (start, 0, audio.length());
-    const auto to = std::clamp<int64> (start + count, from, audio.length());
+    auto sum = 0.0;
 
-    if (to > from)
-    {
-        const auto part = audio.readChannel (channel, from, to - from);
-        std::copy (part.begin(), part.end(), stretch.begin() + (from - start));
-    }
+    for (const auto& peak : window.peaks)
+        for (const auto& way : ways)
+            if (way.track == track && std::abs (peak.lag - taken - way.lag) < tolerance)
+                sum += way.weight * weightOf (peak);
 
-    return stretch;
+    return sum;
 }
 
 }    // namespace
@@ -460,70 +472,43 @@ std::vector<LagJump> findJumps (const std::vector<LagTrack>& tracks, double slop
     return tracks.empty() ? std::vector<LagJump> {} : JumpFinder (tracks, slope, rate).find();
 }
 
-double findCut (const JumpPlace& place)
+double findCut (const CutSearch& search)
 {
-    const auto middle = 0.5 * (place.fromX + place.toX);
-    const auto& jump = place.line.jumps[place.jump];
-    const SourceAudio host (place.host.file, place.host.rate), guest (place.guest.file, place.guest.rate);
+    const auto& line = search.line;
+    const auto& jump = line.jumps[search.jump];
+    const auto ways = waysAround (search.tracks, line, jump.x, search.rate);
+    const auto tolerance = alikeSeconds * search.rate;
+    const auto& moments = search.closeTracks.front().windows;
 
-    if (! host.isOpen() || ! guest.isOpen())
-        return middle;
+    // The sum is of what the place ahead of the jump explains, less what the one behind it would; its top is the jump. Where
+    // nobody speaks it has a flat top.
+    auto sum = 0.0, most = 0.0, first = search.fromX, last = search.fromX;
 
-    // Windows reach over the jump: it can lie anywhere from the middle of the one to that of the other, and a little beyond.
-    constexpr double marginSeconds = 1.0, longestSeconds = 40.0;
-    const auto rate = (double) place.host.rate;
-    const auto from = (int64) std::max (place.fromX - marginSeconds * rate, middle - longestSeconds * rate);
-    const auto count = (int64) std::min (place.toX + marginSeconds * rate, middle + longestSeconds * rate) - from;
-
-    if (count < 2)
-        return middle;
-
-    // The lag drifts on the way by a few samples, which is more than speech without its lows forgives.
-    constexpr int64 spare = 512;
-    const auto slope = place.line.slope;
-    const auto lagBefore = place.line.lagAt (jump.x) - jump.size - slope * jump.x;    // at guest sample 0
-    const auto partAt = [&] (double lagAtZero) {
-        const auto lag = (int64) std::llround (lagAtZero + slope * (double) from);
-        return emphasised (readSilencePadded (host, place.hostChannel, from + lag - spare, count + 2 * spare));
-    };
-    const auto guestPart = emphasised (readSilencePadded (guest, place.guestChannel, from, count));
-    const auto early = partAt (lagBefore), late = partAt (lagBefore + jump.size);
-    const auto drifted = [&] (size_t i) {
-        const auto drift = std::llround (slope * (double) i);
-        return i + (size_t) (spare + std::clamp (drift, -(long long) spare, (long long) spare));
-    };
-    const auto explains = [&] (const std::vector<float>& part, size_t i) {
-        return (double) guestPart[i] * (double) part[drifted (i)];
-    };
-    const auto sumOver = [&] (const std::vector<float>& part, size_t first, size_t last) {
-        auto total = 0.0;
-
-        for (auto i = first; i < last; ++i)
-            total += explains (part, i);
-
-        return total;
-    };
-
-    // The polarity is that of the ends, where each is known to fit.
-    const auto size = (size_t) count, edge = std::min (size, (size_t) (marginSeconds * rate));
-    const auto signEarly = sumOver (early, 0, edge) < 0.0 ? -1.0 : 1.0;
-    const auto signLate = sumOver (late, size - edge, size) < 0.0 ? -1.0 : 1.0;
-    auto sum = 0.0, best = 0.0;
-    size_t at = 0;
-
-    // The sum is of what the earlier place explains before the cut, less what the later one would.
-    for (size_t i = 0; i < size; ++i)
+    for (size_t i = 0; i < moments.size(); ++i)
     {
-        sum += signEarly * explains (early, i) - signLate * explains (late, i);
+        const auto x = moments[i].x;
+        const auto before = line.lagAt (jump.x) - line.lagAtZero - line.slope * jump.x - jump.size + line.slope * x;
 
-        if (sum > best)
+        for (size_t t = 0; t < search.closeTracks.size(); ++t)
         {
-            best = sum;
-            at = i + 1;
+            const auto& window = search.closeTracks[t].windows[i];
+            sum += supportOf (window, t, ways, before, tolerance)
+                   - supportOf (window, t, ways, before + jump.size, tolerance);
         }
+
+        const auto next = i + 1 < moments.size() ? moments[i + 1].x : search.toX;
+
+        if (sum > most + 1e-9)
+        {
+            most = sum;
+            first = x;
+            last = next;
+        }
+        else if (sum > most - 1e-9)
+            last = next;
     }
 
-    return (double) from + (double) at;
+    return 0.5 * (first + last);
 }
 
 }    // namespace ld

@@ -29,18 +29,19 @@ findCommonSlope (const std::vector<const std::vector<LagTrack>*>& pairs, double 
     Returns the jumps in order, each half way between the windows that it lies between. */
 [[nodiscard]] std::vector<LagJump> findJumps (const std::vector<LagTrack>& tracks, double slope, int rate);
 
-/** A jump and the pair in which it lies. */
-struct JumpPlace
+/** A jump whose place is sought, and what is heard around it. */
+struct CutSearch
 {
-    const LagSource &host, &guest;
-    int hostChannel = 0, guestChannel = 0;
+    const std::vector<LagTrack>& tracks;         // of the whole pair
+    const std::vector<LagTrack>& closeTracks;    // short windows around the jump, in the same channels
     const LagLine& line;
     size_t jump = 0;
-    double fromX = 0.0, toX = 0.0;    // it lies between these guest samples
+    double fromX = 0.0, toX = 0.0;    // guest samples between which it lies
+    int rate = 48000;
 };
 
-/** Where the clock jumped: the guest sample from which on the sound fits the later place better than the earlier one. Reads
-    both files there. */
-[[nodiscard]] double findCut (const JumpPlace&);
+/** The guest sample at which the clock jumped: ahead of it the lags of short windows lie on the ways that the sound is known
+    to take as they were before, behind it as they are after. */
+[[nodiscard]] double findCut (const CutSearch&);
 
 }    // namespace ld

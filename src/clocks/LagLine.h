@@ -19,6 +19,7 @@ struct LagWindow
 struct LagJump
 {
     double x = 0.0, size = 0.0;    // samples; above 0 the guest lacks samples
+    bool isPlain = false;          // nothing but a clock makes such a one
 
     bool operator== (const LagJump&) const = default;
 };

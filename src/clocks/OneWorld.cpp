@@ -161,4 +161,37 @@ void refuseContradictions (DayTable& table)
     }
 }
 
+void forgetLoneJumps (DayTable& table)
+{
+    constexpr int manyPairs = 4;
+
+    struct Seen
+    {
+        int pairs = 0, withJumps = 0;
+        DayPair* last = nullptr;
+    };
+    std::map<size_t, Seen> recorders;
+
+    for (auto& pair : table.pairs)
+    {
+        if (! pair.isProved())
+            continue;
+
+        auto& seen = recorders[table.files[pair.file].recorder];
+        ++seen.pairs;
+
+        if (! pair.proof->line->jumps.empty())
+        {
+            ++seen.withJumps;
+            seen.last = &pair;
+        }
+    }
+
+    for (const auto& [recorder, seen] : recorders)
+        if (seen.pairs >= manyPairs && seen.withJumps == 1)
+            if (const auto& jumps = seen.last->proof->line->jumps;
+                std::none_of (jumps.begin(), jumps.end(), [] (const LagJump& jump) { return jump.isPlain; }))
+                forgetJumps (*seen.last->proof);
+}
+
 }    // namespace ld

@@ -10,4 +10,8 @@ namespace ld
     that is played in many takes is why. */
 void refuseContradictions (DayTable&);
 
+/** A converter that drops samples does so again and again. Where a recorder's many files show one jump only, and one that
+    people who walk can make too, there is none. */
+void forgetLoneJumps (DayTable&);
+
 }    // namespace ld

@@ -1,5 +1,7 @@
 #include "clocks/PairProof.h"
 
+#include "clocks/PairWindows.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -102,12 +104,6 @@ struct Candidate
     LagLine line;
 };
 
-// The reach of a window, as a share of it.
-int64 reachOf (int order)
-{
-    return ((int64) 1 << order) / 8;
-}
-
 double independenceOf (int order, int64 hop)
 {
     const auto stretch = ((int64) 1 << order) - 2 * reachOf (order);
@@ -165,27 +161,6 @@ void countSound (PairProof& proof)
     const auto& windows = proof.tracks.front().windows;
     proof.windowsWithSound =
         (int) std::count_if (windows.begin(), windows.end(), [] (const LagWindow& window) { return window.hasSound; });
-}
-
-LagQuery queryFor (const PairProof& proof, int order, int64 centre)
-{
-    const auto rough = proof.task.roughLag;
-    LagQuery query;
-    query.host = proof.task.host;
-    query.guest = proof.task.guest;
-    query.hostStart = centre - ((int64) 1 << order) / 2;
-    query.order = order;
-    query.reach = reachOf (order);
-    query.roughLag = proof.line ? (int64) std::llround (proof.line->lagAt ((double) (centre - rough))) : rough;
-    return query;
-}
-
-void askTracks (LagQuery& query, const PairProof& proof)
-{
-    query.guestChannels = { proof.tracks.front().guestChannel };
-
-    for (const auto& track : proof.tracks)
-        query.hostChannels.push_back (track.hostChannel);
 }
 
 class Prover
@@ -289,21 +264,38 @@ private:
 
     void probeChannels()
     {
+        for (auto& work : works)
+        {
+            const auto& host = hostOf (work);
+            const auto shared = sharedStretch (host, guestOf (work), work.proof.task.roughLag);
+            work.proof.sharedSeconds = (double) shared.length / std::max (host.rate, 1);
+
+            if (work.proof.sharedSeconds >= shortestShare && host.channels > 0 && guestOf (work).channels > 0
+                && host.rate >= lowestRate)
+                work.grid.emplace (host, shared);
+        }
+
+        // Of two channels that hear much alike the first one is enough; the others are tried where it says nothing.
+        probe (true);
+        probe (false);
+    }
+
+    void probe (bool isFirstChannel)
+    {
         std::vector<LagQuery> queries;
         std::vector<Asked> asked;
 
         for (size_t w = 0; w < works.size(); ++w)
         {
-            auto& work = works[w];
-            const auto& host = hostOf (work);
-            const auto shared = sharedStretch (host, guestOf (work), work.proof.task.roughLag);
-            work.proof.sharedSeconds = (double) shared.length / std::max (host.rate, 1);
+            const auto& work = works[w];
+            auto guestChannels = channelsOf (guestOf (work), mostGuestChannels);
 
-            if (work.proof.sharedSeconds < shortestShare || host.channels < 1 || guestOf (work).channels < 1
-                || host.rate < lowestRate)
+            if (! work.grid || (! isFirstChannel && (work.proof.line || guestChannels.size() < 2)))
                 continue;
 
-            work.grid.emplace (host, shared);
+            if (isFirstChannel)
+                guestChannels.resize (1);
+
             const auto& centres = work.grid->centres;
             const auto count = std::min ((int) centres.size(), probesPerPair);
 
@@ -311,8 +303,8 @@ private:
             {
                 const auto centre = centres[(size_t) ((i + 0.5) / count * (double) centres.size())];
                 queries.push_back (queryFor (work.proof, work.grid->order, centre));
-                queries.back().hostChannels = channelsOf (host, host.channels);
-                queries.back().guestChannels = channelsOf (guestOf (work), mostGuestChannels);
+                queries.back().hostChannels = channelsOf (hostOf (work), hostOf (work).channels);
+                queries.back().guestChannels = guestChannels;
                 asked.push_back ({ w, centre });
             }
         }
@@ -373,6 +365,7 @@ private:
         const auto candidates = candidatesOf (work);
         const auto& best = candidates.front();
         std::vector<double> ways;
+        proof.tracks.clear();
 
         for (const auto& candidate : candidates)
         {
@@ -437,177 +430,12 @@ private:
     std::vector<Work> works;
 };
 
-// Finds the jumps of one proof and fits its line anew.
-void followJumps (PairProof& proof)
-{
-    auto search = proof.search;
-    search.jumps = findJumps (proof.tracks, *search.slope, search.rate);
-    auto line = fitLagLine (proof.tracks.front().windows, search);
-
-    // A line that is surer without them has none.
-    if (line && (search.jumps.empty() || isSureLine (*line)))
-        proof.line = std::move (line);
-}
-
-std::optional<size_t> windowBefore (const PairProof& proof, double x)
-{
-    const auto& windows = proof.tracks.front().windows;
-    std::optional<size_t> before;
-
-    for (size_t i = 0; i < windows.size(); ++i)
-        if (windows[i].x < x)
-            before = i;
-
-    return before;
-}
-
-// Between the windows beside each jump, and at the ends.
-std::vector<int64> closerCentres (const PairProof& proof, bool isJumpy)
-{
-    constexpr int parts = 4;
-    std::vector<int64> centres;
-    const auto& known = proof.centres;
-
-    const auto addBetween = [&] (size_t i) {
-        for (int part = 1; i + 1 < known.size() && part < parts; ++part)
-            centres.push_back (known[i] + (known[i + 1] - known[i]) * part / parts);
-    };
-
-    // A clock that jumps once will jump again.
-    for (size_t i = 0; isJumpy && i + 1 < known.size(); ++i)
-        centres.push_back ((known[i] + known[i + 1]) / 2);
-
-    addBetween (0);
-
-    if (known.size() > 2)
-        addBetween (known.size() - 2);
-
-    for (const auto& jump : proof.line->jumps)
-        if (const auto before = windowBefore (proof, jump.x))
-            for (auto i = *before > 0 ? *before - 1 : 0; i <= *before + 1; ++i)
-                addBetween (i);
-
-    std::sort (centres.begin(), centres.end());
-    centres.erase (std::unique (centres.begin(), centres.end()), centres.end());
-    return centres;
-}
-
-void addWindow (PairProof& proof, int64 centre, LagAnswer answer)
-{
-    const auto at = std::lower_bound (proof.centres.begin(), proof.centres.end(), centre) - proof.centres.begin();
-
-    if (at < (std::ptrdiff_t) proof.centres.size() && proof.centres[(size_t) at] == centre)
-        return;
-
-    proof.centres.insert (proof.centres.begin() + at, centre);
-
-    for (auto& track : proof.tracks)
-        for (auto& reading : answer.readings)
-            if (reading.hostChannel == track.hostChannel && reading.guestChannel == track.guestChannel)
-                track.windows.insert (track.windows.begin() + at,
-                                      { (double) answer.guestCentre, std::move (reading.peaks), false });
-}
-
-void lookCloser (const std::vector<LagSource>& sources,
-                 const std::vector<KnownSlope>& known,
-                 const ProofOptions& options)
-{
-    std::vector<LagQuery> queries;
-    std::vector<std::pair<PairProof*, int64>> asked;
-
-    for (const auto& [proof, slope, isJumpy] : known)
-    {
-        if (! proof->line)
-            continue;
-
-        for (const auto centre : closerCentres (*proof, isJumpy))
-        {
-            queries.push_back (queryFor (*proof, proof->order, centre));
-            askTracks (queries.back(), *proof);
-            asked.emplace_back (proof, centre);
-        }
-    }
-
-    auto answers = measureLags (sources, queries, options.workers, options.progress, options.onRead);
-
-    for (size_t i = 0; i < answers.size(); ++i)
-        addWindow (*asked[i].first, asked[i].second, std::move (answers[i]));
-}
-
-void findCuts (const std::vector<LagSource>& sources, PairProof& proof)
-{
-    proof.cuts.clear();
-
-    if (! proof.line)
-        return;
-
-    const auto& windows = proof.tracks.front().windows;
-
-    for (size_t i = 0; i < proof.line->jumps.size(); ++i)
-    {
-        const auto& jump = proof.line->jumps[i];
-        JumpPlace place { sources[proof.task.host],
-                          sources[proof.task.guest],
-                          proof.tracks.front().hostChannel,
-                          proof.tracks.front().guestChannel,
-                          *proof.line,
-                          i,
-                          jump.x,
-                          jump.x };
-
-        for (const auto& window : windows)
-        {
-            place.fromX = window.x < jump.x ? window.x : place.fromX;
-            place.toX = window.x > jump.x && place.toX == jump.x ? window.x : place.toX;
-        }
-
-        proof.cuts.push_back (findCut (place));
-    }
-
-    std::sort (proof.cuts.begin(), proof.cuts.end());
-}
-
 }    // namespace
 
 std::vector<PairProof>
 provePairs (const std::vector<LagSource>& sources, const std::vector<PairTask>& tasks, const ProofOptions& options)
 {
     return Prover (sources, tasks, options).prove();
-}
-
-void findProofJumps (const std::vector<KnownSlope>& known)
-{
-    for (const auto& entry : known)
-    {
-        entry.proof->search.slope = entry.slope;
-        followJumps (*entry.proof);
-    }
-}
-
-void finishProofs (const std::vector<LagSource>& sources,
-                   const std::vector<KnownSlope>& known,
-                   const ProofOptions& options)
-{
-    findProofJumps (known);
-    lookCloser (sources, known, options);
-    findProofJumps (known);
-
-    for (const auto& entry : known)
-        findCuts (sources, *entry.proof);
-}
-
-void freeSlopes (const std::vector<KnownSlope>& known)
-{
-    for (const auto& entry : known)
-    {
-        auto* const proof = entry.proof;
-        auto search = proof->search;
-        search.slope.reset();
-        search.jumps = proof->line ? proof->line->jumps : std::vector<LagJump> {};
-
-        if (auto line = fitLagLine (proof->tracks.front().windows, search); line && isSureLine (*line))
-            proof->line = std::move (line);
-    }
 }
 
 }    // namespace ld

@@ -58,6 +58,9 @@ struct KnownSlope
 /** With the slope known, finds where the clocks jumped and fits the lines anew. */
 void findProofJumps (const std::vector<KnownSlope>&);
 
+/** Fits a line without its jumps. */
+void forgetJumps (PairProof&);
+
 /** Fits the lines with their jumps, and with a slope of their own. */
 void freeSlopes (const std::vector<KnownSlope>&);
 

@@ -356,12 +356,14 @@ private:
         // The jumps tell the slopes, and the slopes the jumps.
         const auto rough = knownSlopes();
         findProofJumps (rough);
+        forgetLoneJumps (table);
         freeSlopes (rough);
         learnClocks (table);
 
         try
         {
             finishProofs (table.sources, knownSlopes(), provingOptions ("Looking for jumps of the clocks"));
+            forgetLoneJumps (table);
         }
         catch (const std::bad_alloc&)
         {
