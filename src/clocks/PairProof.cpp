@@ -38,12 +38,10 @@ Shared sharedStretch (const LagSource& host, const LagSource& guest, int64 lag)
 // The grid of windows of a pair. Windows of all guests of a host lie on one grid, so that the host's are transformed once.
 struct Grid
 {
-    Grid (const LagSource& host, const Shared& shared)
+    Grid (const LagSource& host, const Shared& shared, double secondsOfWindow)
     {
         const auto rate = (double) host.rate;
-        const auto seconds = (double) shared.length / rate;
-        const auto windowLength = std::clamp (seconds / 3.0, shortestWindowSeconds, windowSeconds);
-        order = lagWindowOrder (windowLength, host.rate);
+        order = lagWindowOrder (secondsOfWindow, host.rate);
         const auto size = (int64) 1 << order;
         reach = size / 8;
         hop = (int64) (std::clamp ((double) host.length / rate / windowsPerPair, closestHop, widestHop) * rate);
@@ -272,7 +270,9 @@ private:
 
             if (work.proof.sharedSeconds >= shortestShare && host.channels > 0 && guestOf (work).channels > 0
                 && host.rate >= lowestRate)
-                work.grid.emplace (host, shared);
+                work.grid.emplace (host,
+                                   shared,
+                                   std::clamp (work.proof.sharedSeconds / 3.0, shortestWindowSeconds, windowSeconds));
         }
 
         // Of two channels that hear much alike the first one is enough; the others are tried where it says nothing.
@@ -399,9 +399,16 @@ private:
             if (proof.tracks.empty())
                 continue;
 
-            // With a line to follow, shorter windows see far enough.
+            // With a line to follow, shorter windows see far enough, and there are more of them.
+            const auto shared = sharedStretch (hostOf (works[w]), guestOf (works[w]), proof.task.roughLag);
+
+            if (proof.line)
+                works[w].grid.emplace (hostOf (works[w]),
+                                       shared,
+                                       std::clamp (proof.sharedSeconds / 8.0, shortestWindowSeconds, 0.5 * windowSeconds));
+
             const auto& grid = *works[w].grid;
-            proof.order = grid.order - (proof.line && (double) grid.hop > closestHop * hostOf (works[w]).rate ? 1 : 0);
+            proof.order = grid.order;
 
             for (const auto centre : grid.centres)
             {

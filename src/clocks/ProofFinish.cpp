@@ -13,11 +13,53 @@ namespace
 
 using juce::int64;
 
+// A stretch that hardly any window lies on is none.
+void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search)
+{
+    constexpr int fewestWindows = 4;
+
+    while (! search.jumps.empty())
+    {
+        const auto line = fitLagLine (windows, search);
+        std::vector<int> heard (search.jumps.size() + 1);
+
+        for (const auto& window : windows)
+        {
+            const auto isOn = [&] (const LagPeak& peak) {
+                return line && std::abs (peak.lag - line->lagAt (window.x)) < 0.0005 * search.rate;
+            };
+            size_t stretch = 0;
+
+            while (stretch < search.jumps.size() && search.jumps[stretch].x <= window.x)
+                ++stretch;
+
+            heard[stretch] += std::any_of (window.peaks.begin(), window.peaks.end(), isOn) ? 1 : 0;
+        }
+
+        const auto least = (size_t) (std::min_element (heard.begin(), heard.end()) - heard.begin());
+
+        if (heard[least] >= fewestWindows)
+            return;
+
+        // What lies behind an unheard stretch stays where it was heard.
+        const auto gone = std::min (least, search.jumps.size() - 1);
+
+        if (least < search.jumps.size() && least > 0)
+        {
+            search.jumps[least].size += search.jumps[least - 1].size;
+            search.jumps.erase (search.jumps.begin() + (std::ptrdiff_t) least - 1);
+        }
+        else
+            search.jumps.erase (search.jumps.begin() + (std::ptrdiff_t) gone);
+    }
+}
+
 // Finds the jumps of one proof and fits its line anew.
 void followJumps (PairProof& proof)
 {
     auto search = proof.search;
     search.jumps = findJumps (proof.tracks, *search.slope, search.rate);
+    dropUnheardJumps (proof.tracks.front().windows, search);
     auto line = fitLagLine (proof.tracks.front().windows, search);
 
     // A line that is surer without them has none.

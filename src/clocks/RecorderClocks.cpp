@@ -363,7 +363,7 @@ double slopeOfFile (const RecorderClock& clock, const ClockReading& reading)
     const auto own = reading.slopeError * reading.slopeError;
     const auto pooled = clock.slopeError * clock.slopeError + unevenness * unevenness;
 
-    if (clock.files < 2 || std::abs (reading.slope - clock.slope) > otherRate)
+    if (clock.files < 2 || std::abs (reading.slope - clock.slope) > std::max (otherRate, 4.0 * reading.slopeError))
         return reading.slope;
 
     return (reading.slope / own + clock.slope / pooled) / (1.0 / own + 1.0 / pooled);
