@@ -178,7 +178,7 @@ private:
             return 0.0;
 
         // A few ways alone may be another talker's.
-        if (likeness.ways < fewestWays && ! isOneMicrophone)
+        if (likeness.ways < fewestWays && ! isPlain (likeness))
             return 0.0;
 
         // The sides must be as alike as each is to itself.
@@ -346,7 +346,7 @@ private:
     // The median of the largest peaks.
     [[nodiscard]] static bool hearOneMicrophone (const LagTrack& track)
     {
-        constexpr float leastHeight = 0.3f;
+        constexpr float leastHeight = 0.45f;    // surer than for a place: a jump needs a cut
         std::vector<float> heights;
 
         for (const auto& window : track.windows)

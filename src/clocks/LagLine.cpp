@@ -42,9 +42,14 @@ public:
             for (const auto& jump : search.jumps)
                 jumped += jump.x <= windows[i].x ? jump.size : 0.0;
 
+            // The straight way of a sound is the loudest; echoes and other talkers follow.
             for (const auto& peak : windows[i].peaks)
                 points.push_back (
-                    { i, windows[i].x, peak.lag - jumped, weightOf (peak), std::abs ((double) peak.height) });
+                    { i,
+                      windows[i].x,
+                      peak.lag - jumped,
+                      weightOf (peak) * std::abs ((double) (peak.height / windows[i].peaks.front().height)),
+                      std::abs ((double) peak.height) });
 
             firstPoints.push_back (points.size());
         }
@@ -306,7 +311,7 @@ std::optional<LagLine> fitLagLine (const std::vector<LagWindow>& windows, const 
 
 bool isSureLine (const LagLine& line) noexcept
 {
-    constexpr double mostFalseAlarms = -5.0, mostRival = 0.8;
+    constexpr double mostFalseAlarms = -4.5, mostRival = 0.9;
     return line.log10FalseAlarms < mostFalseAlarms && line.rival < mostRival;
 }
 

@@ -138,6 +138,38 @@ void holdAgainstClock (DayTable& table, DayPair& pair)
                    + " other files, puts it " + secondsText (mismatch) + (mismatch > 0.0 ? " earlier" : " later");
 }
 
+double startOnHost (const DayPair& pair)
+{
+    return pair.proof->line->lagAt (0.0);
+}
+
+// Host samples between the end of a file and the beginning of the next; nothing where they are two recordings.
+std::optional<double> gapBetween (const DayTable& table, const DayPair& a, const DayPair& b)
+{
+    constexpr double splitSeconds = 0.006;
+    const auto length = (double) table.sources[a.guestSource].length;
+    const auto gap = startOnHost (b) - (length + a.proof->line->lagAt (length));
+    return std::abs (gap) < splitSeconds * table.rateOf (a) ? std::optional (gap) : std::nullopt;
+}
+
+// Moves every file of a recording that was split to the surest of them.
+void joinRun (const DayTable& table, const std::vector<DayPair*>& run)
+{
+    const auto sureness = [] (const DayPair* pair) {
+        return pair->proof->line->windowsOnLine * pair->proof->line->height;
+    };
+    const auto surest =
+        (size_t) (std::max_element (
+                      run.begin(), run.end(), [&] (auto* a, auto* b) { return sureness (a) < sureness (b); })
+                  - run.begin());
+
+    for (auto i = surest; i + 1 < run.size(); ++i)
+        run[i + 1]->proof->line->lagAtZero -= gapBetween (table, *run[i], *run[i + 1]).value_or (0.0);
+
+    for (auto i = surest; i > 0; --i)
+        run[i - 1]->proof->line->lagAtZero += gapBetween (table, *run[i - 1], *run[i]).value_or (0.0);
+}
+
 }    // namespace
 
 void refuseContradictions (DayTable& table)
@@ -161,14 +193,40 @@ void refuseContradictions (DayTable& table)
     }
 }
 
+void joinContinuations (DayTable& table)
+{
+    std::map<std::pair<size_t, size_t>, std::vector<DayPair*>> recordings;
+
+    for (auto& pair : table.pairs)
+        if (pair.isProved())
+            recordings[{ pair.poly, table.files[pair.file].recorder }].push_back (&pair);
+
+    for (auto& [key, pairs] : recordings)
+    {
+        std::sort (pairs.begin(), pairs.end(), [&] (auto* a, auto* b) { return startOnHost (*a) < startOnHost (*b); });
+
+        for (size_t first = 0; first < pairs.size();)
+        {
+            auto last = first;
+
+            while (last + 1 < pairs.size() && gapBetween (table, *pairs[last], *pairs[last + 1]))
+                ++last;
+
+            joinRun (table, { pairs.begin() + (std::ptrdiff_t) first, pairs.begin() + (std::ptrdiff_t) last + 1 });
+            first = last + 1;
+        }
+    }
+}
+
 void forgetLoneJumps (DayTable& table)
 {
-    constexpr int manyPairs = 4;
+    constexpr int manyPairs = 4, fewOf = 8;
 
     struct Seen
     {
-        int pairs = 0, withJumps = 0;
-        DayPair* last = nullptr;
+        int pairs = 0;
+        std::vector<PairProof*> withJumps;
+        bool hasPlain = false;
     };
     std::map<size_t, Seen> recorders;
 
@@ -180,18 +238,20 @@ void forgetLoneJumps (DayTable& table)
         auto& seen = recorders[table.files[pair.file].recorder];
         ++seen.pairs;
 
-        if (! pair.proof->line->jumps.empty())
-        {
-            ++seen.withJumps;
-            seen.last = &pair;
-        }
+        const auto& jumps = pair.proof->line->jumps;
+
+        if (! jumps.empty())
+            seen.withJumps.push_back (&*pair.proof);
+
+        seen.hasPlain = seen.hasPlain
+                        || std::any_of (jumps.begin(), jumps.end(), [] (const LagJump& jump) { return jump.isPlain; });
     }
 
     for (const auto& [recorder, seen] : recorders)
-        if (seen.pairs >= manyPairs && seen.withJumps == 1)
-            if (const auto& jumps = seen.last->proof->line->jumps;
-                std::none_of (jumps.begin(), jumps.end(), [] (const LagJump& jump) { return jump.isPlain; }))
-                forgetJumps (*seen.last->proof);
+        if (seen.pairs >= manyPairs && ! seen.hasPlain
+            && (int) seen.withJumps.size() <= std::max (1, seen.pairs / fewOf))
+            for (auto* const proof : seen.withJumps)
+                forgetJumps (*proof);
 }
 
 }    // namespace ld

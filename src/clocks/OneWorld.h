@@ -10,6 +10,10 @@ namespace ld
     that is played in many takes is why. */
 void refuseContradictions (DayTable&);
 
+/** Files of one recorder that follow one another all but without a gap are one recording that was split: each is moved by
+    these few samples to where the surest of them lies, so that they join. */
+void joinContinuations (DayTable&);
+
 /** A converter that drops samples does so again and again. Where a recorder's many files show one jump only, and one that
     people who walk can make too, there is none. */
 void forgetLoneJumps (DayTable&);

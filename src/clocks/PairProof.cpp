@@ -270,9 +270,8 @@ private:
 
             if (work.proof.sharedSeconds >= shortestShare && host.channels > 0 && guestOf (work).channels > 0
                 && host.rate >= lowestRate)
-                work.grid.emplace (host,
-                                   shared,
-                                   std::clamp (work.proof.sharedSeconds / 3.0, shortestWindowSeconds, windowSeconds));
+                work.grid.emplace (
+                    host, shared, std::clamp (work.proof.sharedSeconds / 3.0, shortestWindowSeconds, windowSeconds));
         }
 
         // Of two channels that hear much alike the first one is enough; the others are tried where it says nothing.
@@ -379,7 +378,8 @@ private:
             ways.push_back (lag);
             proof.tracks.push_back ({ candidate.hostChannel, candidate.guestChannel, {} });
 
-            if (best.hasLine && isOneMicrophone (best.line))
+            if (best.hasLine && isOneMicrophone (best.line)
+                && 5 * best.line.windowsOnLine >= 4 * (int) work.answers.size())
                 break;
         }
 
@@ -403,9 +403,10 @@ private:
             const auto shared = sharedStretch (hostOf (works[w]), guestOf (works[w]), proof.task.roughLag);
 
             if (proof.line)
-                works[w].grid.emplace (hostOf (works[w]),
-                                       shared,
-                                       std::clamp (proof.sharedSeconds / 8.0, shortestWindowSeconds, 0.5 * windowSeconds));
+                works[w].grid.emplace (
+                    hostOf (works[w]),
+                    shared,
+                    std::clamp (proof.sharedSeconds / 8.0, shortestWindowSeconds, 0.5 * windowSeconds));
 
             const auto& grid = *works[w].grid;
             proof.order = grid.order;

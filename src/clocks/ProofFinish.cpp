@@ -13,6 +13,20 @@ namespace
 
 using juce::int64;
 
+// How far from the line of a stretch a window may be heard: not as far as the places beside it.
+double nearnessOf (const LineSearch& search, size_t stretch)
+{
+    auto largest = 0.0;
+
+    if (stretch > 0)
+        largest = std::abs (search.jumps[stretch - 1].size);
+
+    if (stretch < search.jumps.size())
+        largest = std::max (largest, std::abs (search.jumps[stretch].size));
+
+    return std::clamp (0.4 * largest, 0.0005 * search.rate, 0.035 * search.rate);
+}
+
 // A stretch that hardly any window lies on is none.
 void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search)
 {
@@ -25,13 +39,16 @@ void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search
 
         for (const auto& window : windows)
         {
-            const auto isOn = [&] (const LagPeak& peak) {
-                return line && std::abs (peak.lag - line->lagAt (window.x)) < 0.0005 * search.rate;
-            };
             size_t stretch = 0;
 
             while (stretch < search.jumps.size() && search.jumps[stretch].x <= window.x)
                 ++stretch;
+
+            // People who walk are heard beside the line; still nearer to it than to the place beyond the jump.
+            const auto near = nearnessOf (search, stretch);
+            const auto isOn = [&] (const LagPeak& peak) {
+                return line && std::abs (peak.lag - line->lagAt (window.x)) < near;
+            };
 
             heard[stretch] += std::any_of (window.peaks.begin(), window.peaks.end(), isOn) ? 1 : 0;
         }

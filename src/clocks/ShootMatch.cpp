@@ -364,6 +364,7 @@ private:
         {
             finishProofs (table.sources, knownSlopes(), provingOptions ("Looking for jumps of the clocks"));
             forgetLoneJumps (table);
+            joinContinuations (table);
         }
         catch (const std::bad_alloc&)
         {
