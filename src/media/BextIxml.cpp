@@ -70,37 +70,90 @@ std::optional<Utf8Lead> utf8Lead (juce::uint8 first) noexcept
     return Utf8Lead { first < 0xE0 ? 1u : first < 0xF0 ? 2u : 3u };
 }
 
-// The framework's own test does not look at the bytes that follow a first one, and takes much Latin-1 for UTF-8.
-bool isUtf8 (const char* text, size_t size) noexcept
+// The bytes of the character that a text begins with; 0 where none does. The framework's own test does not look at the
+// bytes that follow a first one, and takes much Latin-1 for UTF-8.
+size_t lengthOfCharacter (std::string_view text) noexcept
 {
-    for (size_t i = 0; i < size; ++i)
+    const auto lead = text.empty() ? std::nullopt : utf8Lead ((juce::uint8) text.front());
+
+    if (! lead || lead->numFollowing >= text.size())
+        return 0;
+
+    for (size_t k = 1; k <= lead->numFollowing; ++k)
     {
-        const auto lead = utf8Lead ((juce::uint8) text[i]);
+        const auto next = (juce::uint8) text[k];
+        const auto isFirst = k == 1;
 
-        if (! lead || lead->numFollowing >= size - i)
-            return false;
-
-        for (size_t k = 1; k <= lead->numFollowing; ++k)
-        {
-            const auto next = (juce::uint8) text[i + k];
-            const auto isFirst = k == 1;
-
-            if (next < (isFirst ? lead->lowest : 0x80) || next > (isFirst ? lead->highest : 0xBF))
-                return false;
-        }
-
-        i += lead->numFollowing;
+        if (next < (isFirst ? lead->lowest : 0x80) || next > (isFirst ? lead->highest : 0xBF))
+            return 0;
     }
 
-    return true;
+    return 1 + lead->numFollowing;
 }
 
-juce::String textField (const char* bytes, size_t size)
+// What a text is made of, read as UTF-8.
+struct Utf8Content
 {
-    while (size > 0 && (bytes[size - 1] == 0 || bytes[size - 1] == ' '))
-        --size;
+    std::string characters;    // without the bytes that belong to none
+    int numLong = 0;           // characters of several bytes
+    int numFaults = 0;         // places where bytes were left out
+};
 
-    return textFromBytes (bytes, size).trim();
+// A byte that begins no character, and those behind it that only continue one.
+size_t lengthOfFault (std::string_view text) noexcept
+{
+    size_t length = 1;
+
+    while (length < text.size() && ((juce::uint8) text[length] & 0xC0) == 0x80)
+        ++length;
+
+    return length;
+}
+
+Utf8Content utf8Content (std::string_view text)
+{
+    Utf8Content content;
+
+    while (! text.empty())
+    {
+        const auto length = lengthOfCharacter (text);
+        content.characters += text.substr (0, length);
+        content.numLong += length > 1 ? 1 : 0;
+        content.numFaults += length == 0 ? 1 : 0;
+        text.remove_prefix (length > 0 ? length : lengthOfFault (text));
+    }
+
+    return content;
+}
+
+bool isUtf8 (std::string_view text)
+{
+    return utf8Content (text).numFaults == 0;
+}
+
+// A field that is full may end inside a character: without the bytes of it.
+std::string_view withoutCutCharacter (std::string_view text)
+{
+    constexpr size_t longestCharacter = 4;
+
+    for (size_t cut = 1; cut < longestCharacter && cut <= text.size(); ++cut)
+    {
+        const auto lead = utf8Lead ((juce::uint8) text[text.size() - cut]);
+
+        if (lead && lead->numFollowing >= cut && isUtf8 (text.substr (0, text.size() - cut)))
+            return text.substr (0, text.size() - cut);
+    }
+
+    return text;
+}
+
+juce::String textField (std::string_view field)
+{
+    // Some writers end even a full field with a NUL.
+    const auto fullSize = field.size() - 1;
+    const auto end = field.find_last_not_of (std::string_view ("\0 ", 2));
+    const auto text = field.substr (0, end == std::string_view::npos ? 0 : end + 1);
+    return textFromBytes (text.size() >= fullSize ? withoutCutCharacter (text) : text).trim();
 }
 
 void writeField (char* at, size_t size, const juce::String& text)
@@ -230,7 +283,7 @@ juce::String withoutBrokenCharacters (const std::string& text)
 {
     constexpr juce::juce_wchar replacement = 0xFFFD;
 
-    if (isUtf8 (text.data(), text.size()))
+    if (isUtf8 (text))
         return juce::String::fromUTF8 (text.c_str());
 
     juce::MemoryOutputStream repaired;
@@ -252,40 +305,37 @@ bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 
 }    // namespace
 
-juce::String textFromBytes (const void* bytes, size_t size)
+juce::String textFromBytes (std::string_view bytes)
 {
-    // Nothing may have no address at all.
-    if (size == 0)
-        return {};
+    const auto text = bytes.substr (0, bytes.find ('\0'));
+    const auto utf8 = utf8Content (text);
 
-    const auto* text = static_cast<const char*> (bytes);
-    const auto length = strnlen (text, size);
-
-    if (isUtf8 (text, length))
-        return juce::String::fromUTF8 (text, (int) length);
+    // Latin-1 makes faults, and hardly ever a whole character of several bytes by chance.
+    if (utf8.numFaults <= utf8.numLong)
+        return juce::String::fromUTF8 (utf8.characters.data(), (int) utf8.characters.size());
 
     juce::MemoryOutputStream latin1;
 
-    for (size_t i = 0; i < length; ++i)
-        latin1 << juce::String::charToString ((juce::juce_wchar) (juce::uint8) text[i]);
+    for (const auto byte : text)
+        latin1 << juce::String::charToString ((juce::juce_wchar) (juce::uint8) byte);
 
     return latin1.toUTF8();
 }
 
-BextChunk parseBext (const void* bytes, size_t size)
+BextChunk parseBext (std::string_view bytes)
 {
     BextChunk bext;
 
-    if (bytes == nullptr || size < historyAt)
+    if (bytes.size() < historyAt)
         return bext;
 
-    const auto* at = static_cast<const char*> (bytes);
+    const auto* const at = bytes.data();
     bext.present = true;
-    bext.description = textField (at + descriptionAt, descriptionBytes);
-    bext.originator = textField (at + originatorAt, originatorBytes);
-    bext.originatorReference = textField (at + referenceAt, referenceBytes);
-    bext.originationDate = textField (at + dateAt, dateBytes);
-    bext.originationTime = textField (at + timeAt, timeBytes);
+    bext.description = textField (bytes.substr (descriptionAt, descriptionBytes));
+    bext.originator = textField (bytes.substr (originatorAt, originatorBytes));
+    bext.originatorReference = textField (bytes.substr (referenceAt, referenceBytes));
+    bext.originationDate = textField (bytes.substr (dateAt, dateBytes));
+    bext.originationTime = textField (bytes.substr (timeAt, timeBytes));
     bext.timeReference = juce::ByteOrder::littleEndianInt64 (at + timeReferenceAt);
     bext.version = juce::ByteOrder::littleEndianShort (at + versionAt);
     std::memcpy (bext.umid.data(), at + umidAt, bext.umid.size());
@@ -301,7 +351,7 @@ BextChunk parseBext (const void* bytes, size_t size)
         }
     }
 
-    bext.codingHistory = textFromBytes (at + historyAt, size - historyAt);
+    bext.codingHistory = textFromBytes (bytes.substr (historyAt));
     return bext;
 }
 
@@ -346,8 +396,7 @@ juce::MemoryBlock serialiseBext (const BextChunk& bext)
 juce::String childText (pugi::xml_node parent, const char* name)
 {
     // A character reference can name what is no character: the parser's text is not always valid UTF-8.
-    const auto* text = parent.child (name).child_value();
-    return textFromBytes (text, std::strlen (text)).trim();
+    return textFromBytes (parent.child (name).child_value()).trim();
 }
 
 void setChild (pugi::xml_node parent, const char* name, const juce::String& text)

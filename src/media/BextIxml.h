@@ -2,6 +2,8 @@
 
 #include "media/Records.h"
 
+#include <string_view>
+
 namespace pugi
 {
 class xml_node;
@@ -10,12 +12,20 @@ class xml_node;
 namespace ld
 {
 
-/** Text from a file's bytes, up to the first NUL: UTF-8 where it is valid UTF-8, otherwise Latin-1, so that a
-    recorder's own code page never yields a broken string. */
-[[nodiscard]] juce::String textFromBytes (const void* bytes, size_t size);
+/** The bytes of a chunk's body or a part of it. */
+[[nodiscard]] inline std::string_view bytesOf (const juce::MemoryBlock& block)
+{
+    return { static_cast<const char*> (block.getData()), block.getSize() };
+}
 
-/** Reads a `bext` payload; a null pointer or fewer than 602 bytes counts as no chunk. */
-[[nodiscard]] BextChunk parseBext (const void* bytes, size_t size);
+/** Text from a file's bytes, up to the first NUL. It is UTF-8, without the bytes that belong to no whole character, if it
+    has at least as many characters of several bytes as such faults; otherwise Latin-1, so that a recorder's own code page
+    never yields a broken string. */
+[[nodiscard]] juce::String textFromBytes (std::string_view);
+
+/** Reads a `bext` payload; fewer than 602 bytes count as no chunk. A field that is full and ends inside a character is
+    read without it. */
+[[nodiscard]] BextChunk parseBext (std::string_view);
 
 /** The payload of a `bext` chunk, 602 bytes and the coding history, which is ended with CR LF. Fields that are too
     long are cut at the field's size, or ahead of the character that crosses it. The length may be odd: padding is the

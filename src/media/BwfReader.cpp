@@ -208,11 +208,11 @@ void BwfReader::parseMetadata()
 {
     if (const auto* chunk = findChunk ("bext"))
         if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
-            bext = parseBext (body.getData(), body.getSize());
+            bext = parseBext (bytesOf (body));
 
     if (const auto* chunk = findChunk ("iXML"))
         if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
-            ixml = parseIxml (textFromBytes (body.getData(), body.getSize()));
+            ixml = parseIxml (textFromBytes (bytesOf (body)));
 }
 
 // Empty where the chunk is empty, larger than asked for, or not wholly in the file.
@@ -248,7 +248,7 @@ std::vector<PreservedChunk> BwfReader::extraChunks() const
             continue;
 
         if (auto body = readChunk (chunk, std::numeric_limits<juce::int64>::max()); ! body.isEmpty())
-            extras.push_back ({ textFromBytes (chunk.id.data(), chunk.id.size()), std::move (body) });
+            extras.push_back ({ textFromBytes ({ chunk.id.data(), chunk.id.size() }), std::move (body) });
     }
 
     return extras;
