@@ -23,7 +23,7 @@ struct PairScore
     bool strong = false;    // the evidence stands by itself; a mere likeness of names does not
 };
 
-/** Where two files lie against each other by their timestamps. */
+/** Where two files lie against each other by their timestamps; of a file that was cut short what it holds counts. */
 struct TcOverlap
 {
     bool valid = false;                // both have one and their spans overlap
@@ -34,7 +34,7 @@ struct TcOverlap
 /** The wave files of a folder and the folders below it, links followed, sorted by full path; of a file just that file. */
 [[nodiscard]] std::vector<juce::File> collectMediaFiles (const juce::File& root);
 
-/** Reads a file's header; one that cannot be opened has format.valid false. */
+/** Reads a file's header; one that cannot be opened, or not be worked with, has format.valid false. */
 [[nodiscard]] ScanFile inspectAudioFile (const juce::File&);
 
 [[nodiscard]] TcOverlap tcOverlap (const ScanFile& host, const ScanFile& guest);

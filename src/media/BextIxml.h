@@ -1,7 +1,10 @@
 #pragma once
 
 #include "media/Records.h"
+#include "media/Timecode.h"
 
+#include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace pugi
@@ -50,5 +53,21 @@ void setChild (pugi::xml_node parent, const char* name, const juce::String& text
 [[nodiscard]] juce::uint64 timestampFromIxmlOrBext (const IxmlMetadata&, const BextChunk&) noexcept;
 [[nodiscard]] bool hasAudioTimestamp (const IxmlMetadata&, const BextChunk&) noexcept;
 [[nodiscard]] double sampleRateForTimestamp (const IxmlMetadata&, const AudioFormatInfo&) noexcept;
+
+/** Where the stamps of two recordings place the second on the first: samples at the first one's rate, negative where it
+    starts earlier. None unless both are stamped.
+    First, Second   records with a format, a bext and an ixml */
+template <typename First, typename Second>
+[[nodiscard]] std::optional<juce::int64> offsetByStamps (const First& first, const Second& second)
+{
+    if (! hasAudioTimestamp (first.ixml, first.bext) || ! hasAudioTimestamp (second.ixml, second.bext))
+        return {};
+
+    return timecodeOffsetSamples (timestampFromIxmlOrBext (first.ixml, first.bext),
+                                  sampleRateForTimestamp (first.ixml, first.format),
+                                  timestampFromIxmlOrBext (second.ixml, second.bext),
+                                  sampleRateForTimestamp (second.ixml, second.format),
+                                  std::max (first.format.sampleRate, 1));
+}
 
 }    // namespace ld

@@ -193,13 +193,19 @@ bool BwfReader::parseFmt (const ChunkLoc& chunk)
 bool BwfReader::describeAudio (const ChunkLoc& data, const std::optional<Ds64>& ds64)
 {
     dataOffset = data.dataOffset;
-    format.dataBytes = ds64 && data.size == sizeInDs64 ? ds64->dataSize : data.size;
+    const auto bytesHeld = std::max<juce::int64> (fileBytes - dataOffset, 0);
+    format.dataBytes = data.size;
+
+    // Without a `ds64` it is what a recorder leaves that lost its power: the audio reaches to the end of the file.
+    if (data.size == sizeInDs64)
+        format.dataBytes = ds64 ? ds64->dataSize : bytesHeld;
 
     // 8192 bytes at most by 65535 channels at most: within 32 bits.
     if (frameBytes() < 1)
         return false;
 
     format.numFrames = ds64 && ds64->sampleCount != 0 ? ds64->sampleCount : format.dataBytes / frameBytes();
+    format.missingFrames = std::max<juce::int64> (format.numFrames - bytesHeld / frameBytes(), 0);
     format.valid = format.numFrames >= 0;
     return format.valid;
 }
@@ -264,18 +270,11 @@ bool BwfReader::isReadable (int channel) const noexcept
     return stream != nullptr && format.valid && channel >= 0 && channel < format.channels;
 }
 
-juce::int64 BwfReader::framesInFile() const noexcept
-{
-    if (! format.valid)
-        return 0;
-
-    return std::min (format.numFrames, std::max<juce::int64> (fileBytes - dataOffset, 0) / frameBytes());
-}
-
 bool BwfReader::isPlausible() const noexcept
 {
     constexpr juce::int64 mostMissingBytes = juce::int64 { 1 } << 32;
-    return format.valid && format.numFrames - framesInFile() <= mostMissingBytes / frameBytes();
+    constexpr int mostChannels = 1024;    // far more than any recorder writes: each gets curves and a lane
+    return format.valid && format.missingFrames <= mostMissingBytes / frameBytes() && format.channels <= mostChannels;
 }
 
 // Reads forward in large blocks and shows each; ends early where a read or the visitor says so. Returns the frames shown.

@@ -12,9 +12,6 @@ namespace ld
 namespace
 {
 
-// Far more than any recorder writes: curves and lanes are made for every channel that a header claims.
-constexpr int mostChannels = 1024;
-
 // How well a track's name speaks for it as the reference; the first word that occurs decides.
 int referenceScore (const juce::String& trackName)
 {
@@ -39,7 +36,7 @@ int chooseReference (const std::vector<TrackInfo>& tracks)
 // Opens a file whose claims can be worked with.
 bool openSource (BwfReader& reader, const juce::File& file)
 {
-    return reader.open (file) && reader.isPlausible() && reader.format.channels <= mostChannels;
+    return reader.open (file) && reader.isPlausible();
 }
 
 bool hasPiece (const GuestClip& guest, const juce::File& file)

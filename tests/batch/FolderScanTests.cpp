@@ -104,7 +104,11 @@ TEST (TimecodeOverlap, IsCountedOnTheHostsClock)
     const auto at = [] (juce::uint64 second, int64 seconds) {
         return scan ("g.wav", 1, 48000 * seconds, Stamp { 48000 * second });
     };
+    auto cutAfterFive = at (95, 10), cutAfterSeven = at (95, 10);
+    cutAfterFive.format.missingFrames = 48000 * 5;
+    cutAfterSeven.format.missingFrames = 48000 * 3;
     const std::tuple<ScanFile, bool, int64, int64> cases[] = {
+        { cutAfterFive, false, 0, 0 },          { cutAfterSeven, true, -240000, 96000 },
         { guestAt44, true, 48000, 480000 },     { at (95, 10), true, -240000, 240000 },
         { at (90, 60), true, -480000, 960000 }, { at (119, 10), true, 912000, 48000 },
         { at (120, 10), false, 0, 0 },    // where the one ends the other starts
