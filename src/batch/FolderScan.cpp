@@ -15,7 +15,6 @@ namespace
 
 using juce::int64;
 
-constexpr int fewestPolyChannels = 3;
 constexpr float leastScore = 20.0f;
 const char* const sceneTakeReason = "scene/take";
 
@@ -32,11 +31,6 @@ juce::uint64 stampOf (const ScanFile& scan)
 double stampRateOf (const ScanFile& scan)
 {
     return sampleRateForTimestamp (scan.ixml, scan.format);
-}
-
-bool isPoly (const ScanFile& scan)
-{
-    return scan.format.channels >= fewestPolyChannels;
 }
 
 juce::String normalised (const juce::String& text)
@@ -189,21 +183,10 @@ bool runAtTheSameTime (const ScanFile& a, const ScanFile& b)
 
 }    // namespace
 
-std::vector<juce::File> collectMediaFiles (const juce::File& root)
+bool isPoly (const ScanFile& scan)
 {
-    if (root.existsAsFile())
-        return { root };
-
-    if (! root.isDirectory())
-        return {};
-
-    // A link that leads back to a folder above it is followed no further.
-    const auto found = root.findChildFiles (
-        juce::File::findFiles, true, "*.wav;*.WAV;*.bwf;*.BWF;*.wave", juce::File::FollowSymlinks::noCycles);
-    std::vector<juce::File> files (found.begin(), found.end());
-    const auto byPath = [] (const auto& a, const auto& b) { return a.getFullPathName() < b.getFullPathName(); };
-    std::sort (files.begin(), files.end(), byPath);
-    return files;
+    constexpr int fewestChannels = 3;
+    return scan.format.valid && scan.format.channels >= fewestChannels;
 }
 
 ScanFile inspectAudioFile (const juce::File& file)

@@ -26,6 +26,11 @@ juce::String countText (const char* unit, int number, int total)
     return juce::String (unit) + " " + juce::String (number) + "/" + juce::String (total);
 }
 
+bool isSession (const juce::File& input)
+{
+    return input.hasFileExtension (sessionExtension);
+}
+
 // What is to be combined, and what it was made from.
 struct Batch
 {
@@ -36,14 +41,9 @@ struct Batch
 
 std::vector<juce::File> collectFiles (const ConformOptions& options)
 {
-    auto files = collectMediaFiles (options.input);
-
-    for (const auto& folder : options.isoFolders)
-        for (const auto& file : collectMediaFiles (folder))
-            if (std::find (files.begin(), files.end(), file) == files.end())
-                files.push_back (file);
-
-    return files;
+    std::vector<juce::File> roots { options.input };
+    roots.insert (roots.end(), options.isoFolders.begin(), options.isoFolders.end());
+    return collectMediaFiles (roots);
 }
 
 std::vector<ScanFile> inspectFiles (const std::vector<juce::File>& files, ProgressLine& line)
@@ -163,6 +163,9 @@ std::optional<juce::String> usageFault (const ConformOptions& options)
         if (! folder.exists())
             return "There is no " + folder.getFullPathName() + ".";
 
+    if (isSession (options.input) && ! options.isoFolders.empty())
+        return "A session is combined as it was left: --iso goes with a folder to scan.";
+
     if (options.output && options.output->existsAsFile())
         return options.output->getFullPathName() + " is a file, not a folder.";
 
@@ -191,7 +194,7 @@ ConformStatus runConform (const ConformOptions& options)
     std::optional<ProgressLine> line (std::in_place, ! options.isQuiet);
     Batch batch;
 
-    if (options.input.hasFileExtension (sessionExtension))
+    if (isSession (options.input))
     {
         if (const auto read = readSessionDocument (options.input, batch.document); read.failed())
             return fail (ConformStatus::incomplete, read.getErrorMessage());

@@ -126,11 +126,6 @@ Utf8Content utf8Content (std::string_view text)
     return content;
 }
 
-bool isUtf8 (std::string_view text)
-{
-    return utf8Content (text).numFaults == 0;
-}
-
 // A field that is full may end inside a character: without the bytes of it.
 std::string_view withoutCutCharacter (std::string_view text)
 {
@@ -304,6 +299,11 @@ bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 }
 
 }    // namespace
+
+bool isUtf8 (std::string_view text)
+{
+    return utf8Content (text).numFaults == 0;
+}
 
 juce::String textFromBytes (std::string_view bytes)
 {

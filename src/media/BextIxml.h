@@ -21,6 +21,9 @@ namespace ld
     return { static_cast<const char*> (block.getData()), block.getSize() };
 }
 
+/** Whether bytes are whole characters of UTF-8 from the first to the last. */
+[[nodiscard]] bool isUtf8 (std::string_view);
+
 /** Text from a file's bytes, up to the first NUL. It is UTF-8, without the bytes that belong to no whole character, if it
     has at least as many characters of several bytes as such faults; otherwise Latin-1, so that a recorder's own code page
     never yields a broken string. */

@@ -274,7 +274,8 @@ bool BwfReader::isPlausible() const noexcept
 {
     constexpr juce::int64 mostMissingBytes = juce::int64 { 1 } << 32;
     constexpr int mostChannels = 1024;    // far more than any recorder writes: each gets curves and a lane
-    return format.valid && format.missingFrames <= mostMissingBytes / frameBytes() && format.channels <= mostChannels;
+    return format.valid && format.missingFrames <= mostMissingBytes / frameBytes() && format.channels <= mostChannels
+           && isUtf8 (file.getFullPathName().toRawUTF8());
 }
 
 // Reads forward in large blocks and shows each; ends early where a read or the visitor says so. Returns the frames shown.

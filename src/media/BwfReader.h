@@ -49,7 +49,8 @@ public:
 
     /** Whether a file that opened can be worked with; all of the program goes by this answer. False where the header
         promises over 4 GiB more audio than the file holds, or more than 1024 channels: that is not a recording that was
-        cut short but a damaged one, and nothing of that size may be made from it. */
+        cut short but a damaged one, and nothing of that size may be made from it. False too where the file's path is no
+        UTF-8: neither a session nor a report could name it. */
     [[nodiscard]] bool isPlausible() const noexcept;
 
     /** Reads one channel as floats at full scale 1.0.

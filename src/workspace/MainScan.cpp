@@ -17,12 +17,6 @@ std::vector<ScanFile> inspectAll (const std::vector<juce::File>& files)
     return scans;
 }
 
-bool isPoly (const ScanFile& scan)
-{
-    constexpr int fewestChannels = 3;
-    return scan.format.valid && scan.format.channels >= fewestChannels;
-}
-
 MatchProgress postedTo (const JobRunner::Progress& progress, std::function<void (int done, int total)> show)
 {
     return [progress, show = std::move (show)] (int done, int total) {

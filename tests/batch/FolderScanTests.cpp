@@ -84,14 +84,23 @@ TEST (MediaFiles, AreListedFromAllFoldersInOrderOfTheirPaths)
 }
 
 #if ! JUCE_WINDOWS
-TEST (MediaFiles, LinksAreFollowedButNotInCircles)
+TEST (MediaFiles, EachRealFileIsListedOnceByTheShortestPath)
 {
     const TempFolder temp, elsewhere;
-    EXPECT_TRUE (temp.file ("day/one.wav").create().wasOk());
+
+    for (const auto* name : { "day/one.wav", "day/deep/er/three.wav" })
+        EXPECT_TRUE (temp.file (name).create().wasOk());
+
     EXPECT_TRUE (elsewhere.file ("two.wav").create().wasOk());
     EXPECT_TRUE (temp.folder.createSymbolicLink (temp.file ("day/loop"), true));
-    EXPECT_TRUE (elsewhere.folder.createSymbolicLink (temp.file ("linked"), true));
-    EXPECT_THAT (collected (temp), ElementsAre ("day/one.wav", "linked/two.wav"));
+
+    for (const auto* name : { "linked", "a", "day/again" })
+        EXPECT_TRUE (elsewhere.folder.createSymbolicLink (temp.file (name), true));
+
+    EXPECT_TRUE (temp.file ("day/deep").createSymbolicLink (temp.file ("zz-deep"), true));
+    EXPECT_TRUE (temp.file ("day/one.wav").createSymbolicLink (temp.file ("day/deep/copy.wav"), true));
+    EXPECT_THAT (collected (temp), ElementsAre ("a/two.wav", "day/one.wav", "zz-deep/er/three.wav"));
+    EXPECT_EQ (collectMediaFiles ({ elsewhere.folder, temp.folder, elsewhere.folder }).size(), 3u);
 }
 #endif
 
