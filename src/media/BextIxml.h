@@ -1,11 +1,12 @@
 #pragma once
 
+#include "media/FileText.h"
 #include "media/Records.h"
 #include "media/Timecode.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
-#include <string_view>
 
 namespace pugi
 {
@@ -15,25 +16,12 @@ class xml_node;
 namespace ld
 {
 
-/** The bytes of a chunk's body or a part of it. */
-[[nodiscard]] inline std::string_view bytesOf (const juce::MemoryBlock& block)
-{
-    return { static_cast<const char*> (block.getData()), block.getSize() };
-}
-
-/** Whether bytes are whole characters of UTF-8 from the first to the last. */
-[[nodiscard]] bool isUtf8 (std::string_view);
-
-/** Text from a file's bytes, up to the first NUL. It is UTF-8, without the bytes that belong to no whole character, if it
-    has at least as many characters of several bytes as such faults; otherwise Latin-1, so that a recorder's own code page
-    never yields a broken string. */
-[[nodiscard]] juce::String textFromBytes (std::string_view);
-
 /** Reads a `bext` payload; fewer than 602 bytes count as no chunk. A field that is full and ends inside a character is
     read without it. */
 [[nodiscard]] BextChunk parseBext (std::string_view);
 
-/** The payload of a `bext` chunk, 602 bytes and the coding history, which is ended with CR LF. Fields that are too
+/** The payload of a `bext` chunk, 602 bytes and the coding history, which is ended with CR LF. A text field that still
+    says what it did in its source goes back byte for byte, line ends and other code pages included. Fields that are too
     long are cut at the field's size, or ahead of the character that crosses it. The length may be odd: padding is the
     writer's matter. */
 [[nodiscard]] juce::MemoryBlock serialiseBext (const BextChunk&);
@@ -44,6 +32,10 @@ namespace ld
 /** The text of an `iXML` chunk: the kept source document with the record's fields replaced and TRACK_LIST rebuilt from
     the given tracks. Elements unknown here stay in place; a document whose root is not BWFXML is started anew. */
 [[nodiscard]] juce::String serialiseIxml (const IxmlMetadata&, const std::vector<TrackInfo>&);
+
+/** The text of an `iXML` chunk as edit leaves it, laid out as serialiseIxml lays it out.
+    edit   is given the root; text that is no XML comes back as it was */
+[[nodiscard]] juce::String editIxml (const juce::String& text, const std::function<void (pugi::xml_node)>& edit);
 
 /** The first text of a child element, trimmed; empty if there is none. */
 [[nodiscard]] juce::String childText (pugi::xml_node parent, const char* name);

@@ -68,6 +68,8 @@ struct BextChunk
     juce::int16 maxMomentaryLoudness = loudnessNotSet;
     juce::int16 maxShortTermLoudness = loudnessNotSet;
     juce::String codingHistory;
+    juce::MemoryBlock
+        sourceText;    // the five text fields as the file has them; a field that nobody changed goes back so
 
     bool operator== (const BextChunk&) const = default;
 };

@@ -3,6 +3,7 @@
 #include "media/Records.h"
 
 #include <map>
+#include <span>
 
 namespace ld
 {
@@ -48,7 +49,8 @@ using MixerBank = std::array<MixerChannel, mixerChannelLimit>;
 /** A mix that is carried from take to take: by a source key, not by a channel's position in the bank. */
 using MixerTemplate = std::map<juce::String, MixerChannel>;
 
-/** True for the recorder's own mix: by its function, or by exactly one of the usual names. */
+/** True for a recorder's own mix: by its function ("MIX", "L-MIX" and the like, "OLDMIX" of an earlier combined file), or by
+    one of the usual names, once case, blanks and punctuation are taken off. */
 [[nodiscard]] bool isOriginalMixTrack (const TrackInfo&);
 [[nodiscard]] bool isMixSourceTrack (const TrackInfo&);
 
@@ -96,8 +98,11 @@ captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, const Mixe
 void applyMixerTemplate (
     const HostTake&, const std::vector<GuestClip>&, MixerChannel* channels, int count, const MixerTemplate&);
 
-/** Sets the static mute of every channel that is the recorder's own mix. */
-void muteOriginalMixChannels (const HostTake&, MixerChannel* channels, int count);
+/** Sets the static mute of every channel that is a recorder's own mix, the poly's and the guests'. */
+void muteOriginalMixChannels (const HostTake&, const std::vector<GuestClip>&, std::span<MixerChannel>);
+
+/** True for a lane of a guest that is its recorder's own mix. */
+[[nodiscard]] bool isOriginalMixLane (const GuestClip&, int lane);
 
 /** A fader move. Outside a write pass it wipes the curve; in one it replaces everything from its position on. */
 void writeMixerGain (MixerChannel&, float db, juce::int64 sample, bool automationWrite);

@@ -263,7 +263,7 @@ std::vector<TrackInfo> Session::nameTracks (const GuestPiece& piece) const
     {
         track.isHost = false;
         track.channelIndex = ++highest;
-        track.function = "SINGLE";
+        track.function = isOriginalMixTrack (track) ? "MIX" : "SINGLE";
     }
 
     return tracks;
@@ -327,7 +327,7 @@ void Session::resetMixer()
         meter.store (0.0f);
 
     if (host.format.valid)
-        muteOriginalMixChannels (host, mixer.data(), mixerCount());
+        muteOriginalMixChannels (host, guests, { mixer.data(), (size_t) mixerCount() });
 }
 
 int Session::mixerCount() const

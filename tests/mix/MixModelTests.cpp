@@ -40,7 +40,7 @@ GuestClip guestWith (const std::vector<TrackInfo>& tracks, size_t lanes, int for
     return guest;
 }
 
-TEST (MixTracks, AreToldByFunctionOrExactNameAndRenamed)
+TEST (MixTracks, AreToldByWhatTheyAreAndRenamed)
 {
     struct Case
     {
@@ -53,6 +53,11 @@ TEST (MixTracks, AreToldByFunctionOrExactNameAndRenamed)
              Case { "Mix", "OTHER", true, "OLDMIX" },
              Case { " mix l ", "OTHER", true, "OLDMIX L" },
              Case { "MIXL", "OTHER", true, "OLDMIX L" },
+             Case { "Mix-L", "OTHER", true, "OLDMIX L" },
+             Case { "r_mix", "OTHER", true, "OLDMIX R" },
+             Case { "Desk", "L-MIX", true, "OLDMIX Desk" },
+             Case { "Kept", "OLDMIX", true, "OLDMIX Kept" },
+             Case { "Mixer", "MIXED", false, "OLDMIX Mixer" },
              Case { "MIX 2", "OTHER", false, "OLDMIX MIX 2" },
              Case { "OLDMIX", "OTHER", false, "OLDMIX" },
              Case { " Boom ", " mix ", true, "OLDMIX  Boom " },
@@ -235,14 +240,18 @@ TEST (Templates, MutingTheRecordersMixCountsOnlyIncludedChannelsAndStopsAtTheLim
     host.omittedChannels = { 1 };
     MixerBank bank;
     bank[1].muteAutomation = { { 0, false } };
-    muteOriginalMixChannels (host, bank.data(), 3);
+    std::vector<GuestClip> guests (1);
+    guests[0].tracks = { track ("Lav"), track ("Mix-R") };
+    guests[0].channelAudio.resize (2);
+    muteOriginalMixChannels (host, guests, std::span (bank).first (3));
     EXPECT_FALSE (bank[0].mute);
     EXPECT_TRUE (bank[1].mute);
     EXPECT_EQ (bank[1].muteAutomation.size(), 1U) << "its curve stays";
     EXPECT_FALSE (bank[3].mute) << "beyond the limit";
-    muteOriginalMixChannels (host, bank.data(), 4);
+    muteOriginalMixChannels (host, guests, bank);
     EXPECT_TRUE (bank[3].mute);
-    muteOriginalMixChannels (host, nullptr, 4);
+    EXPECT_FALSE (bank[4].mute) << "a guest's own track";
+    EXPECT_TRUE (bank[5].mute) << "a guest's mix";
 }
 
 }    // namespace
