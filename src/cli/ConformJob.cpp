@@ -118,8 +118,7 @@ ReferencePicture pictureOf (const SessionDocument& document)
     return picture;
 }
 
-ConformOutcome
-combineAll (const SessionDocument& document, const juce::File& folder, bool writesInterchange, ProgressLine& line)
+ConformOutcome combineAll (const SessionDocument& document, const ConformOptions& options, ProgressLine& line)
 {
     std::vector<double> ends;    // of each take, in seconds of the whole run
     auto end = 0.0;
@@ -128,14 +127,18 @@ combineAll (const SessionDocument& document, const juce::File& folder, bool writ
         ends.push_back (end += secondsOf (take));
 
     const auto total = std::max (end, 1e-3);
-    const TakeEdits edits {
-        document.metadataOverrides, document.nameOverrides, document.mixer, pictureOf (document), writesInterchange
-    };
+    const TakeEdits edits { .metadata = document.metadataOverrides,
+                            .names = document.nameOverrides,
+                            .mixer = document.mixer,
+                            .picture = pictureOf (document),
+                            .writesInterchange = options.writesInterchange,
+                            .writesMarkers = options.writesMarkers,
+                            .givesNewIds = options.givesNewIds };
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
     outcome.takes =
-        combineTakes (document.takes, edits, folder, [&] (int i, float fraction, const juce::String& phase) {
+        combineTakes (document.takes, edits, *options.output, [&] (int i, float fraction, const juce::String& phase) {
             const auto& name = document.takes[(size_t) i].host.file.getFileName();
             const auto start = i > 0 ? ends[(size_t) i - 1] : 0.0;
             const auto soFar = start + (double) fraction * (ends[(size_t) i] - start);
@@ -221,7 +224,7 @@ ConformStatus runConform (const ConformOptions& options)
     else if (options.output->createDirectory().failed())
         return fail (ConformStatus::incomplete, "Could not create " + options.output->getFullPathName() + ".");
     else
-        outcome = combineAll (batch.document, *options.output, options.writesInterchange, *line);
+        outcome = combineAll (batch.document, options, *line);
 
     line.reset();
     outcome.comparisons = std::move (batch.comparisons);

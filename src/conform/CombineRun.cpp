@@ -193,6 +193,8 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
     session.applyMixerTemplate (edits.mixer);
 
     auto request = exportRequestOf (session, outcome.output);
+    request.includeMarkers = edits.writesMarkers;
+    request.hasNewIds = edits.givesNewIds;
     auto result = writeTake (request, outcome);
     outcome.written = result.wasOk();
 

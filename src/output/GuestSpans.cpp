@@ -1,0 +1,87 @@
+#include "output/GuestSpans.h"
+
+#include "media/Rounding.h"
+
+#include <algorithm>
+
+namespace ld
+{
+namespace
+{
+
+using juce::int64;
+
+int64 scaled (int64 count, int fromRate, int toRate)
+{
+    return roundToSamples ((double) count * std::max (toRate, 1) / std::max (fromRate, 1));
+}
+
+std::vector<GuestPiece> piecesOf (const GuestClip& guest)
+{
+    if (! guest.pieces.empty())
+        return guest.pieces;
+
+    GuestPiece piece;
+    copyIdentity (guest, piece);
+    return { piece };
+}
+
+// Whole stretches, on the timeline of the take but not yet cut to it.
+std::vector<GuestSpan> wholeSpans (int hostRate, const GuestClip& guest)
+{
+    std::vector<GuestSpan> spans;
+
+    for (auto& piece : piecesOf (guest))
+        spans.push_back ({ .piece = piece,
+                           .start = guest.alignment.offsetSamples + piece.offsetSamples,
+                           .length = scaled (framesHeld (piece.format), piece.format.sampleRate, hostRate) });
+
+    std::ranges::stable_sort (spans, {}, &GuestSpan::start);
+
+    // What was laid out tells the end to the sample, the clock's drift included.
+    if (! guest.channelAudio.empty())
+        spans.back().length =
+            guest.alignment.offsetSamples + (int64) guest.channelAudio.front().size() - spans.back().start;
+
+    for (size_t i = 0; i + 1 < spans.size(); ++i)
+        spans[i].length = std::min (spans[i].length, spans[i + 1].start - spans[i].start);
+
+    return spans;
+}
+
+GuestSpan cutTo (int64 takeLength, int hostRate, GuestSpan span)
+{
+    const auto begin = std::clamp<int64> (span.start, 0, takeLength);
+    const auto end = std::clamp (span.end(), begin, takeLength);
+    const auto fileRate = span.piece.format.sampleRate;
+    span.sourceStart = scaled (begin - span.start, hostRate, fileRate);
+    span.start = begin;
+    span.length = end - begin;
+    span.sourceLength = std::clamp<int64> (scaled (span.length, hostRate, fileRate),
+                                           0,
+                                           std::max<int64> (framesHeld (span.piece.format) - span.sourceStart, 0));
+    return span;
+}
+
+}    // namespace
+
+std::vector<GuestSpan> guestSpans (const HostTake& host, const GuestClip& guest)
+{
+    auto spans = wholeSpans (host.format.sampleRate, guest);
+
+    for (auto& span : spans)
+        span = cutTo (host.format.numFrames, host.format.sampleRate, std::move (span));
+
+    std::erase_if (spans, [] (const auto& span) { return span.length < 1; });
+    return spans;
+}
+
+juce::String guestName (const GuestClip& guest)
+{
+    if (! guest.tracks.empty() && guest.tracks.front().name.isNotEmpty())
+        return guest.tracks.front().name;
+
+    return guest.file.getFileNameWithoutExtension();
+}
+
+}    // namespace ld
