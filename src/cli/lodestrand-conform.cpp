@@ -29,7 +29,7 @@ void declare (CLI::App& app, Words& words)
     app.add_option ("--report", words.report, "Write what was placed where, and why, as JSON");
     app.add_option ("--save-session", words.session, "Write the matched batch, to be reviewed in the window");
     app.add_flag (
-        "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an AAF text beside each file");
+        "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an OTIO text beside each file");
     app.add_flag ("--no-markers", words.hasNoMarkers, "No markers in the files where recordings begin and end");
     app.add_flag ("--new-ids", words.givesNewIds, "Give each file a UMID and FILE_UID of its own, not its poly's");
     app.add_flag ("--scan-only", words.isScanOnly, "Match, but combine nothing");

@@ -16,7 +16,7 @@ struct TakeEdits
     NameOverrides names;
     MixerTemplate mixer;
     ReferencePicture picture;          // of the interchange files
-    bool writesInterchange = false;    // those beside each combined file
+    bool writesInterchange = false;    // beside each combined file
     bool writesMarkers = true;         // in each combined file
     bool givesNewIds = false;          // to each combined file
 };

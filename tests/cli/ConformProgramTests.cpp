@@ -169,11 +169,15 @@ TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
         "--report",         report.getFullPathName()
     };
     EXPECT_EQ (run (words).status, 0);
-    EXPECT_THAT (
-        folders.written(),
-        ElementsAre ("COMBINED_T1.aaf", "COMBINED_T1.ale", "COMBINED_T1.edl", "COMBINED_T1.wav", "COMBINED_T1.xml"));
+    EXPECT_THAT (folders.written(),
+                 ElementsAre ("COMBINED_T1.aaf",
+                              "COMBINED_T1.ale",
+                              "COMBINED_T1.edl",
+                              "COMBINED_T1.otio",
+                              "COMBINED_T1.wav",
+                              "COMBINED_T1.xml"));
     const auto edl = folders.out.getChildFile ("COMBINED_T1.edl").loadFileAsString().toStdString();
-    EXPECT_THAT (edl, HasSubstr ("002  T1       V   C"));
+    EXPECT_THAT (edl, HasSubstr ("002  A001     V     C"));
     EXPECT_THAT (edl, HasSubstr ("* FROM CLIP NAME: pack.wav"));
 
     // A folder in the place of one of them.
