@@ -203,9 +203,9 @@ bool mixerChannelAudible (const MixerChannel& channel, bool anySolo, int64 sampl
     return ! mixerMuteAt (channel, sample) && (! anySolo || channel.solo);
 }
 
-bool anySoloIn (const MixerChannel* channels, int count) noexcept
+bool anySoloIn (std::span<const MixerChannel> channels) noexcept
 {
-    return std::any_of (channels, channels + std::max (count, 0), [] (const auto& channel) { return channel.solo; });
+    return std::ranges::any_of (channels, &MixerChannel::solo);
 }
 
 juce::String mixerSourceKey (bool isHost, const TrackInfo& track, int index)
@@ -243,16 +243,12 @@ juce::String keyAt (const HostTake& host, const std::vector<GuestClip>& guests, 
 
 MixerTemplate captureMixerTemplate (const HostTake& host,
                                     const std::vector<GuestClip>& guests,
-                                    const MixerChannel* channels,
-                                    int count)
+                                    std::span<const MixerChannel> channels)
 {
     MixerTemplate captured;
 
-    if (channels == nullptr)
-        return captured;
-
-    for (int i = 0; i < count; ++i)
-        if (const auto key = keyAt (host, guests, i); key.isNotEmpty())
+    for (size_t i = 0; i < channels.size(); ++i)
+        if (const auto key = keyAt (host, guests, (int) i); key.isNotEmpty())
             captured[key] = channels[i];
 
     return captured;
@@ -260,18 +256,14 @@ MixerTemplate captureMixerTemplate (const HostTake& host,
 
 void applyMixerTemplate (const HostTake& host,
                          const std::vector<GuestClip>& guests,
-                         MixerChannel* channels,
-                         int count,
+                         std::span<MixerChannel> channels,
                          const MixerTemplate& mixerTemplate)
 {
-    if (channels == nullptr)
-        return;
+    muteOriginalMixChannels (host, guests, channels);
 
-    muteOriginalMixChannels (host, guests, { channels, (size_t) std::max (count, 0) });
-
-    for (int i = 0; i < count; ++i)
+    for (size_t i = 0; i < channels.size(); ++i)
     {
-        const auto key = keyAt (host, guests, i);
+        const auto key = keyAt (host, guests, (int) i);
 
         if (const auto entry = mixerTemplate.find (key); key.isNotEmpty() && entry != mixerTemplate.end())
             channels[i] = entry->second;

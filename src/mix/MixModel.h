@@ -2,6 +2,7 @@
 
 #include "media/Records.h"
 
+#include <algorithm>
 #include <map>
 #include <span>
 
@@ -82,8 +83,14 @@ private:
 
 [[nodiscard]] bool mixerChannelAudible (const MixerChannel&, bool anySolo, juce::int64 sample) noexcept;
 
-/** True if one of the first count channels is soloed. */
-[[nodiscard]] bool anySoloIn (const MixerChannel* channels, int count) noexcept;
+[[nodiscard]] bool anySoloIn (std::span<const MixerChannel>) noexcept;
+
+/** The first count channels of a bank: those that are in use. */
+template <typename Bank>
+[[nodiscard]] auto channelsInUse (Bank& bank, int count) noexcept
+{
+    return std::span (bank).first ((size_t) std::clamp (count, 0, mixerChannelLimit));
+}
 
 /** "H|" or "G|", function, "|", name, "|", index; in capitals. */
 [[nodiscard]] juce::String mixerSourceKey (bool isHost, const TrackInfo&, int index);
@@ -92,11 +99,10 @@ private:
 [[nodiscard]] juce::String keyAt (const HostTake&, const std::vector<GuestClip>&, int mixerIndex);
 
 [[nodiscard]] MixerTemplate
-captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, const MixerChannel* channels, int count);
+captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, std::span<const MixerChannel>);
 
 /** Mutes the recorder's mix, then gives every channel whose source the template knows its settings. */
-void applyMixerTemplate (
-    const HostTake&, const std::vector<GuestClip>&, MixerChannel* channels, int count, const MixerTemplate&);
+void applyMixerTemplate (const HostTake&, const std::vector<GuestClip>&, std::span<MixerChannel>, const MixerTemplate&);
 
 /** Sets the static mute of every channel that is a recorder's own mix, the poly's and the guests'. */
 void muteOriginalMixChannels (const HostTake&, const std::vector<GuestClip>&, std::span<MixerChannel>);

@@ -68,7 +68,7 @@ public:
           encoder (layout.isFloat, layout.bits, layout.sampleBytes, layout.blockAlign),
           hostSamples ((size_t) (blockFrames * request.host.format.channels)),
           out ((size_t) (blockFrames * layout.blockAlign)), mix ((size_t) blockFrames),
-          anySolo (anySoloIn (request.mixer.data(), request.mixerCount))
+          anySolo (anySoloIn (channelsInUse (request.mixer, request.mixerCount)))
     {
     }
 

@@ -327,7 +327,7 @@ void Session::resetMixer()
         meter.store (0.0f);
 
     if (host.format.valid)
-        muteOriginalMixChannels (host, guests, { mixer.data(), (size_t) mixerCount() });
+        muteOriginalMixChannels (host, guests, channelsInUse (mixer, mixerCount()));
 }
 
 int Session::mixerCount() const
@@ -358,12 +358,12 @@ const MixerChannel& Session::mixerAt (int index) const
 
 bool Session::anySolo() const
 {
-    return anySoloIn (mixer.data(), mixerCount());
+    return anySoloIn (channelsInUse (mixer, mixerCount()));
 }
 
 void Session::applyMixerTemplate (const MixerTemplate& mixerTemplate)
 {
-    ld::applyMixerTemplate (host, guests, mixer.data(), mixerCount(), mixerTemplate);
+    ld::applyMixerTemplate (host, guests, channelsInUse (mixer, mixerCount()), mixerTemplate);
 }
 
 bool Session::isInUse (int mixerIndex) const

@@ -210,7 +210,7 @@ TEST (Templates, FollowTheSourceNotThePositionAndOverrideTheMixsMute)
     bank[2].pan = -0.5f;
     bank[2].automation = { { 0, 1.0f } };
     bank[2].muteAutomation = { { 256, true } };
-    const auto kept = captureMixerTemplate (host, guests, bank.data(), 5);
+    const auto kept = captureMixerTemplate (host, guests, std::span (bank).first (5));
     EXPECT_THAT (
         kept,
         ElementsAre (Key ("G|OTHER|CAM|0"), Key ("H|OTHER|BOOM|1"), Key ("H|OTHER|LAV|2"), Key ("H|OTHER|MIX L|0")));
@@ -220,18 +220,15 @@ TEST (Templates, FollowTheSourceNotThePositionAndOverrideTheMixsMute)
     MixerBank next;
     next[3].gainDb = -11.0f;
     guests.back() = guestWith ({ track ("Another") }, 1);
-    applyMixerTemplate (host, guests, next.data(), 4, kept);
+    applyMixerTemplate (host, guests, std::span (next).first (4), kept);
     EXPECT_EQ (next[0], bank[0]) << "the template unmutes the recorder's mix";
     EXPECT_EQ (next[1], bank[2]) << "the lavalier moved up by one";
     EXPECT_EQ (next[2], bank[4]);
     EXPECT_EQ (next[3].gainDb, -11.0f) << "an unknown source stays as it is";
 
     MixerBank muted;
-    applyMixerTemplate (host, guests, muted.data(), 4, {});
+    applyMixerTemplate (host, guests, std::span (muted).first (4), {});
     EXPECT_TRUE (muted[0].mute);
-    applyMixerTemplate (host, guests, nullptr, 4, kept);
-    EXPECT_THAT (captureMixerTemplate (host, guests, nullptr, 4), IsEmpty());
-    EXPECT_THAT (captureMixerTemplate (host, guests, bank.data(), 0), IsEmpty());
 }
 
 TEST (Templates, MutingTheRecordersMixCountsOnlyIncludedChannelsAndStopsAtTheLimit)
