@@ -129,28 +129,42 @@ void addSyncPoints (pugi::xml_node root, std::span<const TakeMarker> markers)
     list.prepend_move (list.child ("SYNC_POINT_COUNT"));
 }
 
+// The poly's own element of a track, by its place in the interleave: the user may have renamed it.
+pugi::xml_node sourceTrack (pugi::xml_node list, const IxmlMetadata& ixml, int interleaveIndex)
+{
+    auto node = list.child ("TRACK");
+
+    for (const auto& track : ixml.tracks)
+    {
+        if (track.interleaveIndex == interleaveIndex)
+            return node;
+
+        node = node.next_sibling ("TRACK");
+    }
+
+    return {};
+}
+
 // The recorder's fader and pan of the tracks that are kept, which the new track list knows nothing of.
 void keepDefaultMix (pugi::xml_node root, const ExportRequest& request)
 {
+    const auto& host = request.host;
     pugi::xml_document source;
-    source.load_buffer (request.host.ixml.rawXml.toRawUTF8(), request.host.ixml.rawXml.getNumBytesAsUTF8());
-    const auto sourceTracks = source.document_element().child ("TRACK_LIST").children ("TRACK");
+    source.load_buffer (host.ixml.rawXml.toRawUTF8(), host.ixml.rawXml.getNumBytesAsUTF8());
+    const auto sourceList = source.document_element().child ("TRACK_LIST");
     auto target = root.child ("TRACK_LIST").child ("TRACK");
 
     if (request.includeMix)
         target = target.next_sibling ("TRACK");
 
-    for (size_t i = 0; i < request.host.tracks.size(); ++i)
+    for (size_t i = 0; i < host.tracks.size(); ++i)
     {
-        if (isChannelOmitted (request.host, (int) i))
+        if (isChannelOmitted (host, (int) i))
             continue;
 
-        auto known = request.host.ixml.tracks.begin();
-
-        for (const auto track : sourceTracks)
-            if (known != request.host.ixml.tracks.end() && *known++ == request.host.tracks[i])
-                if (const auto mix = track.child ("DEFAULT_MIX"); mix && ! target.child ("DEFAULT_MIX"))
-                    target.append_copy (mix);
+        if (const auto track = sourceTrack (sourceList, host.ixml, host.tracks[i].interleaveIndex))
+            if (const auto mix = track.child ("DEFAULT_MIX"))
+                target.append_copy (mix);
 
         target = target.next_sibling ("TRACK");
     }

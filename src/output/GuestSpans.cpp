@@ -29,19 +29,22 @@ std::vector<GuestPiece> piecesOf (const GuestClip& guest)
 // Whole stretches, on the timeline of the take but not yet cut to it.
 std::vector<GuestSpan> wholeSpans (int hostRate, const GuestClip& guest)
 {
+    // A session that was edited by hand can state any place; sums of these must not overflow.
+    static constexpr auto farthest = int64 { 1 } << 60;
+    const auto limited = [] (int64 place) { return std::clamp (place, -farthest, farthest); };
+    const auto place = limited (guest.alignment.offsetSamples);
     std::vector<GuestSpan> spans;
 
     for (auto& piece : piecesOf (guest))
         spans.push_back ({ .piece = piece,
-                           .start = guest.alignment.offsetSamples + piece.offsetSamples,
+                           .start = place + limited (piece.offsetSamples),
                            .length = scaled (framesHeld (piece.format), piece.format.sampleRate, hostRate) });
 
     std::ranges::stable_sort (spans, {}, &GuestSpan::start);
 
     // What was laid out tells the end to the sample, the clock's drift included.
     if (! guest.channelAudio.empty())
-        spans.back().length =
-            guest.alignment.offsetSamples + (int64) guest.channelAudio.front().size() - spans.back().start;
+        spans.back().length = place + (int64) guest.channelAudio.front().size() - spans.back().start;
 
     for (size_t i = 0; i + 1 < spans.size(); ++i)
         spans[i].length = std::min (spans[i].length, spans[i + 1].start - spans[i].start);
@@ -53,13 +56,9 @@ GuestSpan cutTo (int64 takeLength, int hostRate, GuestSpan span)
 {
     const auto begin = std::clamp<int64> (span.start, 0, takeLength);
     const auto end = std::clamp (span.end(), begin, takeLength);
-    const auto fileRate = span.piece.format.sampleRate;
-    span.sourceStart = scaled (begin - span.start, hostRate, fileRate);
+    span.sourceStart = scaled (begin - span.start, hostRate, span.piece.format.sampleRate);
     span.start = begin;
     span.length = end - begin;
-    span.sourceLength = std::clamp<int64> (scaled (span.length, hostRate, fileRate),
-                                           0,
-                                           std::max<int64> (framesHeld (span.piece.format) - span.sourceStart, 0));
     return span;
 }
 
@@ -67,10 +66,11 @@ GuestSpan cutTo (int64 takeLength, int hostRate, GuestSpan span)
 
 std::vector<GuestSpan> guestSpans (const HostTake& host, const GuestClip& guest)
 {
+    const auto takeLength = std::max<int64> (host.format.numFrames, 0);
     auto spans = wholeSpans (host.format.sampleRate, guest);
 
     for (auto& span : spans)
-        span = cutTo (host.format.numFrames, host.format.sampleRate, std::move (span));
+        span = cutTo (takeLength, host.format.sampleRate, std::move (span));
 
     std::erase_if (spans, [] (const auto& span) { return span.length < 1; });
     return spans;

@@ -8,11 +8,10 @@ namespace ld
 /** A stretch of a take's timeline on which one file of a guest is heard without a break. */
 struct GuestSpan
 {
-    GuestPiece piece;                // the file, and what it says of itself
-    juce::int64 start = 0;           // poly samples from the take's start, 0 or more
-    juce::int64 length = 0;          // poly samples, 1 or more
-    juce::int64 sourceStart = 0;     // the first frame of the file that is heard, at the file's rate
-    juce::int64 sourceLength = 0;    // frames of the file
+    GuestPiece piece;               // the file, and what it says of itself
+    juce::int64 start = 0;          // poly samples from the take's start, 0 or more
+    juce::int64 length = 0;         // poly samples, 1 or more
+    juce::int64 sourceStart = 0;    // the first frame of the file that is heard, at the file's rate
 
     [[nodiscard]] juce::int64 end() const noexcept { return start + length; }
 };

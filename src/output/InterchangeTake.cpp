@@ -112,7 +112,7 @@ juce::String fileUrl (const juce::File& file)
 {
     juce::String url ("file://");
 
-    const auto path = file.getFullPathName();
+    const auto& path = file.getFullPathName();
 
     for (const auto* at = path.toRawUTF8(); *at != 0; ++at)
     {
