@@ -180,6 +180,14 @@ TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
     EXPECT_THAT (edl, HasSubstr ("002  A001     V     C"));
     EXPECT_THAT (edl, HasSubstr ("* FROM CLIP NAME: pack.wav"));
 
+    const auto file = folders.out.getChildFile ("COMBINED_T1.wav");
+    EXPECT_NE (walkWave (file).find ("cue "), nullptr) << "the pack begins a second into the take";
+    auto without = words;
+    without.insert (without.end(), { "--no-markers", "--new-ids" });
+    EXPECT_EQ (run (without).status, 0);
+    EXPECT_EQ (walkWave (file).find ("cue "), nullptr);
+    EXPECT_THAT (readBody (file, *walkWave (file).find ("iXML")), HasSubstr ("<PARENT_FILENAME>T1.wav<"));
+
     // A folder in the place of one of them.
     const auto blocked = folders.out.getChildFile ("COMBINED_T1.ale");
     blocked.deleteFile();
