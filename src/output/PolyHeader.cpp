@@ -14,6 +14,7 @@ namespace
 using juce::int64;
 
 constexpr int fewestBits = 16;
+constexpr juce::uint16 firstVersionWithUmid = 1;    // EBU Tech 3285: before, its bytes are reserved
 constexpr juce::uint32 sizeInDs64 = 0xFFFFFFFF;
 constexpr int64 largestRiffData = 0xFFFFFFF0;
 const char* const programName = "Lodestrand";
@@ -84,7 +85,10 @@ BextChunk makeBext (const ExportRequest& request, const PolyLayout& layout)
     bext.present = true;
 
     if (request.hasNewIds)
+    {
         bext.umid = makeEssenceIds (request).umid;
+        bext.version = std::max (bext.version, firstVersionWithUmid);
+    }
 
     if (bext.timeReference == 0)
         bext.timeReference = timestampFromIxmlOrBext (request.host.ixml, request.host.bext);

@@ -101,7 +101,7 @@ struct Combined
             "</TRACK><TRACK><INTERLEAVE_INDEX>2</INTERLEAVE_INDEX><NAME>Mix</NAME></TRACK></TRACK_LIST></BWFXML>";
         auto poly = WaveBuilder()
                         .chunk ("fmt ", fmtBody (format))
-                        .chunk ("bext", bextBody ({ .history = "A=ANALOGUE\r\n" }))
+                        .chunk ("bext", bextBody ({ .version = 0, .history = "A=ANALOGUE\r\n" }))
                         .chunk ("iXML", bodyOf (text))
                         .chunk ("data", audioBody (format, Channels (3, std::vector<float> (3000))));
 
@@ -174,6 +174,7 @@ TEST (EssenceIds, AreThePolysOrNewOnesThatSourcesAndPlacesDecide)
     const auto umid = combined.body ("bext").substr (348, 64);
     EXPECT_EQ (umid.substr (0, 16), std::string ("\x06\x0A\x2B\x34\1\1\1\5\1\1\x09\x20\x13\0\0\0", 16));
     EXPECT_EQ (umid.substr (32), std::string (32, '\0'));
+    EXPECT_EQ (numberAt (combined.body ("bext"), 346, 2), 1u) << "the first version that has a UMID";
     EXPECT_EQ (root.child_value ("FILE_UID"), ids.fileUid.toStdString());
     EXPECT_STREQ (root.child ("HISTORY").child_value ("PARENT_UID"), "U1");
     EXPECT_STREQ (root.child ("HISTORY").child_value ("ORIGINAL_FILENAME"), "poly.wav");
