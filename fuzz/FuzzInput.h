@@ -26,7 +26,7 @@ inline void require (bool holds, const char* promise)
 /** As the program makes a text of a file's bytes. */
 [[nodiscard]] inline juce::String textOf (Bytes bytes)
 {
-    return textFromBytes (bytes.data(), bytes.size());
+    return textFromBytes ({ reinterpret_cast<const char*> (bytes.data()), bytes.size() });
 }
 
 /** Takes values off the front; zeros behind the end. */

@@ -65,18 +65,18 @@ void readWave (Bytes bytes)
 
 void readBext (Bytes bytes)
 {
-    const auto bext = parseBext (bytes.data(), bytes.size());
+    const auto bext = parseBext ({ reinterpret_cast<const char*> (bytes.data()), bytes.size() });
 
     if (! bext.present)
         return;
 
     const auto written = serialiseBext (bext);
-    const auto again = parseBext (written.getData(), written.getSize());
+    const auto again = parseBext (bytesOf (written));
     require (again.timeReference == bext.timeReference && again.umid == bext.umid, "numbers survive a rewrite");
 
     // A field that was cut can end with a blank, which the next reader trims.
     const auto rewritten = serialiseBext (again);
-    const auto last = parseBext (rewritten.getData(), rewritten.getSize());
+    const auto last = parseBext (bytesOf (rewritten));
     require (serialiseBext (last) == rewritten, "a later rewrite changes nothing");
 }
 

@@ -55,11 +55,12 @@ void writeInterchange (Bytes bytes)
     request.video.loaded = text.length() % 2 == 0;
     request.guests.emplace_back().file = host.file;
 
-    const auto edl = makeEdl (request);
+    const auto edl = makeEdl ({ &request, 1 });
     require (edl.startsWith ("TITLE: ") && edl.endsWith ("fps\n\n"), "an EDL is whole");
-    require (makeFcpXml (request).endsWith ("</xmeml>\n"), "an xmeml text is whole");
-    require (makeAle (request).startsWith ("Heading\n"), "a log is whole");
-    require (makeAafXml (request).endsWith ("</AAF>\n"), "a composition is whole");
+    require (makeFcpXml ({ &request, 1 }).endsWith ("</xmeml>\n"), "an xmeml text is whole");
+    require (makeAle ({ &request, 1 }).startsWith ("Heading\n"), "a log is whole");
+    require (makeAafXml ({ &request, 1 }).endsWith ("</AAF>\n"), "a composition is whole");
+    require (juce::JSON::parse (makeOtio ({ &request, 1 })).isObject(), "a timeline is an object");
     require (! xmlEsc (text).containsAnyOf ("<>\""), "nothing in a text is taken for markup");
 }
 

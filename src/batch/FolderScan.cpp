@@ -3,7 +3,6 @@
 #include "media/BextIxml.h"
 #include "media/BwfReader.h"
 #include "media/Rounding.h"
-#include "media/Timecode.h"
 
 #include <algorithm>
 #include <optional>
@@ -16,7 +15,6 @@ namespace
 
 using juce::int64;
 
-constexpr int fewestPolyChannels = 3;
 constexpr float leastScore = 20.0f;
 const char* const sceneTakeReason = "scene/take";
 
@@ -33,11 +31,6 @@ juce::uint64 stampOf (const ScanFile& scan)
 double stampRateOf (const ScanFile& scan)
 {
     return sampleRateForTimestamp (scan.ixml, scan.format);
-}
-
-bool isPoly (const ScanFile& scan)
-{
-    return scan.format.channels >= fewestPolyChannels;
 }
 
 juce::String normalised (const juce::String& text)
@@ -75,8 +68,8 @@ int likenessOfNames (const ScanFile& a, const ScanFile& b)
 bool mayShareTake (const ScanFile& poly, const ScanFile& other)
 {
     constexpr double muchLonger = 1.5;
-    const auto shorter = std::min (poly.format.numFrames, other.format.numFrames);
-    const auto longer = std::max (poly.format.numFrames, other.format.numFrames);
+    const auto shorter = std::min (framesHeld (poly.format), framesHeld (other.format));
+    const auto longer = std::max (framesHeld (poly.format), framesHeld (other.format));
 
     if (shorter > 0 && (double) longer >= muchLonger * (double) shorter)
         return true;
@@ -174,7 +167,7 @@ struct TimeSpan
 TimeSpan spanOf (const ScanFile& scan)
 {
     return { (double) stampOf (scan) / std::max (stampRateOf (scan), 1.0),
-             (double) scan.format.numFrames / std::max (scan.format.sampleRate, 1) };
+             (double) framesHeld (scan.format) / std::max (scan.format.sampleRate, 1) };
 }
 
 bool runAtTheSameTime (const ScanFile& a, const ScanFile& b)
@@ -190,21 +183,10 @@ bool runAtTheSameTime (const ScanFile& a, const ScanFile& b)
 
 }    // namespace
 
-std::vector<juce::File> collectMediaFiles (const juce::File& root)
+bool isPoly (const ScanFile& scan)
 {
-    if (root.existsAsFile())
-        return { root };
-
-    if (! root.isDirectory())
-        return {};
-
-    // A link that leads back to a folder above it is followed no further.
-    const auto found = root.findChildFiles (
-        juce::File::findFiles, true, "*.wav;*.WAV;*.bwf;*.BWF;*.wave", juce::File::FollowSymlinks::noCycles);
-    std::vector<juce::File> files (found.begin(), found.end());
-    const auto byPath = [] (const auto& a, const auto& b) { return a.getFullPathName() < b.getFullPathName(); };
-    std::sort (files.begin(), files.end(), byPath);
-    return files;
+    constexpr int fewestChannels = 3;
+    return scan.format.valid && scan.format.channels >= fewestChannels;
 }
 
 ScanFile inspectAudioFile (const juce::File& file)
@@ -212,7 +194,7 @@ ScanFile inspectAudioFile (const juce::File& file)
     ScanFile scan;
     scan.file = file;
 
-    if (BwfReader reader; reader.open (file))
+    if (BwfReader reader; reader.open (file) && reader.isPlausible())
         copyIdentity (reader, scan);
 
     return scan;
@@ -220,21 +202,21 @@ ScanFile inspectAudioFile (const juce::File& file)
 
 TcOverlap tcOverlap (const ScanFile& host, const ScanFile& guest)
 {
-    if (! isStamped (host) || ! isStamped (guest))
+    const auto offset = offsetByStamps (host, guest);
+
+    if (! offset)
         return {};
 
     const auto rate = (double) std::max (host.format.sampleRate, 1);
-    const auto offset =
-        timecodeOffsetSamples (stampOf (host), stampRateOf (host), stampOf (guest), stampRateOf (guest), rate);
     const auto guestFrames =
-        roundToSamples ((double) guest.format.numFrames * rate / std::max (guest.format.sampleRate, 1));
-    const auto start = std::max<int64> (offset, 0);
-    const auto end = std::min (guestFrames + offset, host.format.numFrames);
+        roundToSamples ((double) framesHeld (guest.format) * rate / std::max (guest.format.sampleRate, 1));
+    const auto start = std::max<int64> (*offset, 0);
+    const auto end = std::min (guestFrames + *offset, framesHeld (host.format));
 
     if (end <= start)
         return {};
 
-    return { true, offset, end - start };
+    return { true, *offset, end - start };
 }
 
 PairScore scorePair (const ScanFile& host, const ScanFile& guest)
@@ -244,7 +226,7 @@ PairScore scorePair (const ScanFile& host, const ScanFile& guest)
 
     if (const auto overlap = tcOverlap (host, guest); overlap.valid)
     {
-        const auto share = (double) overlap.overlapSamples / (double) std::max<int64> (host.format.numFrames, 1);
+        const auto share = (double) overlap.overlapSamples / (double) std::max<int64> (framesHeld (host.format), 1);
         return { (float) (70.0 + 25.0 * juce::jlimit (0.0, 1.0, share)), "timecode", true };
     }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "batch/MediaFiles.h"
 #include "media/Records.h"
 
 namespace ld
@@ -23,7 +24,7 @@ struct PairScore
     bool strong = false;    // the evidence stands by itself; a mere likeness of names does not
 };
 
-/** Where two files lie against each other by their timestamps. */
+/** Where two files lie against each other by their timestamps; of a file that was cut short what it holds counts. */
 struct TcOverlap
 {
     bool valid = false;                // both have one and their spans overlap
@@ -31,11 +32,11 @@ struct TcOverlap
     juce::int64 overlapSamples = 0;    // host samples
 };
 
-/** The wave files of a folder and the folders below it, links followed, sorted by full path; of a file just that file. */
-[[nodiscard]] std::vector<juce::File> collectMediaFiles (const juce::File& root);
-
-/** Reads a file's header; one that cannot be opened has format.valid false. */
+/** Reads a file's header; one that cannot be opened, or not be worked with, has format.valid false. */
 [[nodiscard]] ScanFile inspectAudioFile (const juce::File&);
+
+/** A file that can be read and has three channels or more. */
+[[nodiscard]] bool isPoly (const ScanFile&);
 
 [[nodiscard]] TcOverlap tcOverlap (const ScanFile& host, const ScanFile& guest);
 

@@ -25,6 +25,11 @@ juce::String countText (const char* unit, int number, int total)
     return juce::String (unit) + " " + juce::String (number) + "/" + juce::String (total);
 }
 
+bool isSession (const juce::File& input)
+{
+    return input.hasFileExtension (sessionExtension);
+}
+
 // What is to be combined, and what it was made from.
 struct Batch
 {
@@ -35,14 +40,9 @@ struct Batch
 
 std::vector<juce::File> collectFiles (const ConformOptions& options)
 {
-    auto files = collectMediaFiles (options.input);
-
-    for (const auto& folder : options.isoFolders)
-        for (const auto& file : collectMediaFiles (folder))
-            if (std::find (files.begin(), files.end(), file) == files.end())
-                files.push_back (file);
-
-    return files;
+    std::vector<juce::File> roots { options.input };
+    roots.insert (roots.end(), options.isoFolders.begin(), options.isoFolders.end());
+    return collectMediaFiles (roots);
 }
 
 std::vector<ScanFile> inspectFiles (const std::vector<juce::File>& files, ProgressLine& line)
@@ -120,8 +120,7 @@ ReferencePicture pictureOf (const SessionDocument& document)
     return picture;
 }
 
-ConformOutcome
-combineAll (const SessionDocument& document, const juce::File& folder, bool writesInterchange, ProgressLine& line)
+ConformOutcome combineAll (const SessionDocument& document, const ConformOptions& options, ProgressLine& line)
 {
     std::vector<double> ends;    // of each take, in seconds of the whole run
     auto end = 0.0;
@@ -130,14 +129,18 @@ combineAll (const SessionDocument& document, const juce::File& folder, bool writ
         ends.push_back (end += secondsOf (take));
 
     const auto total = std::max (end, 1e-3);
-    const TakeEdits edits {
-        document.metadataOverrides, document.nameOverrides, document.mixer, pictureOf (document), writesInterchange
-    };
+    const TakeEdits edits { .metadata = document.metadataOverrides,
+                            .names = document.nameOverrides,
+                            .mixer = document.mixer,
+                            .picture = pictureOf (document),
+                            .writesInterchange = options.writesInterchange,
+                            .writesMarkers = options.writesMarkers,
+                            .givesNewIds = options.givesNewIds };
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
     outcome.takes =
-        combineTakes (document.takes, edits, folder, [&] (int i, float fraction, const juce::String& phase) {
+        combineTakes (document.takes, edits, *options.output, [&] (int i, float fraction, const juce::String& phase) {
             const auto& name = document.takes[(size_t) i].host.file.getFileName();
             const auto start = i > 0 ? ends[(size_t) i - 1] : 0.0;
             const auto soFar = start + (double) fraction * (ends[(size_t) i] - start);
@@ -164,6 +167,9 @@ std::optional<juce::String> usageFault (const ConformOptions& options)
     for (const auto& folder : options.isoFolders)
         if (! folder.exists())
             return "There is no " + folder.getFullPathName() + ".";
+
+    if (isSession (options.input) && ! options.isoFolders.empty())
+        return "A session is combined as it was left: --iso goes with a folder to scan.";
 
     if (options.output && options.output->existsAsFile())
         return options.output->getFullPathName() + " is a file, not a folder.";
@@ -193,7 +199,7 @@ ConformStatus runConform (const ConformOptions& options)
     std::optional<ProgressLine> line (std::in_place, ! options.isQuiet);
     Batch batch;
 
-    if (options.input.hasFileExtension (sessionExtension))
+    if (isSession (options.input))
     {
         if (const auto read = readSessionDocument (options.input, batch.document); read.failed())
             return fail (ConformStatus::incomplete, read.getErrorMessage());
@@ -220,7 +226,7 @@ ConformStatus runConform (const ConformOptions& options)
     else if (options.output->createDirectory().failed())
         return fail (ConformStatus::incomplete, "Could not create " + options.output->getFullPathName() + ".");
     else
-        outcome = combineAll (batch.document, *options.output, options.writesInterchange, *line);
+        outcome = combineAll (batch.document, options, *line);
 
     line.reset();
     outcome.comparisons = std::move (batch.comparisons);

@@ -21,7 +21,7 @@ struct ConformOptions
     std::vector<juce::File> isoFolders;
     std::optional<juce::File> output, report, session;
     bool isScanOnly = false, isQuiet = false;
-    bool writesInterchange = false;
+    bool writesInterchange = false, writesMarkers = true, givesNewIds = false;
     int jobs = 0;                 // pairs compared at a time; 0: one fewer than there are processors
     double memoryBudget = 0.0;    // bytes for the comparison; 0: a default for the machine
 };

@@ -1,5 +1,7 @@
 #include "cli/ConformTable.h"
 
+#include "media/BextIxml.h"
+
 #include <algorithm>
 
 namespace ld
@@ -101,6 +103,21 @@ juce::String listFiles (const juce::String& heading,
     return text;
 }
 
+juce::String listUnreadable (const std::vector<juce::File>& files)
+{
+    juce::String text (files.empty() ? "" : "Could not be read:\n");
+
+    for (const auto& file : files)
+    {
+        // As text the path would be cut or show other letters than the system does.
+        const std::string_view path (file.getFullPathName().toRawUTF8());
+        text << "    " << textFromBytes (path) << "\n"
+             << (isUtf8 (path) ? "" : "        its name is no UTF-8 text; rename it, and it can be used\n");
+    }
+
+    return text;
+}
+
 juce::String describeTakes (const ConformOutcome& outcome)
 {
     const auto placedFiles = outcome.placedFiles();
@@ -109,7 +126,7 @@ juce::String describeTakes (const ConformOutcome& outcome)
     for (const auto& take : outcome.takes)
         text << describeTake (take, placedFiles);
 
-    text << listFiles ("Could not be read:", outcome.unreadable, {});
+    text << listUnreadable (outcome.unreadable);
     return text + listFiles ("Belong to no take:", outcome.unmatched, outcome.comparisons);
 }
 

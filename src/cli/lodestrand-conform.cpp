@@ -15,7 +15,7 @@ struct Words
     std::string input, output, report, session;
     std::vector<std::string> isoFolders;
     int jobs = 0, memoryMiB = 0;
-    bool writesInterchange = false, isScanOnly = false, isQuiet = false;
+    bool writesInterchange = false, hasNoMarkers = false, givesNewIds = false, isScanOnly = false, isQuiet = false;
 };
 
 void declare (CLI::App& app, Words& words)
@@ -29,7 +29,9 @@ void declare (CLI::App& app, Words& words)
     app.add_option ("--report", words.report, "Write what was placed where, and why, as JSON");
     app.add_option ("--save-session", words.session, "Write the matched batch, to be reviewed in the window");
     app.add_flag (
-        "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an AAF text beside each file");
+        "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an OTIO text beside each file");
+    app.add_flag ("--no-markers", words.hasNoMarkers, "No markers in the files where recordings begin and end");
+    app.add_flag ("--new-ids", words.givesNewIds, "Give each file a UMID and FILE_UID of its own, not its poly's");
     app.add_flag ("--scan-only", words.isScanOnly, "Match, but combine nothing");
     app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
     app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
@@ -57,6 +59,8 @@ ld::ConformOptions optionsOf (const Words& words)
     options.report = fileIfAny (words.report);
     options.session = fileIfAny (words.session);
     options.writesInterchange = words.writesInterchange;
+    options.writesMarkers = ! words.hasNoMarkers;
+    options.givesNewIds = words.givesNewIds;
     options.isScanOnly = words.isScanOnly;
     options.isQuiet = words.isQuiet;
     options.jobs = words.jobs;

@@ -128,9 +128,15 @@ juce::Result writeTake (ExportRequest& request, TakeOutcome& outcome)
     return result;
 }
 
-juce::Result writeInterchange (ExportRequest written, const ReferencePicture& picture)
+juce::Result
+writeInterchange (ExportRequest written, const ReferencePicture& picture, const std::vector<GuestOutcome>& outcomes)
 {
     InterchangeRequest request;
+
+    for (const auto& guest : outcomes)
+        if (guest.rejected && ! guest.pieces.empty())
+            request.leftOut.push_back ({ guest.pieces.front().file, guest.alignment });
+
     request.host = std::move (written.host);
     request.guests = std::move (written.guests);
     request.video = picture;
@@ -167,11 +173,13 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
     session.applyMixerTemplate (edits.mixer);
 
     auto request = exportRequestOf (session, outcome.output);
+    request.includeMarkers = edits.writesMarkers;
+    request.hasNewIds = edits.givesNewIds;
     auto result = writeTake (request, outcome);
     outcome.written = result.wasOk();
 
     if (outcome.written && edits.writesInterchange)
-        result = writeInterchange (std::move (request), edits.picture);
+        result = writeInterchange (std::move (request), edits.picture, outcome.guests);
 
     outcome.error = result.getErrorMessage();
 }

@@ -16,7 +16,9 @@ struct TakeEdits
     NameOverrides names;
     MixerTemplate mixer;
     ReferencePicture picture;          // of the interchange files
-    bool writesInterchange = false;    // four of them beside each combined file
+    bool writesInterchange = false;    // beside each combined file
+    bool writesMarkers = true;         // in each combined file
+    bool givesNewIds = false;          // to each combined file
 };
 
 /** What became of one guest of a take, or of a file that came to belong to none. */

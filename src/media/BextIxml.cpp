@@ -4,6 +4,7 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -42,69 +43,24 @@ auto loudnessFields (Chunk& chunk)
                         &chunk.maxShortTermLoudness };
 }
 
-// How many bytes follow a first one, and what the first of them may be, so that no character is spelt longer than it must
-// be and none lies among the surrogates or beyond the last (RFC 3629, section 4).
-struct Utf8Lead
+juce::String textField (std::string_view field)
 {
-    size_t numFollowing = 0;
-    juce::uint8 lowest = 0x80, highest = 0xBF;
-};
+    // Some writers end even a full field with a NUL.
+    const auto fullSize = field.size() - 1;
+    const auto end = field.find_last_not_of (std::string_view ("\0 ", 2));
+    const auto text = field.substr (0, end == std::string_view::npos ? 0 : end + 1);
+    return textFromBytes (text.size() >= fullSize ? withoutCutCharacter (text) : text).trim();
+}
 
-std::optional<Utf8Lead> utf8Lead (juce::uint8 first) noexcept
+// source   the field's bytes in the file that the text was read from; empty where there was none
+void writeField (char* at, size_t size, const juce::String& text, std::string_view source)
 {
-    switch (first)
+    if (source.size() == size && textField (source) == text)
     {
-        case 0xE0: return Utf8Lead { 2, 0xA0, 0xBF };
-        case 0xED: return Utf8Lead { 2, 0x80, 0x9F };
-        case 0xF0: return Utf8Lead { 3, 0x90, 0xBF };
-        case 0xF4: return Utf8Lead { 3, 0x80, 0x8F };
-        default: break;
+        std::ranges::copy (source, at);
+        return;
     }
 
-    if (first < 0x80)
-        return Utf8Lead { 0 };
-
-    if (first < 0xC2 || first > 0xF4)
-        return {};
-
-    return Utf8Lead { first < 0xE0 ? 1u : first < 0xF0 ? 2u : 3u };
-}
-
-// The framework's own test does not look at the bytes that follow a first one, and takes much Latin-1 for UTF-8.
-bool isUtf8 (const char* text, size_t size) noexcept
-{
-    for (size_t i = 0; i < size; ++i)
-    {
-        const auto lead = utf8Lead ((juce::uint8) text[i]);
-
-        if (! lead || lead->numFollowing >= size - i)
-            return false;
-
-        for (size_t k = 1; k <= lead->numFollowing; ++k)
-        {
-            const auto next = (juce::uint8) text[i + k];
-            const auto isFirst = k == 1;
-
-            if (next < (isFirst ? lead->lowest : 0x80) || next > (isFirst ? lead->highest : 0xBF))
-                return false;
-        }
-
-        i += lead->numFollowing;
-    }
-
-    return true;
-}
-
-juce::String textField (const char* bytes, size_t size)
-{
-    while (size > 0 && (bytes[size - 1] == 0 || bytes[size - 1] == ' '))
-        --size;
-
-    return textFromBytes (bytes, size).trim();
-}
-
-void writeField (char* at, size_t size, const juce::String& text)
-{
     const auto* const bytes = text.toRawUTF8();
     auto count = std::min (size, text.getNumBytesAsUTF8());
 
@@ -143,10 +99,9 @@ bool isTooDeep (const pugi::xml_document& document)
 }
 
 // False where the text is no well-formed document; what stands ahead of the fault is kept.
-bool parseDocument (pugi::xml_document& document, const juce::String& text)
+bool parseDocument (pugi::xml_document& document, const juce::String& text, unsigned options = pugi::parse_default)
 {
-    const auto parsed =
-        document.load_buffer (text.toRawUTF8(), text.getNumBytesAsUTF8(), pugi::parse_default, pugi::encoding_utf8);
+    const auto parsed = document.load_buffer (text.toRawUTF8(), text.getNumBytesAsUTF8(), options, pugi::encoding_utf8);
 
     if (! isTooDeep (document))
         return parsed;
@@ -230,7 +185,7 @@ juce::String withoutBrokenCharacters (const std::string& text)
 {
     constexpr juce::juce_wchar replacement = 0xFFFD;
 
-    if (isUtf8 (text.data(), text.size()))
+    if (isUtf8 (text))
         return juce::String::fromUTF8 (text.c_str());
 
     juce::MemoryOutputStream repaired;
@@ -245,6 +200,13 @@ juce::String withoutBrokenCharacters (const std::string& text)
     return repaired.toUTF8();
 }
 
+juce::String textOf (const pugi::xml_document& document)
+{
+    std::ostringstream out;
+    document.save (out, "  ", pugi::format_default, pugi::encoding_utf8);
+    return withoutBrokenCharacters (out.str());
+}
+
 bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 {
     return ixml.present && (ixml.hasTimestamp || ixml.timestampSamples != 0);
@@ -252,43 +214,24 @@ bool hasIxmlStamp (const IxmlMetadata& ixml) noexcept
 
 }    // namespace
 
-juce::String textFromBytes (const void* bytes, size_t size)
-{
-    // Nothing may have no address at all.
-    if (size == 0)
-        return {};
-
-    const auto* text = static_cast<const char*> (bytes);
-    const auto length = strnlen (text, size);
-
-    if (isUtf8 (text, length))
-        return juce::String::fromUTF8 (text, (int) length);
-
-    juce::MemoryOutputStream latin1;
-
-    for (size_t i = 0; i < length; ++i)
-        latin1 << juce::String::charToString ((juce::juce_wchar) (juce::uint8) text[i]);
-
-    return latin1.toUTF8();
-}
-
-BextChunk parseBext (const void* bytes, size_t size)
+BextChunk parseBext (std::string_view bytes)
 {
     BextChunk bext;
 
-    if (bytes == nullptr || size < historyAt)
+    if (bytes.size() < historyAt)
         return bext;
 
-    const auto* at = static_cast<const char*> (bytes);
+    const auto* const at = bytes.data();
     bext.present = true;
-    bext.description = textField (at + descriptionAt, descriptionBytes);
-    bext.originator = textField (at + originatorAt, originatorBytes);
-    bext.originatorReference = textField (at + referenceAt, referenceBytes);
-    bext.originationDate = textField (at + dateAt, dateBytes);
-    bext.originationTime = textField (at + timeAt, timeBytes);
+    bext.description = textField (bytes.substr (descriptionAt, descriptionBytes));
+    bext.originator = textField (bytes.substr (originatorAt, originatorBytes));
+    bext.originatorReference = textField (bytes.substr (referenceAt, referenceBytes));
+    bext.originationDate = textField (bytes.substr (dateAt, dateBytes));
+    bext.originationTime = textField (bytes.substr (timeAt, timeBytes));
     bext.timeReference = juce::ByteOrder::littleEndianInt64 (at + timeReferenceAt);
     bext.version = juce::ByteOrder::littleEndianShort (at + versionAt);
     std::memcpy (bext.umid.data(), at + umidAt, bext.umid.size());
+    bext.sourceText.append (at, timeReferenceAt);
 
     if (bext.version >= firstVersionWithLoudness)
     {
@@ -301,7 +244,7 @@ BextChunk parseBext (const void* bytes, size_t size)
         }
     }
 
-    bext.codingHistory = textFromBytes (at + historyAt, size - historyAt);
+    bext.codingHistory = textFromBytes (bytes.substr (historyAt));
     return bext;
 }
 
@@ -319,11 +262,16 @@ juce::MemoryBlock serialiseBext (const BextChunk& bext)
         std::memcpy (at + offset, &littleEndian, sizeof (value));
     };
 
-    writeField (at + descriptionAt, descriptionBytes, bext.description);
-    writeField (at + originatorAt, originatorBytes, bext.originator);
-    writeField (at + referenceAt, referenceBytes, bext.originatorReference);
-    writeField (at + dateAt, dateBytes, bext.originationDate);
-    writeField (at + timeAt, timeBytes, bext.originationTime);
+    const auto source = bytesOf (bext.sourceText);
+    const auto storeText = [&] (size_t offset, size_t size, const juce::String& text) {
+        writeField (at + offset, size, text, source.empty() ? source : source.substr (offset, size));
+    };
+
+    storeText (descriptionAt, descriptionBytes, bext.description);
+    storeText (originatorAt, originatorBytes, bext.originator);
+    storeText (referenceAt, referenceBytes, bext.originatorReference);
+    storeText (dateAt, dateBytes, bext.originationDate);
+    storeText (timeAt, timeBytes, bext.originationTime);
     store (timeReferenceAt, bext.timeReference);
     store (versionAt, bext.version);
     std::memcpy (at + umidAt, bext.umid.data(), bext.umid.size());
@@ -346,8 +294,7 @@ juce::MemoryBlock serialiseBext (const BextChunk& bext)
 juce::String childText (pugi::xml_node parent, const char* name)
 {
     // A character reference can name what is no character: the parser's text is not always valid UTF-8.
-    const auto* text = parent.child (name).child_value();
-    return textFromBytes (text, std::strlen (text)).trim();
+    return textFromBytes (parent.child (name).child_value()).trim();
 }
 
 void setChild (pugi::xml_node parent, const char* name, const juce::String& text)
@@ -437,9 +384,18 @@ juce::String serialiseIxml (const IxmlMetadata& ixml, const std::vector<TrackInf
     writeSpeed (root, ixml);
     writeTrackList (root, tracks);
 
-    std::ostringstream out;
-    document.save (out, "  ", pugi::format_default, pugi::encoding_utf8);
-    return withoutBrokenCharacters (out.str());
+    return textOf (document);
+}
+
+juce::String editIxml (const juce::String& text, const std::function<void (pugi::xml_node)>& edit)
+{
+    pugi::xml_document document;
+
+    if (! parseDocument (document, text, pugi::parse_default | pugi::parse_declaration))
+        return text;
+
+    edit (document.document_element());
+    return textOf (document);
 }
 
 juce::uint64 timestampFromIxmlOrBext (const IxmlMetadata& ixml, const BextChunk& bext) noexcept

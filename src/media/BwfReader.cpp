@@ -193,13 +193,19 @@ bool BwfReader::parseFmt (const ChunkLoc& chunk)
 bool BwfReader::describeAudio (const ChunkLoc& data, const std::optional<Ds64>& ds64)
 {
     dataOffset = data.dataOffset;
-    format.dataBytes = ds64 && data.size == sizeInDs64 ? ds64->dataSize : data.size;
+    const auto bytesHeld = std::max<juce::int64> (fileBytes - dataOffset, 0);
+    format.dataBytes = data.size;
+
+    // Without a `ds64` it is what a recorder leaves that lost its power: the audio reaches to the end of the file.
+    if (data.size == sizeInDs64)
+        format.dataBytes = ds64 ? ds64->dataSize : bytesHeld;
 
     // 8192 bytes at most by 65535 channels at most: within 32 bits.
     if (frameBytes() < 1)
         return false;
 
     format.numFrames = ds64 && ds64->sampleCount != 0 ? ds64->sampleCount : format.dataBytes / frameBytes();
+    format.missingFrames = std::max<juce::int64> (format.numFrames - bytesHeld / frameBytes(), 0);
     format.valid = format.numFrames >= 0;
     return format.valid;
 }
@@ -208,11 +214,11 @@ void BwfReader::parseMetadata()
 {
     if (const auto* chunk = findChunk ("bext"))
         if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
-            bext = parseBext (body.getData(), body.getSize());
+            bext = parseBext (bytesOf (body));
 
     if (const auto* chunk = findChunk ("iXML"))
         if (const auto body = readChunk (*chunk, largestMetadataBytes); ! body.isEmpty())
-            ixml = parseIxml (textFromBytes (body.getData(), body.getSize()));
+            ixml = parseIxml (textFromBytes (bytesOf (body)));
 }
 
 // Empty where the chunk is empty, larger than asked for, or not wholly in the file.
@@ -248,7 +254,7 @@ std::vector<PreservedChunk> BwfReader::extraChunks() const
             continue;
 
         if (auto body = readChunk (chunk, std::numeric_limits<juce::int64>::max()); ! body.isEmpty())
-            extras.push_back ({ textFromBytes (chunk.id.data(), chunk.id.size()), std::move (body) });
+            extras.push_back ({ textFromBytes ({ chunk.id.data(), chunk.id.size() }), std::move (body) });
     }
 
     return extras;
@@ -264,18 +270,12 @@ bool BwfReader::isReadable (int channel) const noexcept
     return stream != nullptr && format.valid && channel >= 0 && channel < format.channels;
 }
 
-juce::int64 BwfReader::framesInFile() const noexcept
-{
-    if (! format.valid)
-        return 0;
-
-    return std::min (format.numFrames, std::max<juce::int64> (fileBytes - dataOffset, 0) / frameBytes());
-}
-
 bool BwfReader::isPlausible() const noexcept
 {
     constexpr juce::int64 mostMissingBytes = juce::int64 { 1 } << 32;
-    return format.valid && format.numFrames - framesInFile() <= mostMissingBytes / frameBytes();
+    constexpr int mostChannels = 1024;    // far more than any recorder writes: each gets curves and a lane
+    return format.valid && format.missingFrames <= mostMissingBytes / frameBytes() && format.channels <= mostChannels
+           && isUtf8 (file.getFullPathName().toRawUTF8());
 }
 
 // Reads forward in large blocks and shows each; ends early where a read or the visitor says so. Returns the frames shown.

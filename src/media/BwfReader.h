@@ -43,12 +43,14 @@ public:
         A chunk that is empty or cannot be read whole is left out. */
     [[nodiscard]] std::vector<PreservedChunk> extraChunks() const;
 
-    /** Whole frames that really lie in the file, at most format.numFrames: what a header claims beyond the end of the
-        file is not there, and nothing may be allocated for it. */
-    [[nodiscard]] juce::int64 framesInFile() const noexcept;
+    /** Whole frames that really lie in the file: what a header claims beyond its end is not there, and nothing may be
+        allocated for it. */
+    [[nodiscard]] juce::int64 framesInFile() const noexcept { return format.valid ? framesHeld (format) : 0; }
 
-    /** False where the header promises over 4 GiB more audio than the file holds. A take that lost power is short by
-        what its header did not learn; this is a damaged one, and nothing of that length may be made from it. */
+    /** Whether a file that opened can be worked with; all of the program goes by this answer. False where the header
+        promises over 4 GiB more audio than the file holds, or more than 1024 channels: that is not a recording that was
+        cut short but a damaged one, and nothing of that size may be made from it. False too where the file's path is no
+        UTF-8: neither a session nor a report could name it. */
     [[nodiscard]] bool isPlausible() const noexcept;
 
     /** Reads one channel as floats at full scale 1.0.

@@ -20,10 +20,10 @@ Alignment movedBy (Alignment alignment, int64 deltaSamples)
 
 Alignment placeOnHost (const Alignment& clip, const GuestPiece& piece)
 {
-    const auto start = clip.offsetSamples + piece.offsetSamples;
-
     if (piece.alignment.stretches.empty())
         return clip;
+
+    const auto start = clip.offsetSamples + piece.offsetSamples;
 
     auto place = movedBy (piece.alignment, start - piece.alignment.offsetSamples);
     const auto wasMoved = start != piece.alignment.offsetSamples;

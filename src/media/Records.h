@@ -16,8 +16,9 @@ struct AudioFormatInfo
     juce::int32 sampleRate = 48000;
     juce::int32 bitsPerSample = 24;    // container width
     juce::int32 bytesPerSample = 3;
-    juce::uint16 formatTag = 1;    // 1 PCM, 3 IEEE float; for an extensible file the tag of its sub-format
-    juce::int64 numFrames = 0;
+    juce::uint16 formatTag = 1;       // 1 PCM, 3 IEEE float; for an extensible file the tag of its sub-format
+    juce::int64 numFrames = 0;        // as the header states it: the length of the recording's timeline
+    juce::int64 missingFrames = 0;    // of these, the ones at the end that a file cut short does not hold
     juce::int64 dataBytes = 0;
     bool isFloat = false;
     bool isRf64 = false;
@@ -25,6 +26,13 @@ struct AudioFormatInfo
 
     bool operator== (const AudioFormatInfo&) const = default;
 };
+
+/** The frames that are there to be heard. What a recording has in common with another, by its stamp or by its sound, is
+    a question to these; a header's promise beyond them is silence on a timeline, and nothing else. */
+[[nodiscard]] inline juce::int64 framesHeld (const AudioFormatInfo& format) noexcept
+{
+    return format.numFrames - format.missingFrames;
+}
 
 /** One chunk of a wave file, as its header states it. */
 struct ChunkLoc
@@ -60,6 +68,8 @@ struct BextChunk
     juce::int16 maxMomentaryLoudness = loudnessNotSet;
     juce::int16 maxShortTermLoudness = loudnessNotSet;
     juce::String codingHistory;
+    juce::MemoryBlock
+        sourceText;    // the five text fields as the file has them; a field that nobody changed goes back so
 
     bool operator== (const BextChunk&) const = default;
 };

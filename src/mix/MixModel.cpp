@@ -15,6 +15,33 @@ juce::String normalised (const juce::String& text)
     return text.trim().toUpperCase();
 }
 
+// Without blanks and punctuation: "Mix-L" and "MIX L" are one name.
+juce::String lettersOf (const juce::String& text)
+{
+    const auto capitals = text.toUpperCase();
+    juce::String letters;
+
+    for (auto at = capitals.getCharPointer(); ! at.isEmpty(); ++at)
+        if (juce::CharacterFunctions::isLetterOrDigit (*at))
+            letters += *at;
+
+    return letters;
+}
+
+constexpr std::array leftMixNames { "MIXL", "LMIX", "MIXLEFT", "LEFTMIX" };
+constexpr std::array rightMixNames { "MIXR", "RMIX", "MIXRIGHT", "RIGHTMIX" };
+constexpr std::array otherMixNames { "MIX", "MIXLR", "MIXMONO", "MONOMIX", "MIXSTEREO", "STEREOMIX" };
+
+bool isOneOf (std::span<const char* const> names, const juce::String& letters)
+{
+    return std::ranges::any_of (names, [&] (const auto* name) { return letters == name; });
+}
+
+bool isMixName (const juce::String& letters)
+{
+    return isOneOf (leftMixNames, letters) || isOneOf (rightMixNames, letters) || isOneOf (otherMixNames, letters);
+}
+
 int64 gridPosition (int64 sample) noexcept
 {
     return sample < 0 ? 0 : sample / automationGrid * automationGrid;
@@ -88,11 +115,14 @@ TrackInfo guestTrackAt (const GuestClip& guest, int lane)
 
 bool isOriginalMixTrack (const TrackInfo& track)
 {
-    if (normalised (track.function) == "MIX")
-        return true;
+    const auto function = lettersOf (track.function);
+    const auto words = juce::StringArray::fromTokens (normalised (track.function), " -_/.", {});
+    return words.contains ("MIX") || function == "OLDMIX" || isMixName (function) || isMixName (lettersOf (track.name));
+}
 
-    const auto name = normalised (track.name);
-    return name == "MIX" || name == "MIX L" || name == "MIX R" || name == "MIXL" || name == "MIXR";
+bool isOriginalMixLane (const GuestClip& guest, int lane)
+{
+    return (size_t) lane < guest.tracks.size() && isOriginalMixTrack (guest.tracks[(size_t) lane]);
 }
 
 bool isMixSourceTrack (const TrackInfo& track)
@@ -102,15 +132,15 @@ bool isMixSourceTrack (const TrackInfo& track)
 
 void renameMixToOldMix (TrackInfo& track)
 {
-    const auto name = normalised (track.name);
+    const auto letters = lettersOf (track.name);
 
-    if (name == "MIX L" || name == "MIXL")
+    if (isOneOf (leftMixNames, letters))
         track.name = "OLDMIX L";
-    else if (name == "MIX R" || name == "MIXR")
+    else if (isOneOf (rightMixNames, letters))
         track.name = "OLDMIX R";
-    else if (name == "MIX" || name.isEmpty())
+    else if (letters == "MIX" || normalised (track.name).isEmpty())
         track.name = "OLDMIX";
-    else if (! name.contains ("OLDMIX"))
+    else if (! normalised (track.name).contains ("OLDMIX"))
         track.name = "OLDMIX " + track.name;
 
     track.function = "OLDMIX";
@@ -173,9 +203,9 @@ bool mixerChannelAudible (const MixerChannel& channel, bool anySolo, int64 sampl
     return ! mixerMuteAt (channel, sample) && (! anySolo || channel.solo);
 }
 
-bool anySoloIn (const MixerChannel* channels, int count) noexcept
+bool anySoloIn (std::span<const MixerChannel> channels) noexcept
 {
-    return std::any_of (channels, channels + std::max (count, 0), [] (const auto& channel) { return channel.solo; });
+    return std::ranges::any_of (channels, &MixerChannel::solo);
 }
 
 juce::String mixerSourceKey (bool isHost, const TrackInfo& track, int index)
@@ -213,16 +243,12 @@ juce::String keyAt (const HostTake& host, const std::vector<GuestClip>& guests, 
 
 MixerTemplate captureMixerTemplate (const HostTake& host,
                                     const std::vector<GuestClip>& guests,
-                                    const MixerChannel* channels,
-                                    int count)
+                                    std::span<const MixerChannel> channels)
 {
     MixerTemplate captured;
 
-    if (channels == nullptr)
-        return captured;
-
-    for (int i = 0; i < count; ++i)
-        if (const auto key = keyAt (host, guests, i); key.isNotEmpty())
+    for (size_t i = 0; i < channels.size(); ++i)
+        if (const auto key = keyAt (host, guests, (int) i); key.isNotEmpty())
             captured[key] = channels[i];
 
     return captured;
@@ -230,39 +256,39 @@ MixerTemplate captureMixerTemplate (const HostTake& host,
 
 void applyMixerTemplate (const HostTake& host,
                          const std::vector<GuestClip>& guests,
-                         MixerChannel* channels,
-                         int count,
+                         std::span<MixerChannel> channels,
                          const MixerTemplate& mixerTemplate)
 {
-    if (channels == nullptr)
-        return;
+    muteOriginalMixChannels (host, guests, channels);
 
-    muteOriginalMixChannels (host, channels, count);
-
-    for (int i = 0; i < count; ++i)
+    for (size_t i = 0; i < channels.size(); ++i)
     {
-        const auto key = keyAt (host, guests, i);
+        const auto key = keyAt (host, guests, (int) i);
 
         if (const auto entry = mixerTemplate.find (key); key.isNotEmpty() && entry != mixerTemplate.end())
             channels[i] = entry->second;
     }
 }
 
-void muteOriginalMixChannels (const HostTake& host, MixerChannel* channels, int count)
+void muteOriginalMixChannels (const HostTake& host,
+                              const std::vector<GuestClip>& guests,
+                              std::span<MixerChannel> channels)
 {
-    if (channels == nullptr)
-        return;
+    size_t index = 0;
+    const auto visit = [&] (bool isMix) {
+        if (isMix && index < channels.size())
+            channels[index].mute = true;
 
-    for (int c = 0, m = 0; c < host.format.channels && m < count; ++c)
-    {
-        if (isChannelOmitted (host, c))
-            continue;
+        ++index;
+    };
 
-        if ((size_t) c < host.tracks.size() && isOriginalMixTrack (host.tracks[(size_t) c]))
-            channels[m].mute = true;
+    for (int c = 0; c < host.format.channels; ++c)
+        if (! isChannelOmitted (host, c))
+            visit ((size_t) c < host.tracks.size() && isOriginalMixTrack (host.tracks[(size_t) c]));
 
-        ++m;
-    }
+    for (const auto& guest : guests)
+        for (int lane = 0; lane < std::max ((int) guest.channelAudio.size(), 1); ++lane)
+            visit (isOriginalMixLane (guest, lane));
 }
 
 void writeMixerGain (MixerChannel& channel, float db, int64 sample, bool automationWrite)

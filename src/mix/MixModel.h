@@ -2,7 +2,9 @@
 
 #include "media/Records.h"
 
+#include <algorithm>
 #include <map>
+#include <span>
 
 namespace ld
 {
@@ -48,7 +50,8 @@ using MixerBank = std::array<MixerChannel, mixerChannelLimit>;
 /** A mix that is carried from take to take: by a source key, not by a channel's position in the bank. */
 using MixerTemplate = std::map<juce::String, MixerChannel>;
 
-/** True for the recorder's own mix: by its function, or by exactly one of the usual names. */
+/** True for a recorder's own mix: by its function ("MIX", "L-MIX" and the like, "OLDMIX" of an earlier combined file), or by
+    one of the usual names, once case, blanks and punctuation are taken off. */
 [[nodiscard]] bool isOriginalMixTrack (const TrackInfo&);
 [[nodiscard]] bool isMixSourceTrack (const TrackInfo&);
 
@@ -80,8 +83,14 @@ private:
 
 [[nodiscard]] bool mixerChannelAudible (const MixerChannel&, bool anySolo, juce::int64 sample) noexcept;
 
-/** True if one of the first count channels is soloed. */
-[[nodiscard]] bool anySoloIn (const MixerChannel* channels, int count) noexcept;
+[[nodiscard]] bool anySoloIn (std::span<const MixerChannel>) noexcept;
+
+/** The first count channels of a bank: those that are in use. */
+template <typename Bank>
+[[nodiscard]] auto channelsInUse (Bank& bank, int count) noexcept
+{
+    return std::span (bank).first ((size_t) std::clamp (count, 0, mixerChannelLimit));
+}
 
 /** "H|" or "G|", function, "|", name, "|", index; in capitals. */
 [[nodiscard]] juce::String mixerSourceKey (bool isHost, const TrackInfo&, int index);
@@ -90,14 +99,16 @@ private:
 [[nodiscard]] juce::String keyAt (const HostTake&, const std::vector<GuestClip>&, int mixerIndex);
 
 [[nodiscard]] MixerTemplate
-captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, const MixerChannel* channels, int count);
+captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, std::span<const MixerChannel>);
 
 /** Mutes the recorder's mix, then gives every channel whose source the template knows its settings. */
-void applyMixerTemplate (
-    const HostTake&, const std::vector<GuestClip>&, MixerChannel* channels, int count, const MixerTemplate&);
+void applyMixerTemplate (const HostTake&, const std::vector<GuestClip>&, std::span<MixerChannel>, const MixerTemplate&);
 
-/** Sets the static mute of every channel that is the recorder's own mix. */
-void muteOriginalMixChannels (const HostTake&, MixerChannel* channels, int count);
+/** Sets the static mute of every channel that is a recorder's own mix, the poly's and the guests'. */
+void muteOriginalMixChannels (const HostTake&, const std::vector<GuestClip>&, std::span<MixerChannel>);
+
+/** True for a lane of a guest that is its recorder's own mix. */
+[[nodiscard]] bool isOriginalMixLane (const GuestClip&, int lane);
 
 /** A fader move. Outside a write pass it wipes the curve; in one it replaces everything from its position on. */
 void writeMixerGain (MixerChannel&, float db, juce::int64 sample, bool automationWrite);

@@ -123,6 +123,10 @@ void PreviewMix::mixGuests (const Session& session, Outcome& outcome)
 
         for (int lane = 0; lane < numLanes && mixerIndex + lane < count; ++lane)
         {
+            // What is heard is what the new mix will be: no recorder's mix, a guest's no more than the poly's.
+            if (isOriginalMixLane (guest, lane))
+                continue;
+
             readGuestLane (lanes.empty() ? guest.monoAudio : lanes[(size_t) lane], guest.alignment.offsetSamples);
             addChannel (session, mixerIndex + lane, outcome);
         }

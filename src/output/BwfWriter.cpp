@@ -23,6 +23,7 @@ using Channels = std::vector<std::vector<float>>;
 // A guest's channels at the host's rate: those of the request, or, where it has none, read from its one file.
 struct GuestLanes
 {
+    const GuestClip* clip = nullptr;
     const Channels* channels = nullptr;
     Channels loaded;
     int64 offset = 0;
@@ -31,6 +32,7 @@ struct GuestLanes
 // A failed result says why an incomplete export is refused.
 juce::Result prepareGuest (const GuestClip& guest, int hostRate, GuestLanes& lanes)
 {
+    lanes.clip = &guest;
     lanes.offset = guest.alignment.offsetSamples;
 
     if (guest.channelAudio.empty())
@@ -66,7 +68,7 @@ public:
           encoder (layout.isFloat, layout.bits, layout.sampleBytes, layout.blockAlign),
           hostSamples ((size_t) (blockFrames * request.host.format.channels)),
           out ((size_t) (blockFrames * layout.blockAlign)), mix ((size_t) blockFrames),
-          anySolo (anySoloIn (request.mixer.data(), request.mixerCount))
+          anySolo (anySoloIn (channelsInUse (request.mixer, request.mixerCount)))
     {
     }
 
@@ -172,10 +174,11 @@ private:
         for (const auto& guest : guests)
         {
             const auto local = start - guest.offset;
+            auto lane = 0;
 
             for (const auto& channel : *guest.channels)
             {
-                if (index < request.mixerCount)
+                if (! isOriginalMixLane (*guest.clip, lane++) && index < request.mixerCount)
                 {
                     const auto [begin, end] = soundingPart (channel, local, count);
                     addToMix (request.mixer[(size_t) index], start, begin, end, [&] (int64 i) {
@@ -204,6 +207,17 @@ private:
 const auto couldNotReopenHost = juce::Result::fail ("Could not reopen host file.");
 const auto couldNotCreateOutput = juce::Result::fail ("Could not create output file.");
 
+juce::Result couldNotReadHost (const ExportRequest& request)
+{
+    return juce::Result::fail ("Could not read " + request.host.file.getFileName() + " to its end.");
+}
+
+juce::Result couldNotWriteOutput (const ExportRequest& request)
+{
+    return juce::Result::fail ("Could not write " + request.outputFile.getFileName()
+                               + " to its end. Is the disk full?");
+}
+
 // Whatever the host's header promises past the end of its file is silence; a read that fails within it is an error.
 bool readHostBlock (const BwfReader& reader, int64 start, int64 count, juce::int32* block)
 {
@@ -225,10 +239,10 @@ juce::Result writeAudio (const ExportRequest& request,
         const auto count = std::min (blockFrames, layout.numFrames - start);
 
         if (! readHostBlock (reader, start, count, builder.hostBlock()))
-            return couldNotReopenHost;
+            return couldNotReadHost (request);
 
         if (! file.write (builder.build (start, count), (size_t) (count * layout.blockAlign)))
-            return couldNotCreateOutput;
+            return couldNotWriteOutput (request);
 
         if (request.progress)
             request.progress ((float) ((double) (start + count) / (double) layout.numFrames));
@@ -293,19 +307,22 @@ juce::Result BwfWriter::writePoly (const ExportRequest& request)
     ReplacingFile file (request.outputFile);
     const auto header = makePolyHeader (request, layout);
 
-    if (! file.isOpen() || ! file.write (header.getData(), header.getSize()))
+    if (! file.isOpen())
         return couldNotCreateOutput;
+
+    if (! file.write (header.getData(), header.getSize()))
+        return couldNotWriteOutput (request);
 
     if (const auto written = writeAudio (request, layout, guests, reader, file); written.failed())
         return written;
 
     if (! finishFile (request, layout, file))
-        return couldNotCreateOutput;
+        return couldNotWriteOutput (request);
 
     switch (file.finish())
     {
         case ReplacingFile::Outcome::replaced: return juce::Result::ok();
-        case ReplacingFile::Outcome::notWritten: return couldNotCreateOutput;
+        case ReplacingFile::Outcome::notWritten: return couldNotWriteOutput (request);
         default: return juce::Result::fail ("Could not replace the target file.");
     }
 }

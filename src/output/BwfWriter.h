@@ -16,7 +16,9 @@ struct ExportRequest
     std::function<void (float)> progress;    // told the fraction done after each block; may be empty
     bool includeMix = true;
     MixerBank mixer {};
-    int mixerCount = 0;    // channels of mixer in use
+    int mixerCount = 0;            // channels of mixer in use
+    bool includeMarkers = true;    // where guests begin, stop, go on and end
+    bool hasNewIds = false;        // a UMID and FILE_UID of its own, instead of the poly's
 };
 
 /** The tracks of the combined file: the new MIX, the host's with the recorder's own mix renamed, the guests'. */

@@ -1,12 +1,7 @@
 #include "output/Interchange.h"
 
-#include "media/BextIxml.h"
-#include "media/Rounding.h"
-#include "media/Timecode.h"
+#include "output/InterchangeTake.h"
 #include "output/ReplacingFile.h"
-
-#include <algorithm>
-#include <cmath>
 
 namespace ld
 {
@@ -17,114 +12,145 @@ using juce::int64;
 
 constexpr int reelLength = 8;
 
-// What the texts say of the take alike.
-struct TakeFacts
+juce::String reelOf (const juce::String& name)
 {
-    juce::String start, end;    // timecode
-    double frameRate = 24.0;    // timecode frames a second
-    juce::String frames;        // the take's length in them
-};
+    juce::String reel;
 
-TakeFacts factsOf (const HostTake& host)
-{
-    const auto& ixml = host.ixml;
-    const auto sampleRate = std::max (host.format.sampleRate, 1);
-    const auto numFrames = (double) host.format.numFrames;
-    const auto stampRate = sampleRateForTimestamp (ixml, host.format);
-    const auto stamp = (int64) timestampFromIxmlOrBext (ixml, host.bext);
-    const auto timecodeOf = [&] (int64 samples) {
-        return formatTimecode (
-            (juce::uint64) std::max<int64> (samples, 0), stampRate, ixml.timecodeRate, ixml.timecodeFlag);
-    };
-    const auto frameRate = parseFrameRate (ixml.timecodeRate);
-    return { .start = timecodeOf (stamp),
-             .end = timecodeOf (stamp + roundToSamples (stampRate * numFrames / sampleRate)),
-             .frameRate = frameRate,
-             .frames = juce::String (roundToSamples (frameRate * numFrames / sampleRate)) };
+    for (auto at = name.getCharPointer(); ! at.isEmpty() && reel.length() < reelLength; ++at)
+    {
+        const auto isPlain = *at < 0x80 && (juce::CharacterFunctions::isLetterOrDigit (*at) || *at == '-');
+        reel += isPlain ? *at : (juce::juce_wchar) '_';
+    }
+
+    // The format's own word for a source without a reel.
+    return reel.isEmpty() ? "AX" : reel;
 }
 
-juce::String escapedUrl (const juce::File& file)
+juce::String reelOfMedia (const IxmlMetadata& ixml, const juce::File& file)
 {
-    return xmlEsc (juce::URL (file).toString (true));
+    const auto tape = ixml.tape.trim();
+    return reelOf (tape.isNotEmpty() ? tape : file.getFileNameWithoutExtension().trim().toUpperCase());
 }
 
-juce::String fcmWord (const juce::String& timecodeFlag)
+const char* fcmWord (const TimecodeRate& rate)
 {
-    const auto flag = timecodeFlag.toUpperCase();
-    return flag.contains ("DF") && ! flag.contains ("NDF") ? "DROP FRAME" : "NON-DROP FRAME";
+    return rate.dropsFrames ? "DROP FRAME" : "NON-DROP FRAME";
 }
 
-juce::String
-edlEvent (int number, const juce::String& reel, const char* track, const TakeFacts& facts, const juce::File& file)
+juce::String span (int64 start, int64 length, const TimecodeRate& rate)
 {
-    const auto span = facts.start + " " + facts.end;
+    return frameLabel (start, rate) + " " + frameLabel (start + length, rate);
+}
+
+// Number, reel, track, transition, then source in and out and record in and out, each in its column.
+juce::String edlEvent (int number,
+                       const juce::String& reel,
+                       const juce::String& track,
+                       const InterchangeTake& take,
+                       const InterchangeClip& clip)
+{
     juce::String text;
-    text << juce::String (number).paddedLeft ('0', 3) << "  " << reel.paddedRight (' ', reelLength) << " " << track
-         << "   C        " << span << " " << span << "\n"
-         << "* FROM CLIP NAME: " << file.getFileName() << "\n"
-         << "* COMMENT: Lodestrand " << juce::String (facts.frameRate, 2) << "fps\n\n";
+    text << juce::String (number).paddedLeft ('0', 3) << "  " << reel.paddedRight (' ', reelLength) << " "
+         << track.paddedRight (' ', 5) << " C        " << span (clip.sourceStart, clip.length, take.rate) << " "
+         << span (take.start + clip.start, clip.length, take.rate) << "\n"
+         << "* FROM CLIP NAME: " << oneLine (clip.file.getFileName()) << "\n"
+         << "* COMMENT: Lodestrand " << juce::String (take.rate.fps, 2) << "fps\n\n";
     return text;
 }
 
-juce::String fcpRate (double frameRate)
+void addEdlEvents (const InterchangeRequest& request, int& number, juce::String& text)
 {
-    constexpr double tolerance = 0.01;
-    const auto isNtsc = std::min (std::abs (frameRate - 23.976), std::abs (frameRate - 29.97)) < tolerance;
+    const auto& host = request.host;
+    const auto take = interchangeTakeOf (host);
+    text << edlEvent (++number, reelOfMedia (host.ixml, host.file), "AA", take, combinedClip (request, take));
+
+    if (const auto picture = pictureClip (request, take))
+        text << edlEvent (++number, reelOfMedia ({}, picture->file), "V", take, *picture);
+
+    // The combined file is on the first two; events of one track do not overlap.
+    auto track = 3;
+
+    for (const auto& guest : request.guests)
+    {
+        for (const auto& clip : guestClips (host, guest, take))
+            text << edlEvent (++number, reelOfMedia (guest.ixml, clip.file), "A" + juce::String (track), take, clip);
+
+        ++track;
+    }
+}
+
+// "25", "29.97", "23.976".
+juce::String rateText (const TimecodeRate& rate)
+{
+    return juce::String (rate.fps, 3).trimCharactersAtEnd ("0").trimCharactersAtEnd (".");
+}
+
+juce::String aleHeading (const InterchangeRequest& request)
+{
+    const auto take = interchangeTakeOf (request.host);
+    const auto kiloHertz = juce::String (request.host.format.sampleRate / 1000.0, 3);
     juce::String text;
-    text << "<rate><timebase>" << std::max<int64> (roundToSamples (frameRate), 1) << "</timebase><ntsc>"
-         << (isNtsc ? "TRUE" : "FALSE") << "</ntsc></rate>";
+
+    // There is no picture in it whose lines could be told; readers want one of the words that they know.
+    text << "Heading\n"
+         << "FIELD_DELIM\tTABS\n"
+         << "VIDEO_FORMAT\t1080\n"
+         << "AUDIO_FORMAT\t" << kiloHertz.trimCharactersAtEnd ("0").trimCharactersAtEnd (".") << "khz\n"
+         << "FPS\t" << rateText (take.rate) << "\n\n"
+         << "Column\n"
+         << "Name\tTape\tStart\tEnd\tTracks\tScene\tTake\tNotes\tDuration\tSource File\tSource Path\n\n"
+         << "Data\n";
     return text;
 }
 
-juce::String fcpAudio (const InterchangeRequest& request, const TakeFacts& facts)
+juce::String aleRow (const InterchangeRequest& request)
 {
-    const auto& format = request.host.format;
-    const auto name = xmlEsc (request.combinedFile.getFileName());
+    const auto& host = request.host;
+    const auto take = interchangeTakeOf (host);
+    juce::String tracks;
+
+    for (size_t i = 1; i <= combinedTracks (request).size(); ++i)
+        tracks << "A" << juce::String (i);
+
+    auto undropped = take.rate;
+    undropped.dropsFrames = false;
+    const auto name = oneLine (request.combinedFile.getFileName());
     juce::String text;
-    text << "      <audio>\n        <track>\n          <clipitem>\n"
-         << "            <name>" << name << "</name>\n"
-         << "            <duration>" << facts.frames << "</duration>\n"
-         << "            " << fcpRate (facts.frameRate) << "\n"
-         << "            <start>0</start><end>" << facts.frames << "</end>\n"
-         << "            <in>0</in><out>" << facts.frames << "</out>\n"
-         << "            <file>\n              <name>" << name << "</name>\n"
-         << "              <pathurl>" << escapedUrl (request.combinedFile) << "</pathurl>\n"
-         << "              <media><audio><samplecharacteristics><depth>" << format.bitsPerSample
-         << "</depth><samplerate>" << format.sampleRate << "</samplerate></samplecharacteristics></audio></media>\n"
-         << "            </file>\n"
-         << "            <sourcetrack><mediatype>audio</mediatype><trackindex>1</trackindex></sourcetrack>\n"
-         << "            <comment>" << xmlEsc (facts.start) << "</comment>\n"
-         << "          </clipitem>\n        </track>\n      </audio>\n";
+    text << oneLine (clipName (request)) << "\t" << reelName (request) << "\t" << frameLabel (take.start, take.rate)
+         << "\t" << frameLabel (take.start + take.length, take.rate) << "\t" << tracks << "\t"
+         << oneLine (host.ixml.scene) << "\t" << oneLine (host.ixml.take) << "\tLodestrand " << name << "\t"
+         << frameLabel (take.length, undropped) << "\t" << name << "\t"
+         << oneLine (request.combinedFile.getFullPathName()) << "\n";
     return text;
 }
 
-juce::String fcpVideo (const juce::File& picture, const TakeFacts& facts)
-{
-    const auto name = xmlEsc (picture.getFileName());
-    juce::String text;
-    text << "      <video>\n        <track>\n          <clipitem>\n"
-         << "            <name>" << name << "</name>\n"
-         << "            <duration>" << facts.frames << "</duration>\n"
-         << "            " << fcpRate (facts.frameRate) << "\n"
-         << "            <start>0</start><end>" << facts.frames << "</end>\n"
-         << "            <file><name>" << name << "</name>\n"
-         << "              <pathurl>" << escapedUrl (picture) << "</pathurl></file>\n"
-         << "          </clipitem>\n        </track>\n      </video>\n";
-    return text;
-}
-
-// attributes   of the clip, behind its path
-juce::String
-aafSlot (int number, const char* kind, const TakeFacts& facts, const juce::File& file, const juce::String& attributes)
+juce::String aafSlot (
+    int number, const char* kind, const InterchangeTake& take, const InterchangeClip& clip, const juce::String& more)
 {
     juce::String text;
     text << "      <TimelineMobSlot SlotID=\"" << number << "\" PhysicalTrackNumber=\"1\" Name=\"" << kind << "\">\n"
          << "        <Sequence DataDefinition=\"" << kind << "\">\n"
-         << "          <SourceClip StartTimecode=\"" << facts.start << "\" EndTimecode=\"" << facts.end << "\" Path=\""
-         << escapedUrl (file) << "\"" << attributes << "/>\n"
+         << "          <SourceClip StartTimecode=\"" << frameLabel (take.start + clip.start, take.rate)
+         << "\" EndTimecode=\"" << frameLabel (take.start + clip.end(), take.rate) << "\" Path=\""
+         << xmlEsc (fileUrl (clip.file)) << "\"" << more << "/>\n"
          << "        </Sequence>\n"
          << "      </TimelineMobSlot>\n";
     return text;
+}
+
+juce::String aafMob (const InterchangeRequest& request)
+{
+    const auto take = interchangeTakeOf (request.host);
+    juce::String sound, text;
+    sound << " Channels=\"" << request.host.format.channels << "\" SampleRate=\"" << request.host.format.sampleRate
+          << "\"";
+    text << "    <CompositionMob Name=\"" << xmlEsc (clipName (request)) << "\" UsageCode=\"Usage_TopLevel\">\n"
+         << aafSlot (1, "Sound", take, combinedClip (request, take), sound);
+
+    if (const auto picture = pictureClip (request, take))
+        text << aafSlot (2, "Picture", take, *picture, {});
+
+    return text << "    </CompositionMob>\n";
 }
 
 }    // namespace
@@ -141,12 +167,7 @@ juce::String clipName (const InterchangeRequest& request)
 
 juce::String reelName (const InterchangeRequest& request)
 {
-    const auto& tape = request.host.ixml.tape;
-
-    if (tape.isNotEmpty())
-        return tape.substring (0, reelLength);
-
-    return request.host.file.getFileNameWithoutExtension().substring (0, reelLength).toUpperCase();
+    return reelOfMedia (request.host.ixml, request.host.file);
 }
 
 juce::String xmlEsc (const juce::String& text)
@@ -154,89 +175,49 @@ juce::String xmlEsc (const juce::String& text)
     return text.replace ("&", "&amp;").replace ("<", "&lt;").replace (">", "&gt;").replace ("\"", "&quot;");
 }
 
-juce::String makeEdl (const InterchangeRequest& request)
+juce::String makeEdl (InterchangeTakes takes)
 {
-    const auto facts = factsOf (request.host);
-    const auto reel = reelName (request);
-    auto events = 0;
-    juce::String text;
-    text << "TITLE: " << clipName (request) << "\n"
-         << "FCM: " << fcmWord (request.host.ixml.timecodeFlag) << "\n\n"
-         << edlEvent (++events, reel, "AA", facts, request.combinedFile);
+    juce::String text ("TITLE: "), fcm;
+    text << (takes.size() == 1 ? oneLine (clipName (takes.front())) : "Lodestrand") << "\n";
+    auto number = 0;
 
-    if (request.video.loaded)
-        text << edlEvent (++events, reel, "V", facts, request.video.file);
+    for (const auto& request : takes)
+    {
+        // It holds until the next one.
+        if (const auto* const word = fcmWord (interchangeTakeOf (request.host).rate); fcm != word)
+            text << "FCM: " << (fcm = word) << "\n\n";
 
-    for (const auto& guest : request.guests)
-        text << edlEvent (++events, reel, "AA", facts, guest.file);
+        addEdlEvents (request, number, text);
+    }
 
     return text;
 }
 
-juce::String makeFcpXml (const InterchangeRequest& request)
+juce::String makeAle (InterchangeTakes takes)
 {
-    const auto facts = factsOf (request.host);
-    const auto rate = fcpRate (facts.frameRate);
+    auto text = takes.empty() ? juce::String() : aleHeading (takes.front());
 
-    // "NDF" holds "DF" as well and has always been written so; readers of earlier files count on it.
-    const auto* const displayFormat = request.host.ixml.timecodeFlag.containsIgnoreCase ("DF") ? "DF" : "NDF";
-    juce::String text;
-    text << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         << "<!DOCTYPE xmeml>\n"
-         << "<xmeml version=\"5\">\n"
-         << "  <sequence>\n"
-         << "    <name>" << xmlEsc (clipName (request)) << "</name>\n"
-         << "    <duration>" << facts.frames << "</duration>\n"
-         << "    " << rate << "\n"
-         << "    <timecode>" << rate << "<string>" << facts.start << "</string><frame>0</frame><displayformat>"
-         << displayFormat << "</displayformat></timecode>\n"
-         << "    <media>\n"
-         << fcpAudio (request, facts);
+    for (const auto& request : takes)
+        text << aleRow (request);
 
-    if (request.video.loaded)
-        text << fcpVideo (request.video.file, facts);
-
-    return text << "    </media>\n  </sequence>\n</xmeml>\n";
-}
-
-juce::String makeAle (const InterchangeRequest& request)
-{
-    const auto facts = factsOf (request.host);
-    const auto& host = request.host;
-    juce::String text;
-    text << "Heading\n"
-         << "FIELD_DELIM\tTABS\n"
-         << "VIDEO_FORMAT\t" << juce::String (facts.frameRate, 2) << "\n"
-         << "AUDIO_FORMAT\t" << host.format.sampleRate << "\n"
-         << "FPS\t" << juce::String (facts.frameRate, 3) << "\n\n"
-         << "Column\n"
-         << "Name\tTape\tStart\tEnd\tTracks\tScene\tTake\tNotes\n\n"
-         << "Data\n"
-         << clipName (request) << "\t" << reelName (request) << "\t" << facts.start << "\t" << facts.end << "\tA"
-         << host.format.channels << "\t" << host.ixml.scene << "\t" << host.ixml.take << "\tLodestrand "
-         << request.combinedFile.getFileName() << "\n";
     return text;
 }
 
-juce::String makeAafXml (const InterchangeRequest& request)
+juce::String makeAafXml (InterchangeTakes takes)
 {
-    const auto facts = factsOf (request.host);
-    const auto& format = request.host.format;
-    juce::String sound, text;
-    sound << " Channels=\"" << format.channels << "\" SampleRate=\"" << format.sampleRate << "\"";
-
     // The product's version is a part of the format, not the program's own.
+    juce::String text;
     text << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+         << "<!-- A description to be read by people and scripts. It is not an AAF file, and programs that import AAF\n"
+         << "     refuse it: give them the .otio, .xml or .edl file beside it. -->\n"
          << "<AAF xmlns=\"urn:schemas-aafassoc-org:aaf\" version=\"1.1\">\n"
          << "  <Header CompanyName=\"Lodestrand\" ProductName=\"Lodestrand\" ProductVersion=\"0.1.0\"/>\n"
-         << "  <ContentStorage>\n"
-         << "    <CompositionMob Name=\"" << xmlEsc (clipName (request)) << "\" UsageCode=\"Usage_TopLevel\">\n"
-         << aafSlot (1, "Sound", facts, request.combinedFile, sound);
+         << "  <ContentStorage>\n";
 
-    if (request.video.loaded)
-        text << aafSlot (2, "Picture", facts, request.video.file, {});
+    for (const auto& request : takes)
+        text << aafMob (request);
 
-    return text << "    </CompositionMob>\n  </ContentStorage>\n</AAF>\n";
+    return text << "  </ContentStorage>\n</AAF>\n";
 }
 
 juce::Result writeText (const juce::File& file, const juce::String& text)
@@ -251,13 +232,13 @@ juce::Result writeText (const juce::File& file, const juce::String& text)
 
 juce::Result writeInterchangePackage (const InterchangeRequest& request)
 {
-    using Make = juce::String (*) (const InterchangeRequest&);
+    using Make = juce::String (*) (InterchangeTakes);
     constexpr std::pair<const char*, Make> files[] = {
-        { "edl", makeEdl }, { "xml", makeFcpXml }, { "ale", makeAle }, { "aaf", makeAafXml }
+        { "edl", makeEdl }, { "xml", makeFcpXml }, { "ale", makeAle }, { "aaf", makeAafXml }, { "otio", makeOtio }
     };
 
     for (const auto& [extension, make] : files)
-        if (const auto written = writeText (request.baseFile.withFileExtension (extension), make (request));
+        if (const auto written = writeText (request.baseFile.withFileExtension (extension), make ({ &request, 1 }));
             written.failed())
             return written;
 

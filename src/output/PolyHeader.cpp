@@ -1,6 +1,10 @@
 #include "output/PolyHeader.h"
 
 #include "media/BextIxml.h"
+#include "output/CombinedIxml.h"
+#include "output/EssenceIds.h"
+
+#include <algorithm>
 
 namespace ld
 {
@@ -10,6 +14,7 @@ namespace
 using juce::int64;
 
 constexpr int fewestBits = 16;
+constexpr juce::uint16 firstVersionWithUmid = 1;    // EBU Tech 3285: before, its bytes are reserved
 constexpr juce::uint32 sizeInDs64 = 0xFFFFFFFF;
 constexpr int64 largestRiffData = 0xFFFFFFF0;
 const char* const programName = "Lodestrand";
@@ -49,7 +54,9 @@ juce::MemoryBlock makeFmt (const PolyLayout& layout)
     constexpr short extensibleTag = (short) 0xFFFE;
     constexpr juce::uint8 subFormatTail[] = { 0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
                                               0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71 };
-    const auto isShort = ! layout.isFloat && layout.totalChannels <= 2;
+    // Odd widths lie in whole bytes, which only the extensible form tells apart: 20 bits stand in 24.
+    const auto containerBits = std::min (layout.sampleBytes * 8, 0xFFFF);    // what the field can hold
+    const auto isShort = ! layout.isFloat && layout.totalChannels <= 2 && layout.bits == containerBits;
     const auto blockAlign = (juce::uint16) layout.blockAlign;
 
     juce::MemoryOutputStream out;
@@ -58,7 +65,7 @@ juce::MemoryBlock makeFmt (const PolyLayout& layout)
     out.writeInt (layout.sampleRate);
     out.writeInt ((int) ((juce::uint32) blockAlign * (juce::uint32) layout.sampleRate));
     out.writeShort ((short) blockAlign);
-    out.writeShort ((short) layout.bits);
+    out.writeShort ((short) containerBits);
 
     if (! isShort)
     {
@@ -72,39 +79,16 @@ juce::MemoryBlock makeFmt (const PolyLayout& layout)
     return out.getMemoryBlock();
 }
 
-juce::String joinedGuestNotes (const std::vector<GuestClip>& guests)
-{
-    juce::StringArray notes;
-
-    for (const auto& guest : guests)
-        if (guest.notes.isNotEmpty())
-            notes.add (guest.notes);
-
-    return notes.joinIntoString (" | ");
-}
-
-IxmlMetadata makeIxml (const ExportRequest& request, const PolyLayout& layout)
-{
-    const auto& host = request.host;
-    auto ixml = host.ixml;
-    ixml.present = true;
-    ixml.fileSampleRate = host.format.sampleRate;
-    ixml.timestampSampleRate = sampleRateForTimestamp (host.ixml, host.format);
-    ixml.timestampSamples = timestampFromIxmlOrBext (host.ixml, host.bext);
-    ixml.hasTimestamp = true;
-    ixml.audioBitDepth = layout.bits;
-    ixml.originalFilename = request.outputFile.getFileName();
-
-    if (ixml.note.isEmpty())
-        ixml.note = joinedGuestNotes (request.guests);
-
-    return ixml;
-}
-
 BextChunk makeBext (const ExportRequest& request, const PolyLayout& layout)
 {
     auto bext = request.host.bext;
     bext.present = true;
+
+    if (request.hasNewIds)
+    {
+        bext.umid = makeEssenceIds (request).umid;
+        bext.version = std::max (bext.version, firstVersionWithUmid);
+    }
 
     if (bext.timeReference == 0)
         bext.timeReference = timestampFromIxmlOrBext (request.host.ixml, request.host.bext);
@@ -183,9 +167,9 @@ PolyLayout layOutPoly (const ExportRequest& request)
 
 juce::MemoryBlock makePolyHeader (const ExportRequest& request, const PolyLayout& layout)
 {
-    const auto tracks = buildExportTracks (request.host, request.guests, request.includeMix);
-    auto bext = serialiseBext (makeBext (request, layout));
-    auto ixml = utf8Of (serialiseIxml (makeIxml (request, layout), tracks));
+    const auto told = makeBext (request, layout);
+    auto bext = serialiseBext (told);
+    auto ixml = utf8Of (makeCombinedIxml (request, layout.bits, told, listMarkers (request)));
 
     juce::MemoryOutputStream out;
     out.write (layout.isRf64 ? "RF64" : "RIFF", 4);
@@ -219,6 +203,12 @@ juce::MemoryBlock makePolyTrailer (const ExportRequest& request)
     for (const auto& chunk : request.host.extraChunks)
         writeChunk (out, idBytes (chunk.id).data(), chunk.data);
 
+    if (const auto markers = listMarkers (request); ! markers.empty() && ! hasOwnMarkers (request.host))
+    {
+        writeChunk (out, "cue ", makeCueBody (markers));
+        writeChunk (out, "LIST", makeLabelBody (markers));
+    }
+
     return out.getMemoryBlock();
 }
 
@@ -250,7 +240,7 @@ std::vector<TrackInfo> buildExportTracks (const HostTake& host, const std::vecto
         {
             track.channelIndex = track.interleaveIndex = (int) tracks.size() + 1;
             track.isHost = false;
-            track.function = "SINGLE";
+            track.function = isOriginalMixTrack (track) ? "OLDMIX" : "SINGLE";
             tracks.push_back (track);
         }
     }

@@ -27,7 +27,7 @@ struct PolyLayout
     one that has a chunk of odd size ahead of `data`, even a padded one. The file's own size is still 0. */
 [[nodiscard]] juce::MemoryBlock makePolyHeader (const ExportRequest&, const PolyLayout&);
 
-/** The chunks that ride along behind the audio. */
+/** The chunks behind the audio: those that ride along, and the markers where the poly brings none of its own. */
 [[nodiscard]] juce::MemoryBlock makePolyTrailer (const ExportRequest&);
 
 /** Where the file's size less 8 goes once it is known. */

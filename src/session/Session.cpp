@@ -12,9 +12,6 @@ namespace ld
 namespace
 {
 
-// Far more than any recorder writes: curves and lanes are made for every channel that a header claims.
-constexpr int mostChannels = 1024;
-
 // How well a track's name speaks for it as the reference; the first word that occurs decides.
 int referenceScore (const juce::String& trackName)
 {
@@ -39,7 +36,7 @@ int chooseReference (const std::vector<TrackInfo>& tracks)
 // Opens a file whose claims can be worked with.
 bool openSource (BwfReader& reader, const juce::File& file)
 {
-    return reader.open (file) && reader.isPlausible() && reader.format.channels <= mostChannels;
+    return reader.open (file) && reader.isPlausible();
 }
 
 bool hasPiece (const GuestClip& guest, const juce::File& file)
@@ -266,7 +263,7 @@ std::vector<TrackInfo> Session::nameTracks (const GuestPiece& piece) const
     {
         track.isHost = false;
         track.channelIndex = ++highest;
-        track.function = "SINGLE";
+        track.function = isOriginalMixTrack (track) ? "MIX" : "SINGLE";
     }
 
     return tracks;
@@ -330,7 +327,7 @@ void Session::resetMixer()
         meter.store (0.0f);
 
     if (host.format.valid)
-        muteOriginalMixChannels (host, mixer.data(), mixerCount());
+        muteOriginalMixChannels (host, guests, channelsInUse (mixer, mixerCount()));
 }
 
 int Session::mixerCount() const
@@ -361,12 +358,12 @@ const MixerChannel& Session::mixerAt (int index) const
 
 bool Session::anySolo() const
 {
-    return anySoloIn (mixer.data(), mixerCount());
+    return anySoloIn (channelsInUse (mixer, mixerCount()));
 }
 
 void Session::applyMixerTemplate (const MixerTemplate& mixerTemplate)
 {
-    ld::applyMixerTemplate (host, guests, mixer.data(), mixerCount(), mixerTemplate);
+    ld::applyMixerTemplate (host, guests, channelsInUse (mixer, mixerCount()), mixerTemplate);
 }
 
 bool Session::isInUse (int mixerIndex) const

@@ -1,7 +1,6 @@
 #include "media/BextIxml.h"
 #include "media/BwfReader.h"
 #include "media/MemoryBudget.h"
-#include "media/Timecode.h"
 #include "session/Session.h"
 #include "sync/ClipAudio.h"
 #include "sync/Signal.h"
@@ -37,7 +36,7 @@ std::optional<LoadedPiece> loadPiece (const HostTake& host, const juce::File& fi
 {
     BwfReader reader;
 
-    if (! reader.open (file))
+    if (! reader.open (file) || ! reader.isPlausible())
         return {};
 
     LoadedPiece loaded;
@@ -54,15 +53,10 @@ std::optional<LoadedPiece> loadPiece (const HostTake& host, const juce::File& fi
     }
 
     loaded.duration = (int64) loaded.channels.front().size();
-    loaded.hasTimecode = hasAudioTimestamp (host.ixml, host.bext) && hasAudioTimestamp (reader.ixml, reader.bext);
 
-    if (loaded.hasTimecode)
-        loaded.start = timecodeOffsetSamples (timestampFromIxmlOrBext (host.ixml, host.bext),
-                                              sampleRateForTimestamp (host.ixml, host.format),
-                                              timestampFromIxmlOrBext (reader.ixml, reader.bext),
-                                              sampleRateForTimestamp (reader.ixml, reader.format),
-                                              rateOf (host.format));
-
+    const auto byStamps = offsetByStamps (host, reader);
+    loaded.hasTimecode = byStamps.has_value();
+    loaded.start = byStamps.value_or (0);
     return loaded;
 }
 

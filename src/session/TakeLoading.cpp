@@ -2,7 +2,6 @@
 
 #include "batch/FolderScan.h"
 #include "media/BextIxml.h"
-#include "media/Timecode.h"
 #include "session/GuestPlacing.h"
 
 #include <algorithm>
@@ -45,18 +44,15 @@ void placeOrWait (const HostTake& host, GuestClip& guest, const LoadRequest& req
 // Whether a file's stamp puts it outside the take. Lengths and places are host samples.
 bool liesOutside (const HostTake& host, const ScanFile& scan)
 {
-    if (! hasAudioTimestamp (host.ixml, host.bext) || ! hasAudioTimestamp (scan.ixml, scan.bext))
+    const auto offset = offsetByStamps (host, scan);
+
+    if (! offset)
         return false;
 
     const auto rate = std::max (host.format.sampleRate, 1);
-    const auto offset = timecodeOffsetSamples (timestampFromIxmlOrBext (host.ixml, host.bext),
-                                               sampleRateForTimestamp (host.ixml, host.format),
-                                               timestampFromIxmlOrBext (scan.ixml, scan.bext),
-                                               sampleRateForTimestamp (scan.ixml, scan.format),
-                                               rate);
     const auto length =
-        (juce::int64) std::round ((double) scan.format.numFrames * rate / std::max (scan.format.sampleRate, 1));
-    return length + offset < 1 || offset >= host.format.numFrames;
+        (juce::int64) std::round ((double) framesHeld (scan.format) * rate / std::max (scan.format.sampleRate, 1));
+    return length + *offset < 1 || *offset >= framesHeld (host.format);
 }
 
 }    // namespace

@@ -4,7 +4,6 @@
 #include "media/BwfReader.h"
 #include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
-#include "media/Timecode.h"
 #include "sync/MfccSearch.h"
 #include "sync/Signal.h"
 #include "sync/WaveformSearch.h"
@@ -97,8 +96,8 @@ Alignment placeWithoutAudio (const SignalPair& pair)
 {
     const auto hint = overlappingHint (pair.host,
                                        pair.guest,
-                                       std::max (pair.host.format.numFrames, pair.hostLength()),
-                                       std::max (pair.guest.format.numFrames, pair.guestLength()));
+                                       std::max (framesHeld (pair.host.format), pair.hostLength()),
+                                       std::max (framesHeld (pair.guest.format), pair.guestLength()));
     return hint ? placedByTimecode (*hint) : unplaced ("Not enough waveform audio");
 }
 
@@ -376,15 +375,9 @@ int64 joinPieces (GuestClip& guest, std::vector<AlignedPiece> aligned)
 
 bool timecodeHint (const HostTake& host, const GuestClip& guest, int64& offset)
 {
-    if (! hasAudioTimestamp (host.ixml, host.bext) || ! hasAudioTimestamp (guest.ixml, guest.bext))
-        return false;
-
-    offset = timecodeOffsetSamples (timestampFromIxmlOrBext (host.ixml, host.bext),
-                                    sampleRateForTimestamp (host.ixml, host.format),
-                                    timestampFromIxmlOrBext (guest.ixml, guest.bext),
-                                    sampleRateForTimestamp (guest.ixml, guest.format),
-                                    (double) rateOf (host));
-    return true;
+    const auto byStamps = offsetByStamps (host, guest);
+    offset = byStamps.value_or (offset);
+    return byStamps.has_value();
 }
 
 Alignment SyncEngine::align (const HostTake& host,

@@ -18,12 +18,6 @@ std::vector<ScanFile> inspectAll (const std::vector<juce::File>& files)
     return scans;
 }
 
-bool isPoly (const ScanFile& scan)
-{
-    constexpr int fewestChannels = 3;
-    return scan.format.valid && scan.format.channels >= fewestChannels;
-}
-
 using ShowProgress = std::function<void (const juce::String& what, int done, int total)>;
 
 ShootProgress postedTo (const JobRunner::Progress& progress, ShowProgress show)

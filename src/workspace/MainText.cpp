@@ -151,14 +151,6 @@ juce::String alignedText (const Alignment& alignment, bool isHidden)
     return alignment.detail + (alignment.needsManual ? " -- nudge if it feels off." : " -- matched.");
 }
 
-juce::String guestName (const GuestClip& guest)
-{
-    if (! guest.tracks.empty() && guest.tracks.front().name.isNotEmpty())
-        return guest.tracks.front().name;
-
-    return guest.file.getFileNameWithoutExtension();
-}
-
 juce::String countText (const juce::String& what, int done, int total)
 {
     return what + juce::String (done) + " / " + juce::String (total);

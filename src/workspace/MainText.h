@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "output/GuestSpans.h"
 
 namespace ld
 {
@@ -23,9 +24,6 @@ namespace ld
 [[nodiscard]] juce::String isosAddedText (int added, int skipped);
 [[nodiscard]] juce::String isosMatchedText (const std::vector<BatchMatch>& matches, const juce::String& folderName);
 [[nodiscard]] juce::String alignedText (const Alignment&, bool isHidden);
-
-/** The name of a guest as the user knows it: of its first track, or its file. */
-[[nodiscard]] juce::String guestName (const GuestClip&);
 
 /** "3 / 40" and the like behind what is counted. */
 [[nodiscard]] juce::String countText (const juce::String& what, int done, int total);

@@ -65,7 +65,8 @@ void MainComponent::changeMixer (const std::function<void()>& change)
 // Every change of a fader or mute is known by its source at once, so that it outlives the take and its alignment.
 void MainComponent::rememberMixer()
 {
-    mixerTemplate = captureMixerTemplate (session.host, session.guests, session.mixer.data(), session.mixerCount());
+    mixerTemplate =
+        captureMixerTemplate (session.host, session.guests, channelsInUse (session.mixer, session.mixerCount()));
 }
 
 void MainComponent::nudgeSelected (juce::int64 delta)

@@ -97,7 +97,7 @@ std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
 
     for (const auto& guest : session.guests)
         for (int c = 0; c < lanesOf (guest); ++c)
-            add ({ .isGuest = true, .guestId = guest.id, .channel = c, .hasMixer = true });
+            add ({ .isGuest = true, .guestId = guest.id, .channel = c, .hasMixer = ! isOriginalMixLane (guest, c) });
 
     return lanes;
 }

@@ -84,14 +84,23 @@ TEST (MediaFiles, AreListedFromAllFoldersInOrderOfTheirPaths)
 }
 
 #if ! JUCE_WINDOWS
-TEST (MediaFiles, LinksAreFollowedButNotInCircles)
+TEST (MediaFiles, EachRealFileIsListedOnceByTheShortestPath)
 {
     const TempFolder temp, elsewhere;
-    EXPECT_TRUE (temp.file ("day/one.wav").create().wasOk());
+
+    for (const auto* name : { "day/one.wav", "day/deep/er/three.wav" })
+        EXPECT_TRUE (temp.file (name).create().wasOk());
+
     EXPECT_TRUE (elsewhere.file ("two.wav").create().wasOk());
     EXPECT_TRUE (temp.folder.createSymbolicLink (temp.file ("day/loop"), true));
-    EXPECT_TRUE (elsewhere.folder.createSymbolicLink (temp.file ("linked"), true));
-    EXPECT_THAT (collected (temp), ElementsAre ("day/one.wav", "linked/two.wav"));
+
+    for (const auto* name : { "linked", "a", "day/again" })
+        EXPECT_TRUE (elsewhere.folder.createSymbolicLink (temp.file (name), true));
+
+    EXPECT_TRUE (temp.file ("day/deep").createSymbolicLink (temp.file ("zz-deep"), true));
+    EXPECT_TRUE (temp.file ("day/one.wav").createSymbolicLink (temp.file ("day/deep/copy.wav"), true));
+    EXPECT_THAT (collected (temp), ElementsAre ("a/two.wav", "day/one.wav", "zz-deep/er/three.wav"));
+    EXPECT_EQ (collectMediaFiles ({ elsewhere.folder, temp.folder, elsewhere.folder }).size(), 3u);
 }
 #endif
 
@@ -104,7 +113,11 @@ TEST (TimecodeOverlap, IsCountedOnTheHostsClock)
     const auto at = [] (juce::uint64 second, int64 seconds) {
         return scan ("g.wav", 1, 48000 * seconds, Stamp { 48000 * second });
     };
+    auto cutAfterFive = at (95, 10), cutAfterSeven = at (95, 10);
+    cutAfterFive.format.missingFrames = 48000 * 5;
+    cutAfterSeven.format.missingFrames = 48000 * 3;
     const std::tuple<ScanFile, bool, int64, int64> cases[] = {
+        { cutAfterFive, false, 0, 0 },          { cutAfterSeven, true, -240000, 96000 },
         { guestAt44, true, 48000, 480000 },     { at (95, 10), true, -240000, 240000 },
         { at (90, 60), true, -480000, 960000 }, { at (119, 10), true, 912000, 48000 },
         { at (120, 10), false, 0, 0 },    // where the one ends the other starts

@@ -103,7 +103,7 @@ TEST (Fault, AFileThatCannotGrowIsToldAndLeavesTheEarlierOne)
     const auto before = snapshotOf (folders.temp.folder);
     const auto result = folders.conform ({}, poly.getSize() / 2);
     EXPECT_EQ (result.status, 1);
-    EXPECT_THAT (result.out.toStdString(), HasSubstr ("T1.wav  ->  not written: Could not create output file."));
+    EXPECT_THAT (result.out.toStdString(), HasSubstr ("T1.wav  ->  not written: Could not write COMBINED_T1.wav"));
     EXPECT_EQ (snapshotOf (folders.temp.folder), before);
 }
 

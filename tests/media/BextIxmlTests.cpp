@@ -23,7 +23,7 @@ std::string slice (const juce::MemoryBlock& block, size_t at, size_t count)
 
 BextChunk parsed (const juce::MemoryBlock& body)
 {
-    return parseBext (body.getData(), body.getSize());
+    return parseBext (bytesOf (body));
 }
 
 BextChunk fullBext()
@@ -67,20 +67,33 @@ TEST (Bext, IsWrittenAtTheStandardsOffsets)
 
 TEST (Bext, ReadsBackWhatWasWritten)
 {
-    EXPECT_EQ (parsed (serialiseBext (fullBext())), fullBext());
+    auto read = parsed (serialiseBext (fullBext()));
+    read.sourceText.reset();
+    EXPECT_EQ (read, fullBext());
+}
+
+TEST (Bext, GivesAFieldThatNobodyChangedBackByteForByte)
+{
+    const auto body =
+        bextBody ({ .description = "sSCENE=12\r\nsTAKE=3\r\n", .originator = "Caf\xE9 ", .date = "2024" });
+    auto bext = parsed (body);
+    EXPECT_EQ (serialiseBext (bext), body);
+
+    bext.originator = "Cart";
+    EXPECT_EQ (slice (serialiseBext (bext), 256, 6), std::string ("Cart\0\0", 6));
 }
 
 TEST (Bext, CountsAsAbsentBelow602Bytes)
 {
     const auto body = bextBody ({ .description = "A" });
 
-    EXPECT_EQ (parseBext (body.getData(), 601), BextChunk());
-    EXPECT_EQ (parseBext (nullptr, 602), BextChunk());
-    EXPECT_TRUE (parseBext (body.getData(), 602).present);
-    EXPECT_TRUE (parseBext (body.getData(), 602).codingHistory.isEmpty());
+    EXPECT_EQ (parseBext (bytesOf (body).substr (0, 601)), BextChunk());
+    EXPECT_EQ (parseBext ({}), BextChunk());
+    EXPECT_TRUE (parseBext (bytesOf (body)).present);
+    EXPECT_TRUE (parseBext (bytesOf (body)).codingHistory.isEmpty());
 }
 
-TEST (Bext, TrimsItsTextFields)
+TEST (Bext, TrimsItsTextFieldsAndDropsNoMoreThanWhatIsIncomplete)
 {
     const struct
     {
@@ -98,6 +111,10 @@ TEST (Bext, TrimsItsTextFields)
         { "\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80" },    // half a surrogate pair
         { "\xE9\x9F\xB3 \xF0\x9F\x8E\xA4", "\xE9\x9F\xB3 \xF0\x9F\x8E\xA4" },
         { "\xE9\x9F", "\xC3\xA9\xC2\x9F" },
+        { std::string (30, 'x') + "\xE9\x9F\xB3", std::string (30, 'x') },    // cut at the field's end
+        { std::string (30, 'x') + "\xC3", std::string (30, 'x') },            // cut, and ended by a NUL
+        { "\xE9 " + std::string (29, 'x') + "\xC3", "\xC3\xA9 " + std::string (29, 'x') + "\xC3\x83" },    // Latin-1
+        { "k\xC3\xB6 \xF0\x9F\x8E Caf\xC3\xA9", "k\xC3\xB6  Caf\xC3\xA9" },
     };
 
     for (const auto& c : cases)
@@ -346,7 +363,7 @@ TEST (Ixml, AReferenceToNoCharacterLeavesValidText)
 
     EXPECT_TRUE (isValid (ixml.scene));
     EXPECT_TRUE (isValid (text)) << "otherwise the next reader takes the whole text for Latin-1";
-    EXPECT_EQ (parseIxml (textFromBytes (text.toRawUTF8(), text.getNumBytesAsUTF8())).tape, ixml.tape);
+    EXPECT_EQ (parseIxml (textFromBytes (text.toRawUTF8())).tape, ixml.tape);
 }
 
 TEST (StartOfFile, IsTheIxmlStampElseThatOfBext)

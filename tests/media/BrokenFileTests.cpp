@@ -243,6 +243,7 @@ TEST (BrokenFile, DamagedMetadataCostsNoMoreThanItself)
         { "8 MB of text", scene (std::string (8 << 20, 'x')), true, juce::String::repeatedString ("x", 8 << 20) },
         { "Latin-1", scene ("Caf\xE9"), true, juce::CharPointer_UTF8 ("Caf\xC3\xA9") },
         { "UTF-8", scene ("Caf\xC3\xA9"), true, juce::CharPointer_UTF8 ("Caf\xC3\xA9") },
+        { "UTF-8 with a stray byte", scene ("Caf\xC3\xA9 \xFC 2"), true, juce::CharPointer_UTF8 ("Caf\xC3\xA9  2") },
         { "NUL and rubbish behind it", scene ("1") + std::string ("\0</", 3), true, "1" },
         { "NUL inside", std::string ("<BWFXML>\0</BWFXML>", 18), false, {} },
         { "a reference to NUL", scene ("1&#0;2"), true, "1" },

@@ -118,6 +118,10 @@ TEST_F (Reader, TakesTheSizeOfRf64AudioFromDs64)
         EXPECT_EQ (reader.format.numFrames, c.numFrames) << c.what;
         EXPECT_EQ (reader.framesInFile(), std::min<juce::int64> (c.numFrames, 6)) << c.what;
     }
+
+    const auto withoutPower = opened (WaveBuilder().chunk ("fmt ", fmtBody (stereo16)).chunk ("data", 26, placeholder));
+    EXPECT_EQ (withoutPower.format.numFrames, 6) << "without ds64 the audio ends with the file";
+    EXPECT_EQ (withoutPower.format.missingFrames, 0);
 }
 
 TEST_F (Reader, SeesNothingBehindAudioOfPlaceholderSize)

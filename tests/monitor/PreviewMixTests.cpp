@@ -123,8 +123,11 @@ Stereo mixSlowly (const Scene& scene, double position, double step, int count)
         }
 
         for (const auto& guest : session.guests)
-            for (const auto& lane : guest.channelAudio)
-                add (m++, valueBetween (lane, position - (double) guest.alignment.offsetSamples));
+            for (int l = 0; l < (int) guest.channelAudio.size(); ++l, ++m)
+                if (! isOriginalMixLane (guest, l))
+                    add (m,
+                         valueBetween (guest.channelAudio[(size_t) l],
+                                       position - (double) guest.alignment.offsetSamples));
 
         out.left[(size_t) i] = std::clamp (left * 0.55f, -1.0f, 1.0f);
         out.right[(size_t) i] = std::clamp (right * 0.55f, -1.0f, 1.0f);
@@ -173,7 +176,8 @@ TEST (PreviewMix, IsThatOfEverySampleMixedByItself)
     Scene scene (4, 3000);
     scene.session.host.tracks[0].name = "Mix L";
     scene.session.host.omittedChannels = { 0, 0, 1 };
-    scene.addGuest (2, 2500, -700);
+    scene.addGuest (2, 2500, -700).tracks.resize (2);
+    scene.session.guests[0].tracks[1].name = "Mix-R";
     scene.addGuest (1, 900, 1200);
     setEverything (scene.session);
     PreviewMix mix;

@@ -128,6 +128,7 @@ TEST (PolyHeader, TheFormatIsShortOnlyForIntegersOfOneOrTwoChannels)
     const Case cases[] = {
         { { .channels = 2, .bits = 16 }, false, { .channels = 2, .bits = 16 } },
         { { .channels = 2, .bits = 16 }, true, { .channels = 3, .bits = 16, .isExtensible = true } },
+        { { .channels = 3, .bits = 20 }, false, { .channels = 3, .bits = 24, .isExtensible = true, .validBits = 20 } },
         { { .channels = 1, .bits = 8 }, false, { .channels = 1, .bits = 16 } },
         { { .channels = 1, .sampleRate = 44100 }, true, { .channels = 2, .sampleRate = 44100 } },
         { { .channels = 1, .bits = 32 }, false, { .channels = 1, .bits = 32 } },
@@ -186,7 +187,7 @@ TEST (PolyHeader, BextIsTheHostsWithOneLineOfHistoryForTheFirstGenerationOnly)
 
     for (const auto& [history, expected] : histories)
     {
-        BextFields fields { "slate 12", "recorder", "ref-1", "2026-05-17", "09:30:00", 5'000'000'000, 2 };
+        BextFields fields { "slate 12\r\n", "recorder", "ref-1", "2026-05-17", "09:30:00", 5'000'000'000, 2 };
         fields.loudness = { -2300, 700, -100, -2000, -2100 };
         fields.history = history;
         Request first (polyWith (fields, {}));
@@ -236,7 +237,7 @@ TEST (PolyHeader, IxmlKeepsTheHostsDocumentAndSaysWhatTheNewFileIs)
     const auto audio = Channels (3, std::vector<float> (5));
     Request request (WaveBuilder ({ .channels = 3, .bits = 8 }, audio).chunk ("iXML", bodyOf (text)));
     request.host.omittedChannels = { 0, 1 };
-    request.guests = { guestNamed ({ "Cam L", "Cam R" }, "camera"),
+    request.guests = { guestNamed ({ "Mix-L", "Cam R" }, "camera"),
                        guestNamed ({ "Pack" }, ""),
                        guestNamed ({}, "wild") };
     request.guests[2].channelAudio.resize (1);
@@ -260,7 +261,7 @@ TEST (PolyHeader, IxmlKeepsTheHostsDocumentAndSaysWhatTheNewFileIs)
                  ElementsAre ("MIX / MIX",
                               "OLDMIX L / OLDMIX",
                               "Lav / OTHER",
-                              "Cam L / SINGLE",
+                              "Mix-L / OLDMIX",
                               "Cam R / SINGLE",
                               "Pack / SINGLE",
                               " / SINGLE"));

@@ -34,12 +34,13 @@ public:
                                      .chunk ("bext", bextBody (bext))
                                      .chunk ("iXML", ixmlBody ({ .trackNames = { "a", "b", "c", "d" } }))
                                      .chunk ("data", audioBody (format, Channels (4, noise (frames, 1, 0.5f))))
-                                     .chunk ("LIST", bodyOf ("INFOISFT\x04\0\0\0us"))
+                                     .chunk ("LIST", bodyOf (std::string ("INFOISFT\4\0\0\0us\0\0", 16)))
                                      .writeTo (temp.file ("poly.wav")));
         auto& guest = request.guests.emplace_back();
         guest.format.channels = 1;
         guest.channelAudio = { noise (frames / 2, 2, 0.5f) };
         guest.alignment.offsetSamples = 1000;
+        guest.tracks.emplace_back().name = "pack";
         request.outputFile = riff;
         EXPECT_TRUE (PolyExporter::write (request).wasOk());
         writeRf64 (request);
@@ -100,6 +101,7 @@ TEST (SecondReader, SndfileInfoReadsChannelsRateAndFrames)
         EXPECT_EQ (numberBehind (text, "Channels "), channels) << text;
         EXPECT_EQ (numberBehind (text, "Sample Rate"), sampleRate);
         EXPECT_EQ (numberBehind (text, "Frames "), frames);
+        EXPECT_TRUE (text.contains ("labl : 1 : pack begins") || file.getFileName().contains ("rf64")) << text;
     }
 }
 
@@ -116,7 +118,7 @@ TEST (SecondReader, FfprobeReadsTheSameWithoutAWordOfComplaint)
                                    "-v",
                                    "error",
                                    "-show_entries",
-                                   "stream=channels,sample_rate,duration",
+                                   "stream=channels,sample_rate,duration:chapter=start:chapter_tags=title",
                                    "-of",
                                    "default=noprint_wrappers=1",
                                    file.getFullPathName() });
@@ -125,6 +127,8 @@ TEST (SecondReader, FfprobeReadsTheSameWithoutAWordOfComplaint)
         EXPECT_EQ (numberBehind (result.out, "channels"), channels);
         EXPECT_EQ (numberBehind (result.out, "sample_rate"), sampleRate);
         EXPECT_DOUBLE_EQ (numberBehind (result.out, "duration"), 0.75);
+        EXPECT_EQ (numberBehind (result.out, "start"), 1000) << "the marker where the guest begins";
+        EXPECT_TRUE (result.out.contains ("title=pack begins"));
     }
 }
 

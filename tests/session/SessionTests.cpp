@@ -91,13 +91,21 @@ TEST (Session, EveryRefusalHasItsSentenceAndChangesNothing)
                             .chunk ("fmt ", fmtBody ({ .bits = 16 }))
                             .chunk ("data", 64, WaveBuilder::sizeInDs64)
                             .writeTo (loaded.temp.file ("forged.wav"));
+    const auto crowded = WaveBuilder()
+                             .chunk ("fmt ", fmtBody ({ .channels = 1025, .bits = 16 }))
+                             .chunk ("data", 2050 * 8)
+                             .writeTo (loaded.temp.file ("crowded.wav"));
     ASSERT_EQ (loaded.add ("pack.wav", 1), "");
+
+    for (const auto& file : { text, forged, crowded })
+        EXPECT_FALSE (inspectAudioFile (file).format.valid) << "the scan and the session agree";
 
     const std::pair<juce::File, const char*> guests[] = {
         { session.host.file, "That file is already the host take." },
         { loaded.temp.file ("pack.wav"), "File already added." },
         { text, "Could not read notes.wav as WAV/BWF." },
         { forged, "Could not read forged.wav as WAV/BWF." },
+        { crowded, "Could not read crowded.wav as WAV/BWF." },
         { loaded.temp.file ("gone.wav"), "Could not read gone.wav as WAV/BWF." },
     };
 

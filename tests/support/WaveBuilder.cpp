@@ -62,7 +62,7 @@ juce::MemoryBlock fmtBody (const WaveFormat& format)
     if (format.isExtensible)
     {
         put (body, 22, 2);
-        put (body, (juce::uint64) format.bits, 2);
+        put (body, (juce::uint64) (format.validBits > 0 ? format.validBits : format.bits), 2);
         put (body, 0, 4);    // no speaker positions
         put (body, (juce::uint64) format.tag, 2);
         putField (body, std::string ("\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71", 14), 14);

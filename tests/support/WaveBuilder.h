@@ -17,6 +17,7 @@ struct WaveFormat
     int channels = 1, sampleRate = 48000, bits = 24;
     int tag = 1;    // 1 integer, 3 float
     bool isExtensible = false;
+    int validBits = 0;    // of an extensible one, where they are not all
 };
 
 /** The fields of a `bext` chunk that the tests set; the rest is zero. Bytes are taken as they stand and cut at the
