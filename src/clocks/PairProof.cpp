@@ -353,7 +353,16 @@ private:
                                     hasLine ? *line : LagLine {} });
         }
 
-        std::stable_sort (candidates.begin(), candidates.end(), [] (auto& a, auto& b) { return a.score > b.score; });
+        // Of channels that agree about as well, the poly's first one counts.
+        constexpr double aboutAsWell = 0.97;
+        const auto better = [] (auto& a, auto& b) { return a.score < b.score; };
+        const auto most = std::max_element (candidates.begin(), candidates.end(), better)->score;
+        const auto best = std::find_if (candidates.begin(), candidates.end(), [&] (auto& candidate) {
+            return candidate.score >= aboutAsWell * most;
+        });
+        std::rotate (candidates.begin(), best, std::next (best));
+        std::stable_sort (
+            std::next (candidates.begin()), candidates.end(), [] (auto& a, auto& b) { return a.score > b.score; });
         return candidates;
     }
 

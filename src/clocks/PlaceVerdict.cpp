@@ -37,9 +37,16 @@ double fileRateOf (const DayTable& table, const DayPair& pair)
     return std::max (table.files[pair.file].scan.format.sampleRate, 1);
 }
 
+// A slope that a document holds to its last digit: what was saved gives the same file, byte for byte.
+double writable (double slope)
+{
+    constexpr double steps = 1e12;
+    return std::round (slope * steps) / steps;
+}
+
 double slopeFor (const DayTable& table, const DayPair& pair)
 {
-    return slopeOfFile (table.recorders[table.files[pair.file].recorder], readClock (table, pair));
+    return writable (slopeOfFile (table.recorders[table.files[pair.file].recorder], readClock (table, pair)));
 }
 
 juce::String wordsFor (const DayTable& table, const DayPair& pair, int64 offset)
@@ -123,10 +130,10 @@ PlaceVerdict byClock (const DayTable& table, const DayPair& pair, const Expected
     const auto middle =
         0.5 * (std::max (place.lag, 0.0) + std::min (place.lag + (double) guest.length, host)) - place.lag;
     a.offsetSamples = (int64) std::llround (place.lag - clock.slope * middle);
-    a.driftSlope = clock.slope;
+    a.driftSlope = writable (clock.slope);
     a.method = place.isByFile ? Alignment::Method::waveform : Alignment::Method::timecode;
     a.confidence = byClockConfidence;
-    a.stretches = { { 0, a.offsetSamples, clock.slope } };
+    a.stretches = { { 0, a.offsetSamples, a.driftSlope } };
     a.detail = place.isByFile ? "By its place in another take" : "By its recorder's clock";
     a.evidence = soundOf (pair) + "; "
                  + (place.isByFile ? juce::String ("the file runs on from another take")
@@ -141,8 +148,8 @@ PlaceVerdict byTimecode (const DayTable& table, const DayPair& pair)
     const auto& clock = table.recorders[table.files[pair.file].recorder];
     PlaceVerdict verdict { pair.first, pair.firstAccepted };
     verdict.alignment.confidence = byTimecodeConfidence;
-    verdict.alignment.driftSlope = clock.slope;
-    verdict.alignment.stretches = { { 0, pair.first.offsetSamples, clock.slope } };
+    verdict.alignment.driftSlope = writable (clock.slope);
+    verdict.alignment.stretches = { { 0, pair.first.offsetSamples, verdict.alignment.driftSlope } };
     verdict.alignment.evidence = "timecode alone, " + soundOf (pair);
     return verdict;
 }

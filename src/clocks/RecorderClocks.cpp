@@ -358,15 +358,19 @@ std::optional<StampError> stampErrorAt (const RecorderClock& clock, double secon
 
 double slopeOfFile (const RecorderClock& clock, const ClockReading& reading)
 {
-    // The file's own reading is part of the pool already; it speaks twice only where it is very sure.
+    // The file's own reading is part of the pool already; it speaks twice only where it is very sure. Of a file alone it is
+    // known that hardly any recorder is off by more than the usual.
     constexpr double otherRate = 30e-6;    // no crystal is off by so much on one file alone: it ran at another rate
+    constexpr double usual = 15e-6;
+    const auto isAlone = clock.files < 2;
+    const auto expected = isAlone ? 0.0 : clock.slope;
     const auto own = reading.slopeError * reading.slopeError;
-    const auto pooled = clock.slopeError * clock.slopeError + unevenness * unevenness;
+    const auto pooled = isAlone ? usual * usual : clock.slopeError * clock.slopeError + unevenness * unevenness;
 
-    if (clock.files < 2 || std::abs (reading.slope - clock.slope) > std::max (otherRate, 4.0 * reading.slopeError))
+    if (std::abs (reading.slope - expected) > std::max (isAlone ? 4.0 * usual : otherRate, 4.0 * reading.slopeError))
         return reading.slope;
 
-    return (reading.slope / own + clock.slope / pooled) / (1.0 / own + 1.0 / pooled);
+    return (reading.slope / own + expected / pooled) / (1.0 / own + 1.0 / pooled);
 }
 
 std::vector<juce::String> recorderKeysOf (const std::vector<ScanFile>& scans,

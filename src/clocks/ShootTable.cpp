@@ -170,7 +170,8 @@ DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<P
     {
         const auto poly = polyOf.find (verdict.poly.getFullPathName());
 
-        if (poly == polyOf.end())
+        // A file is never its own guest.
+        if (poly == polyOf.end() || verdict.guest.file == verdict.poly)
             continue;
 
         DayPair pair;

@@ -1,4 +1,4 @@
-#include "batch/BatchMatcher.h"
+#include "clocks/ShootMatch.h"
 #include "conform/CombineRun.h"
 #include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
@@ -53,7 +53,7 @@ void conform (const juce::File& shoot, const juce::File& output)
     for (const auto& file : ld::collectMediaFiles (shoot))
         scans.push_back (ld::inspectAudioFile (file));
 
-    const auto takes = ld::matchBatchByWaveform (scans, {});
+    const auto takes = ld::matchShoot (scans, {}).matches;
     output.createDirectory();
 
     for (const auto& outcome : ld::combineTakes (takes, {}, output, {}))

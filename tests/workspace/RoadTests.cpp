@@ -1,4 +1,4 @@
-#include "batch/BatchMatcher.h"
+#include "clocks/ShootMatch.h"
 
 #include "support/FolderSnapshot.h"
 #include "support/OpenView.h"
@@ -30,7 +30,7 @@ protected:
 
         const auto folder = temp.file (folderName);
         folder.createDirectory();
-        juce::ignoreUnused (combineTakes (matchBatchByWaveform (scans, {}), {}, folder, {}));
+        juce::ignoreUnused (combineTakes (matchShoot (scans, {}).matches, {}, folder, {}));
         return snapshotOf (folder);
     }
 
