@@ -8,8 +8,9 @@ namespace ld
 namespace
 {
 
-constexpr double closeSeconds = 11.0, nearSeconds = 32.0;    // how far from a place its sides reach
-constexpr double alikeSeconds = 0.0002;                      // lags that are one
+constexpr double briefSeconds = 5.0, closeSeconds = 11.0,
+                 nearSeconds = 32.0;       // how far from a place its sides reach
+constexpr double alikeSeconds = 0.0002;    // lags that are one
 constexpr double smallestJump = 0.0008;    // s; less may be another way of the sound, and does no harm
 constexpr size_t mostJumps = 60;
 
@@ -145,7 +146,7 @@ private:
         auto most = 0.0;
 
         // Seen from near, another jump or a talker who walks does not blur it; seen from afar, more is heard.
-        for (const auto seconds : { closeSeconds, nearSeconds })
+        for (const auto seconds : { briefSeconds, closeSeconds, nearSeconds })
             for (size_t at = 1; at < moments.size(); ++at)
             {
                 const auto likeness = compareSides (at, seconds);
@@ -239,43 +240,65 @@ private:
         return sum;
     }
 
+    // Windows of a side, from all of it, but not more than are needed.
+    [[nodiscard]] std::vector<size_t> windowsOf (size_t at, int direction, double seconds) const
+    {
+        constexpr size_t enough = 12;
+        const auto [first, last] = sideOf (at, direction, seconds);
+        const auto count = last - first, taken = std::min (count, enough);
+        std::vector<size_t> windows;
+
+        for (size_t i = 0; i < taken; ++i)
+            windows.push_back (first + i * count / taken);
+
+        return windows;
+    }
+
     [[nodiscard]] double likenessWithin (size_t at, int direction, double seconds) const
     {
-        const auto [first, last] = sideOf (at, direction, seconds);
+        const auto side = windowsOf (at, direction, seconds);
         std::vector<Vote> votes;
         auto pairs = 0;
 
-        for (auto i = first; i < last; ++i)
-            for (auto j = i + 1; j < last; ++j, ++pairs)
-                addVotes (moments[i], moments[j], votes);
+        for (size_t i = 0; i < side.size(); ++i)
+            for (auto j = i + 1; j < side.size(); ++j, ++pairs)
+                addVotes (moments[side[i]], moments[side[j]], votes);
 
         return pairs > 0 ? alike (votes, 0.0) / pairs : 1.0;
     }
 
     [[nodiscard]] Likeness compareSides (size_t at, double seconds, std::optional<double> known = {}) const
     {
-        const auto [first, middle] = sideOf (at, -1, seconds);
-        const auto last = sideOf (at, 1, seconds).second;
+        const auto before = windowsOf (at, -1, seconds), after = windowsOf (at, 1, seconds);
         std::vector<Vote> votes;
+        std::vector<size_t> ends;    // of the votes of each pair of windows
         Likeness likeness;
-        const auto windowPairs = (double) ((middle - first) * (last - middle));
 
-        for (auto i = first; i < middle; ++i)
-            for (auto j = middle; j < last; ++j)
+        for (const auto i : before)
+            for (const auto j : after)
+            {
                 addVotes (moments[i], moments[j], votes);
+                ends.push_back (votes.size());
+            }
 
+        const auto windowPairs = (double) ends.size();
         likeness.shift = known ? *known : bestShift (votes);
         likeness.atShift = alike (votes, likeness.shift) / windowPairs;
         likeness.asTheyAre = alike (votes, 0.0) / windowPairs;
         likeness.ways = waysMoved (votes, likeness.shift);
+        size_t first = 0;
 
-        for (auto i = first; i < middle; ++i)
-            for (auto j = middle; j < last; ++j)
-            {
-                votes.clear();
-                addVotes (moments[i], moments[j], votes);
-                likeness.pairs += alike (votes, likeness.shift) > 0.0 ? 1 : 0;
-            }
+        for (const auto end : ends)
+        {
+            const auto isShifted = [&] (const Vote& vote) {
+                return std::abs (vote.difference - likeness.shift) < alikeSeconds * rate;
+            };
+            likeness.pairs +=
+                std::any_of (votes.begin() + (std::ptrdiff_t) first, votes.begin() + (std::ptrdiff_t) end, isShifted)
+                    ? 1
+                    : 0;
+            first = end;
+        }
 
         return likeness;
     }

@@ -47,9 +47,30 @@ double stampMismatch (const DayTable& table, const DayPair& pair)
     return reading.stampError && expected ? *reading.stampError - expected->seconds : 0.0;
 }
 
-std::vector<Occurrence> occurrencesOf (const DayTable& table, const std::vector<size_t>& pairs)
+// A recorder numbers its files as it records them: the share of its other files, of those that are sure of their time, with
+// which a start would not be in the order of their names.
+double disorderOf (const DayTable& table, const DayPair& pair, double start, const std::map<size_t, double>& sureStarts)
 {
-    constexpr double clockBonus = 1000.0;
+    const auto& file = table.files[pair.file];
+    auto compared = 0, disordered = 0;
+
+    for (const auto& [other, otherStart] : sureStarts)
+    {
+        if (other == pair.file || table.files[other].recorder != file.recorder)
+            continue;
+
+        const auto isBehind = nameOf (file).compareNatural (nameOf (table.files[other])) > 0;
+        ++compared;
+        disordered += isBehind != (start > otherStart) ? 1 : 0;
+    }
+
+    return compared > 0 ? (double) disordered / compared : 0.0;
+}
+
+std::vector<Occurrence>
+occurrencesOf (const DayTable& table, const std::vector<size_t>& pairs, const std::map<size_t, double>& sureStarts)
+{
+    constexpr double clockBonus = 1000.0, disorderCost = 100.0;
     std::vector<Occurrence> occurrences;
 
     for (const auto i : pairs)
@@ -70,16 +91,17 @@ std::vector<Occurrence> occurrencesOf (const DayTable& table, const std::vector<
         const auto& clock = table.recorders[table.files[pair.file].recorder];
         const auto isByClock = clock.files >= 3 && std::abs (stampMismatch (table, pair)) < sameTimeSeconds
                                && ! clock.jams.empty() && table.stampLag (pair);
-        at->weight += weightOf (pair) + (isByClock ? clockBonus : 0.0);
+        at->weight += weightOf (pair) + (isByClock ? clockBonus : 0.0)
+                      - disorderCost * disorderOf (table, pair, *start, sureStarts);
         at->pairs.push_back (i);
     }
 
     return occurrences;
 }
 
-void keepOneTime (DayTable& table, const std::vector<size_t>& pairs)
+void keepOneTime (DayTable& table, const std::vector<size_t>& pairs, const std::map<size_t, double>& sureStarts)
 {
-    auto occurrences = occurrencesOf (table, pairs);
+    auto occurrences = occurrencesOf (table, pairs, sureStarts);
 
     if (occurrences.size() < 2)
         return;
@@ -180,9 +202,16 @@ void refuseContradictions (DayTable& table)
         if (table.pairs[i].isProved())
             provedOf[table.pairs[i].file].push_back (i);
 
+    // Files of which all places say the same.
+    std::map<size_t, double> sureStarts;
+
+    for (const auto& [file, pairs] : provedOf)
+        if (const auto occurrences = occurrencesOf (table, pairs, {}); occurrences.size() == 1)
+            sureStarts[file] = occurrences.front().start;
+
     for (const auto& [file, pairs] : provedOf)
     {
-        keepOneTime (table, pairs);
+        keepOneTime (table, pairs, sureStarts);
         auto left = pairs;
         std::erase_if (left, [&] (auto i) { return table.pairs[i].refusal.isNotEmpty(); });
         keepOneTakeAtATime (table, left);

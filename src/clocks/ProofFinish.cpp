@@ -110,7 +110,7 @@ std::vector<int64> closerCentres (const PairProof& proof, bool isJumpy)
 
     // A clock that jumps once will jump again.
     for (size_t i = 0; isJumpy && i + 1 < known.size(); ++i)
-        centres.push_back ((known[i] + known[i + 1]) / 2);
+        addBetween (i);
 
     addBetween (0);
 

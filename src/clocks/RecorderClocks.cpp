@@ -360,7 +360,7 @@ double slopeOfFile (const RecorderClock& clock, const ClockReading& reading)
 {
     // The file's own reading is part of the pool already; it speaks twice only where it is very sure. Of a file alone it is
     // known that hardly any recorder is off by more than the usual.
-    constexpr double otherRate = 30e-6;    // no crystal is off by so much on one file alone: it ran at another rate
+    constexpr double otherRate = 300e-6;    // no crystal is off by so much on one file alone: it ran at another rate
     constexpr double usual = 15e-6;
     const auto isAlone = clock.files < 2;
     const auto expected = isAlone ? 0.0 : clock.slope;
