@@ -164,8 +164,9 @@ private:
     [[nodiscard]] bool isPlain (const Likeness& likeness) const
     {
         constexpr double longestWaySeconds = 0.035;    // no two ways of a sound on a set differ by more: 12 m
-        constexpr int manyWays = 8;
-        return isOneMicrophone || likeness.ways >= manyWays || std::abs (likeness.shift) > longestWaySeconds * rate;
+        constexpr int manyWays = 8, manyPairs = 40;
+        return isOneMicrophone || (likeness.ways >= manyWays && likeness.pairs >= manyPairs)
+               || std::abs (likeness.shift) > longestWaySeconds * rate;
     }
 
     // 0 where it is no jump.

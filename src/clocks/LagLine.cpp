@@ -247,8 +247,10 @@ private:
 
             auto sum = 0.0;
 
+            // In the same windows: behind a jump of the clock there is another line, too.
             for (size_t i = 0; i < windows.size(); ++i)
-                if (const auto* point = pointOn (i, slope, level, onLineSeconds * search.rate))
+                if (const auto* point = pointOn (i, slope, level, onLineSeconds * search.rate);
+                    point != nullptr && pointOn (i, slope, lagAtZero, onLineSeconds * search.rate) != nullptr)
                     sum += point->height;
 
             most = std::max (most, sum);

@@ -30,7 +30,7 @@ double nearnessOf (const LineSearch& search, size_t stretch)
 // A stretch that hardly any window lies on is none.
 void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search)
 {
-    constexpr int fewestWindows = 4;
+    constexpr int fewestWindows = 5;
 
     while (! search.jumps.empty())
     {
