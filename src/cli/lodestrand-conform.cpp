@@ -1,5 +1,5 @@
 #include "cli/ConformJob.h"
-#include "cli/Interrupt.h"
+#include "output/Interrupt.h"
 #include "output/ReplacingFile.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShoot.h"
+#include "demo/DemoShoot.h"
 #include "support/ShootTruth.h"
 
 namespace ld::test

@@ -1,8 +1,8 @@
-#include "cli/DemoShoot.h"
+#include "demo/DemoShoot.h"
 
-#include "cli/DemoShootFiles.h"
-#include "cli/DemoShootMachines.h"
-#include "cli/DemoShootRecorder.h"
+#include "demo/DemoShootFiles.h"
+#include "demo/DemoShootMachines.h"
+#include "demo/DemoShootRecorder.h"
 #include "output/ReplacingFile.h"
 
 namespace ld

@@ -1,4 +1,4 @@
-#include "cli/Interrupt.h"
+#include "output/Interrupt.h"
 
 #include "output/ReplacingFile.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootScene.h"
+#include "demo/DemoShootScene.h"
 
 namespace ld
 {

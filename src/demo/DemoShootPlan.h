@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/DemoShoot.h"
-#include "cli/DemoShootScene.h"
+#include "demo/DemoShoot.h"
+#include "demo/DemoShootScene.h"
 #include "media/Records.h"
 
 namespace ld

@@ -1,4 +1,4 @@
-#include "cli/DemoShoot.h"
+#include "demo/DemoShoot.h"
 
 #include "media/BextIxml.h"
 #include "media/BwfReader.h"

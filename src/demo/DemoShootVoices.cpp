@@ -1,4 +1,4 @@
-#include "cli/DemoShootVoices.h"
+#include "demo/DemoShootVoices.h"
 
 #include <algorithm>
 #include <cmath>

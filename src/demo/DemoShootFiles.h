@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootPlan.h"
+#include "demo/DemoShootPlan.h"
 #include "output/ReplacingFile.h"
 
 #include <memory>

@@ -1,5 +1,5 @@
-#include "cli/DemoShoot.h"
-#include "cli/Interrupt.h"
+#include "demo/DemoShoot.h"
+#include "output/Interrupt.h"
 #include "output/ReplacingFile.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
-#include "cli/DemoShootRecorder.h"
+#include "demo/DemoShootRecorder.h"
 
-#include "cli/DemoShootFiles.h"
+#include "demo/DemoShootFiles.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "cli/DemoShootFiles.h"
+#include "demo/DemoShootFiles.h"
 
 #include "media/BextIxml.h"
 #include "media/SampleCoding.h"

@@ -1,4 +1,4 @@
-#include "cli/DemoShootSet.h"
+#include "demo/DemoShootSet.h"
 
 namespace ld
 {

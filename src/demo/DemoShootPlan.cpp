@@ -1,7 +1,7 @@
-#include "cli/DemoShootPlan.h"
+#include "demo/DemoShootPlan.h"
 
-#include "cli/DemoShootMachines.h"
-#include "cli/DemoShootSet.h"
+#include "demo/DemoShootMachines.h"
+#include "demo/DemoShootSet.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "cli/DemoShootScene.h"
+#include "demo/DemoShootScene.h"
 
 #include <algorithm>
 #include <cmath>

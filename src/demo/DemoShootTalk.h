@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootVoices.h"
+#include "demo/DemoShootVoices.h"
 
 namespace ld
 {

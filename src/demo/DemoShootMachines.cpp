@@ -1,4 +1,4 @@
-#include "cli/DemoShootMachines.h"
+#include "demo/DemoShootMachines.h"
 
 #include <cmath>
 

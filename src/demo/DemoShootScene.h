@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootTalk.h"
+#include "demo/DemoShootTalk.h"
 
 #include <juce_core/juce_core.h>
 

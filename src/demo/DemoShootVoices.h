@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootRandom.h"
+#include "demo/DemoShootRandom.h"
 
 #include <array>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/DemoShootPlan.h"
+#include "demo/DemoShootPlan.h"
 
 namespace ld
 {

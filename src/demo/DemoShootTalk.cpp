@@ -1,4 +1,4 @@
-#include "cli/DemoShootTalk.h"
+#include "demo/DemoShootTalk.h"
 
 #include <algorithm>
 #include <utility>
