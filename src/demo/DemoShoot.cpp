@@ -1,8 +1,9 @@
 #include "demo/DemoShoot.h"
 
-#include "demo/DemoShootFiles.h"
 #include "demo/DemoShootMachines.h"
 #include "demo/DemoShootRecorder.h"
+#include "demo/DemoShootTruth.h"
+#include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
 namespace ld
@@ -15,66 +16,34 @@ constexpr int mostTakes = 99;
 constexpr double shootingDaySeconds = 12.0 * 3600.0;
 constexpr auto truthName = "truth.json";
 
-juce::DynamicObject::Ptr newObject()
-{
-    return juce::DynamicObject::Ptr (new juce::DynamicObject());
-}
-
-juce::var describePiece (const PlannedFile& file, double hostSamplesPerFrame)
-{
-    const auto piece = newObject();
-    piece->setProperty ("file", file.path);
-    piece->setProperty ("frames", file.format.numFrames);
-    piece->setProperty ("sampleRate", file.format.sampleRate);
-    piece->setProperty ("startSamples", file.startSamples);
-    piece->setProperty ("hostSamplesPerFrame", hostSamplesPerFrame);
-    return piece.get();
-}
-
-juce::var describeGuest (const PlannedScene& take, const Recording& recording)
-{
-    juce::Array<juce::var> pieces;
-
-    for (const auto& file : recording.files)
-        pieces.add (describePiece (file, recording.hostSamplesPerFrame));
-
-    const auto span = lagSpanOf (take, recording);
-    const auto guest = newObject();
-    guest->setProperty ("source", recording.source);
-    guest->setProperty ("pieces", pieces);
-    guest->setProperty ("lagSpanMs", juce::Array<juce::var> { span.lowMs, span.highMs });
-    return guest.get();
-}
-
 juce::var describeTake (const PlannedScene& scene)
 {
-    const auto& poly = scene.recordings.front().files.front();
     juce::Array<juce::var> guests;
 
     for (size_t i = 1; i < scene.recordings.size(); ++i)
-        guests.add (describeGuest (scene, scene.recordings[i]));
+    {
+        const auto& recording = scene.recordings[i];
+        juce::Array<juce::var> pieces;
 
-    const auto take = newObject();
-    take->setProperty ("poly", poly.path);
-    take->setProperty ("frames", poly.format.numFrames);
-    take->setProperty ("guests", guests);
-    return take.get();
+        for (const auto& file : recording.files)
+            pieces.add (describePiece (recording, file, 0.0));
+
+        guests.add (describeGuest (recording, pieces, lagSpanOf (scene, recording)));
+    }
+
+    return describeTake (scene.recordings.front(), guests);
 }
 
 juce::String describeShoot (const ShootPlan& plan, int seed)
 {
-    juce::Array<juce::var> takes;
-
-    for (const auto& take : plan.takes)
-        takes.add (describeTake (take));
-
-    const auto shoot = newObject();
-    shoot->setProperty ("version", 1);
-    shoot->setProperty ("seed", seed);
-    shoot->setProperty ("sampleRate", demoSampleRate);
-    shoot->setProperty ("takes", takes);
-    shoot->setProperty ("unrelated", juce::Array<juce::var> { plan.unrelated.recordings.front().files.front().path });
-    return juce::JSON::toString (shoot.get()) + "\n";
+    const auto unrelated = plan.unrelated.recordings.front().files.front().path;
+    const auto shoot = makeJsonObject (
+        { { "version", 1 },
+          { "seed", seed },
+          { "sampleRate", demoSampleRate },
+          { "takes", makeJsonArray (plan.takes, [] (const auto& take) { return describeTake (take); }) },
+          { "unrelated", juce::Array<juce::var> { unrelated } } });
+    return juce::JSON::toString (shoot) + "\n";
 }
 
 int countFiles (const PlannedScene& scene)

@@ -156,6 +156,16 @@ Recording planGuestFiles (
     return guest;
 }
 
+void countJumps (PlannedFile& file)
+{
+    auto& format = file.format;
+
+    for (const auto& jump : file.jumps)
+        format.numFrames -= jump.frames;
+
+    format.dataBytes = format.numFrames * format.channels * format.bytesPerSample;
+}
+
 PlannedFile planPolyFile (const ShootNames& names,
                           int scene,
                           int take,

@@ -55,6 +55,9 @@ struct ShootNames
 [[nodiscard]] Recording
 planGuestFiles (Machine&, const ShootNames&, juce::int64 polyStamp, SceneSpan, int numChannels, int numFiles);
 
+/** Lets a file's frames and bytes be those that its jumps leave; they must not have been counted yet. */
+void countJumps (PlannedFile&);
+
 /** Scene and take count from 0. */
 [[nodiscard]] PlannedFile planPolyFile (
     const ShootNames&, int scene, int take, juce::int64 stamp, juce::int64 numFrames, const std::vector<TrackInfo>&);

@@ -172,7 +172,7 @@ PlannedScene planTake (Machines& machines,
 
     PlannedScene scene;
     scene.span = spans.whole();
-    scene.numTalkers = rig.numTalkers;
+    scene.numMainSounds = rig.numTalkers;
     scene.sounds = planSounds (set, voices, scene.span, random.fork (4));
     scene.recordings = planGuests (machines, names, take, set, spans);
     scene.recordings.insert (scene.recordings.begin(), planPoly (names, take, set, rig));
@@ -193,7 +193,7 @@ PlannedScene planUnrelated (Machine& pack, const ShootNames& names, double secon
     const auto set = planSet (2, random.fork (2));
     PlannedScene scene;
     scene.span = { -sceneMargin, seconds + sceneMargin };
-    scene.numTalkers = 2;
+    scene.numMainSounds = 2;
     scene.sounds = planSounds (set, voices, scene.span, random.fork (3));
     scene.recordings.push_back (
         planGuestFiles (pack, names, (juce::int64) (loneFileSeconds * demoSampleRate), { 0.0, seconds }, 1, 1));
@@ -225,22 +225,45 @@ ShootPlan planShoot (const DemoShootRequest& request)
     return plan;
 }
 
+std::vector<LagRange>
+pathsOf (const PlannedScene& scene, const Recording& host, const Recording& guest, SceneSpan within)
+{
+    constexpr auto looks = 200;    // along the time, where somebody walks
+    std::vector<LagRange> paths;
+
+    for (int i = 0; i < scene.numMainSounds; ++i)
+        for (const auto& ours : host.microphones)
+            for (const auto& theirs : guest.microphones)
+            {
+                const auto& sound = scene.sounds[(size_t) i];
+                const auto lagAt = [&] (double seconds) {
+                    const auto from = sound.placeAt (seconds);
+                    return delaySamples (from, ours.placeAt (seconds)) - delaySamples (from, theirs.placeAt (seconds));
+                };
+                const auto isStill = sound.walk.empty() && ours.walk.empty() && theirs.walk.empty();
+                LagRange range { lagAt (within.from), lagAt (within.from) };
+
+                for (int look = 1; look <= looks && ! isStill; ++look)
+                {
+                    const auto lag = lagAt (std::lerp (within.from, within.to, (double) look / looks));
+                    range = { std::min (range.low, lag), std::max (range.high, lag) };
+                }
+
+                paths.push_back (range);
+            }
+
+    return paths;
+}
+
 LagSpan lagSpanOf (const PlannedScene& take, const Recording& guest)
 {
     constexpr auto msPerSample = 1000.0 / demoSampleRate;
-    auto least = std::numeric_limits<double>::max(), largest = std::numeric_limits<double>::lowest();
+    LagSpan span { std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest() };
 
-    for (int talker = 0; talker < take.numTalkers; ++talker)
-        for (const auto& host : take.recordings.front().microphones)
-            for (const auto& microphone : guest.microphones)
-            {
-                const auto mouth = take.sounds[(size_t) talker].at;
-                const auto lag = delaySamples (mouth, host.at) - delaySamples (mouth, microphone.at);
-                least = std::min (least, lag * msPerSample);
-                largest = std::max (largest, lag * msPerSample);
-            }
+    for (const auto& path : pathsOf (take, take.recordings.front(), guest, take.span))
+        span = { std::min (span.lowMs, path.low * msPerSample), std::max (span.highMs, path.high * msPerSample) };
 
-    return { least, largest };
+    return span;
 }
 
 }    // namespace ld

@@ -1,7 +1,10 @@
 #include "demo/DemoShootScene.h"
 
+#include "media/VectorClones.h"
+
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numbers>
 
 namespace ld
@@ -9,15 +12,9 @@ namespace ld
 namespace
 {
 
-constexpr double metresPerSecond = 343.0;    // in air at 20 degrees C
 constexpr double nearestMetres = 0.1;
-constexpr double kaiserBeta = 6.0;    // side lobes about 60 dB down
-
-// A rule of thumb for the ear, not acoustics: what is near is bright, at 4 m it is dull.
-double brightnessHz (double metres) noexcept
-{
-    return juce::jlimit (9000.0, 19000.0, 20500.0 - 2700.0 * metres);
-}
+constexpr double converterHz = 21500.0;    // what a converter lets through
+constexpr double kaiserBeta = 6.0;         // side lobes about 60 dB down
 
 double besselI0 (double x) noexcept
 {
@@ -38,6 +35,21 @@ double sinc (double x) noexcept
     return std::abs (angle) < 1.0e-9 ? 1.0 : std::sin (angle) / angle;
 }
 
+constexpr int runFrames = 16;
+
+// Adds a run of filtered samples, all of them side by side.
+LD_VECTOR_CLONES void addRun (const float* from, const float* weights, float* destination)
+{
+    std::array<float, runFrames> sums {};
+
+    for (int tap = 0; tap < DelayKernel::taps; ++tap)
+        for (int i = 0; i < runFrames; ++i)
+            sums[(size_t) i] += weights[tap] * from[tap + i];
+
+    for (int i = 0; i < runFrames; ++i)
+        destination[i] += sums[(size_t) i];
+}
+
 juce::int64 sampleAt (double seconds) noexcept
 {
     return std::llround (seconds * demoSampleRate);
@@ -55,17 +67,70 @@ double delaySamples (const Position& from, const Position& to) noexcept
     return metresBetween (from, to) / metresPerSecond * demoSampleRate;
 }
 
+Position placeOn (const Walk& walk, const Position& first, double seconds) noexcept
+{
+    const auto moved = [&first] (double dx, double dy) { return Position { first.x + dx, first.y + dy, first.z }; };
+
+    if (walk.empty())
+        return first;
+
+    const auto next =
+        std::find_if (walk.begin(), walk.end(), [seconds] (const auto& point) { return point.seconds > seconds; });
+
+    if (next == walk.begin() || next == walk.end())
+    {
+        const auto& last = next == walk.end() ? walk.back() : walk.front();
+        return moved (last.dx, last.dy);
+    }
+
+    const auto& from = *std::prev (next);
+    const auto share = (seconds - from.seconds) / (next->seconds - from.seconds);
+    return moved (std::lerp (from.dx, next->dx, share), std::lerp (from.dy, next->dy, share));
+}
+
+double gainOver (double metres) noexcept
+{
+    return 1.0 / std::max (metres, nearestMetres);
+}
+
+double brightnessHz (double metres) noexcept
+{
+    return juce::jlimit (9000.0, 19000.0, 20500.0 - 2700.0 * metres);
+}
+
+void SampleHistory::growTo (juce::int64 end)
+{
+    held.resize (std::max (held.size(), (size_t) std::max<juce::int64> (end - first, 0)));
+}
+
+void SampleHistory::add (juce::int64 position, std::span<const float> samples, float gain)
+{
+    const auto skipped = std::max<juce::int64> (first - position, 0);
+    growTo (position + (juce::int64) samples.size());
+
+    for (auto i = skipped; i < (juce::int64) samples.size(); ++i)
+        held[(size_t) (position + i - first)] += gain * samples[(size_t) i];
+}
+
+void SampleHistory::forgetBefore (juce::int64 position)
+{
+    const auto count = juce::jlimit<juce::int64> (0, (juce::int64) held.size(), position - first);
+    held.erase (held.begin(), held.begin() + count);
+    first += count;
+}
+
+bool SampleHistory::isSilent (juce::int64 from, juce::int64 to) const noexcept
+{
+    return std::all_of (at (from), at (to), [] (float sample) { return sample == 0.0f; });
+}
+
 SoundHistory::SoundHistory (SceneSound soundToRender, juce::int64 firstSample)
-    : sound (std::move (soundToRender)), first (firstSample)
+    : sound (std::move (soundToRender)), rendered (firstSample), renderedUntil (firstSample)
 {
 }
 
 void SoundHistory::renderUntil (juce::int64 position)
 {
-    const auto grow = [this] (juce::int64 end) {
-        held.resize (std::max (held.size(), (size_t) std::max<juce::int64> (end - first, 0)));
-    };
-
     for (; nextSyllable < sound.syllables.size(); ++nextSyllable)
     {
         const auto& syllable = sound.syllables[nextSyllable];
@@ -74,27 +139,27 @@ void SoundHistory::renderUntil (juce::int64 position)
         if (start >= position)
             break;
 
-        const auto rendered = renderSyllable (syllable);
-        const auto skipped = std::max<juce::int64> (first - start, 0);
-        grow (start + (juce::int64) rendered.size());
-
-        for (auto i = skipped; i < (juce::int64) rendered.size(); ++i)
-            held[(size_t) (start + i - first)] += rendered[(size_t) i];
+        rendered.add (start, renderSyllable (syllable), 1.0f);
     }
 
-    grow (position);
+    renderPlaybacks (position);
+    rendered.growTo (position);
+    renderedUntil = std::max (renderedUntil, position);
 }
 
-void SoundHistory::forgetBefore (juce::int64 position)
+void SoundHistory::renderPlaybacks (juce::int64 position)
 {
-    const auto count = juce::jlimit<juce::int64> (0, (juce::int64) held.size(), position - first);
-    held.erase (held.begin(), held.begin() + count);
-    first += count;
-}
+    for (const auto& playback : sound.playbacks)
+    {
+        const auto length = (juce::int64) playback.samples->size();
+        const auto from = juce::jlimit<juce::int64> (0, length, renderedUntil - playback.startSample);
+        const auto to = juce::jlimit<juce::int64> (0, length, position - playback.startSample);
 
-bool SoundHistory::isSilent (juce::int64 from, juce::int64 to) const noexcept
-{
-    return std::all_of (at (from), at (to), [] (float sample) { return sample == 0.0f; });
+        if (from < to)
+            rendered.add (playback.startSample + from,
+                          std::span (*playback.samples).subspan ((size_t) from, (size_t) (to - from)),
+                          playback.gain);
+    }
 }
 
 DelayKernel::DelayKernel (double cutoffHz)
@@ -138,17 +203,44 @@ float DelayKernel::read (const float* sample, double fraction) const noexcept
     return ((sums[0] + sums[4]) + (sums[1] + sums[5])) + ((sums[2] + sums[6]) + (sums[3] + sums[7]));
 }
 
+DelayKernel::Row DelayKernel::weightsAt (double fraction) const noexcept
+{
+    const auto phase = std::min ((int) (fraction * phases), phases - 1);
+    const auto blend = (float) (fraction * phases - phase);
+    auto row = rows[(size_t) phase];
+
+    for (size_t tap = 0; tap < row.size(); ++tap)
+        row[tap] += blend * (rows[(size_t) phase + 1][tap] - row[tap]);
+
+    return row;
+}
+
+const DelayKernel& kernelFor (double cutoffHz)
+{
+    constexpr auto stepHz = 1000.0;
+    thread_local std::map<long, DelayKernel> kernels;
+    const auto step = std::lround (cutoffHz / stepHz);
+    return kernels.try_emplace (step, (double) step * stepHz).first->second;
+}
+
 MicrophoneFeed::MicrophoneFeed (const Microphone& microphone, const std::vector<SoundHistory>& sounds)
     : random (microphone.noiseSeed), noiseRms (microphone.noiseRms)
 {
     for (const auto& sound : sounds)
     {
-        const auto metres = metresBetween (sound.place(), microphone.at);
-        paths.push_back ({ &sound,
-                           delaySamples (sound.place(), microphone.at),
+        const auto& place = sound.source().at;
+        const auto metres = metresBetween (place, microphone.at);
+        paths.push_back ({ &sound.samples(),
+                           delaySamples (place, microphone.at),
                            (float) (microphone.gain / std::max (metres, nearestMetres)),
                            DelayKernel (brightnessHz (metres)) });
     }
+}
+
+MicrophoneFeed::MicrophoneFeed (const Microphone& microphone, const SampleHistory& atItsPlace)
+    : room ({ &atItsPlace, 0.0, (float) microphone.gain, DelayKernel (converterHz) }), random (microphone.noiseSeed),
+      noiseRms (microphone.noiseRms)
+{
 }
 
 void MicrophoneFeed::capture (double position, double step, int count, float* destination)
@@ -157,6 +249,9 @@ void MicrophoneFeed::capture (double position, double step, int count, float* de
 
     for (const auto& path : paths)
         addPath (path, position, step, count, destination);
+
+    if (room)
+        addRoom (position, step, count, destination);
 
     addNoise (count, destination);
 }
@@ -176,6 +271,28 @@ void MicrophoneFeed::addPath (const Path& path, double position, double step, in
         const auto whole = std::floor (at);
         destination[i] += path.gain * path.kernel.read (path.sound->at ((juce::int64) whole), at - whole);
     }
+}
+
+// A clock that is a few ppm off moves so little within a run that one set of weights serves it.
+void MicrophoneFeed::addRoom (double position, double step, int count, float* destination) const
+{
+    constexpr auto steadyStep = 1.0e-4;
+    const auto whole = std::abs (step - 1.0) > steadyStep ? 0 : count / runFrames * runFrames;
+
+    for (int i = 0; i < whole; i += runFrames)
+    {
+        const auto at = position + step * (i + 0.5 * (runFrames - 1)) - 0.5 * (runFrames - 1);
+        const auto before = std::floor (at);
+        auto weights = room->kernel.weightsAt (at - before);
+
+        for (auto& weight : weights)
+            weight *= room->gain;
+
+        addRun (room->sound->at ((juce::int64) before) - (DelayKernel::reach - 1), weights.data(), destination + i);
+    }
+
+    if (whole < count)
+        addPath (*room, position + step * whole, step, count - whole, destination + whole);
 }
 
 // Room tone: white noise and more of it in the lows.

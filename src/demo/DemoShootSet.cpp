@@ -25,7 +25,7 @@ Microphone placed (Position at, double gain, float noiseRms, DemoRandom& random)
 
 }    // namespace
 
-TableSet planSet (int numTalkers, DemoRandom random)
+TableSet planSet (int numTalkers, DemoRandom random, double spread)
 {
     TableSet set;
     const auto near = [&random] (const Position& place, double metres) {
@@ -36,7 +36,8 @@ TableSet planSet (int numTalkers, DemoRandom random)
 
     for (size_t i = 0; i < (size_t) numTalkers; ++i)
     {
-        const auto mouth = near (seats[i], 0.06);
+        const auto seat = Position { spread * seats[i].x, spread * seats[i].y, seats[i].z };
+        const auto mouth = near (seat, 0.06);
         set.mouths.push_back (mouth);
         set.lavs.push_back (placed (moved (mouth, mouth.x < 0.0 ? 0.04 : -0.04, 0.0, -0.2), 0.25, 1.0e-4f, random));
     }
@@ -57,7 +58,7 @@ planSounds (const TableSet& set, const std::vector<VoiceProfile>& voices, SceneS
 {
     const auto numTalkers = set.mouths.size();
     auto talk = planConversation (
-        { voices.begin(), voices.begin() + (std::ptrdiff_t) numTalkers }, span, quietForTheClap, random.fork (1));
+        { voices.begin(), voices.begin() + (std::ptrdiff_t) numTalkers }, span, { quietForTheClap }, random.fork (1));
     std::vector<SceneSound> sounds;
 
     for (size_t i = 0; i < numTalkers; ++i)

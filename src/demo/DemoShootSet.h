@@ -16,8 +16,10 @@ struct TableSet
     Position airOutlet;
 };
 
-/** Nobody sits twice in the same place. */
-[[nodiscard]] TableSet planSet (int numTalkers, DemoRandom);
+/** Nobody sits twice in the same place.
+    numTalkers   2 or 3
+    spread       how many times further apart than at a small table they are */
+[[nodiscard]] TableSet planSet (int numTalkers, DemoRandom, double spread = 1.0);
 
 /** Everything that sounds at the table within the span, the talkers first. At 1 s the first of them claps hands before
     the face, which stands in for a slate without a path of its own, and everybody is quiet around it.

@@ -1,6 +1,8 @@
 #include "demo/DemoShootTalk.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace ld
@@ -117,10 +119,65 @@ void keepQuiet (std::vector<Syllable>& syllables, SceneSpan quiet)
     });
 }
 
+/** Another pace for the same words: stretches of time, each with its own rate. */
+struct Pace
+{
+    static constexpr double stretchSeconds = 2.0;
+    double from = 0.0;
+    std::vector<double> rates, starts;    // of each stretch: new time per old, and the new time at its start
+
+    [[nodiscard]] size_t stretchAt (double seconds) const noexcept
+    {
+        return std::min ((size_t) std::max ((seconds - from) / stretchSeconds, 0.0), rates.size() - 1);
+    }
+
+    [[nodiscard]] double rateAt (double seconds) const noexcept { return rates[stretchAt (seconds)]; }
+
+    [[nodiscard]] double timeOf (double seconds) const noexcept
+    {
+        const auto i = stretchAt (seconds);
+        return starts[i] + (seconds - from - (double) i * stretchSeconds) * rates[i];
+    }
+};
+
+Pace planPace (const std::vector<std::vector<Syllable>>& talk, DemoRandom random)
+{
+    auto from = std::numeric_limits<double>::max(), to = std::numeric_limits<double>::lowest();
+
+    for (const auto& voice : talk)
+        if (! voice.empty())
+        {
+            from = std::min (from, voice.front().startSeconds);
+            to = std::max (to, voice.back().startSeconds);
+        }
+
+    Pace pace { from, {}, {} };
+
+    for (auto now = from, next = from; pace.rates.empty() || now < to; now += Pace::stretchSeconds)
+    {
+        pace.rates.push_back (1.0 + random.uniform (0.03, 0.08) * (random.chance (0.5) ? 1.0 : -1.0));
+        pace.starts.push_back (next);
+        next += Pace::stretchSeconds * pace.rates.back();
+    }
+
+    return pace;
+}
+
+Syllable noiseAt (double seconds, const NoiseBurst& burst, DemoRandom& random)
+{
+    Syllable noise;
+    noise.startSeconds = seconds;
+    noise.consonant = burst;
+    noise.noiseSeed = random.next();
+    return noise;
+}
+
 }    // namespace
 
-std::vector<std::vector<Syllable>>
-planConversation (const std::vector<VoiceProfile>& voices, SceneSpan whole, SceneSpan quiet, DemoRandom random)
+std::vector<std::vector<Syllable>> planConversation (const std::vector<VoiceProfile>& voices,
+                                                     SceneSpan whole,
+                                                     const std::vector<SceneSpan>& quiet,
+                                                     DemoRandom random)
 {
     std::vector<Speaker> speakers;
 
@@ -147,20 +204,55 @@ planConversation (const std::vector<VoiceProfile>& voices, SceneSpan whole, Scen
 
     for (auto& speaker : speakers)
     {
-        keepQuiet (speaker.syllables, quiet);
+        for (const auto& stretch : quiet)
+            keepQuiet (speaker.syllables, stretch);
+
         talk.push_back (std::move (speaker.syllables));
     }
 
     return talk;
 }
 
+std::vector<std::vector<Syllable>> saidAgain (std::vector<std::vector<Syllable>> talk, DemoRandom random)
+{
+    const auto pace = planPace (talk, random.fork (1));
+
+    for (auto& voice : talk)
+        for (auto& syllable : voice)
+        {
+            const auto melody = (float) random.uniform (0.97, 1.03);
+            const auto rate = (float) pace.rateAt (syllable.startSeconds);
+            syllable.startSeconds = pace.timeOf (syllable.startSeconds);
+            syllable.vowelSeconds *= rate;
+            syllable.consonant.seconds *= rate;
+            syllable.pitchFromHz *= melody;
+            syllable.pitchToHz *= melody;
+            syllable.noiseSeed = random.next();
+        }
+
+    return talk;
+}
+
+std::vector<Syllable> planCloth (SceneSpan span, double loudest, DemoRandom random)
+{
+    std::vector<Syllable> cloth;
+
+    for (auto now = span.from + random.uniform (0.0, 20.0); now < span.to; now += random.uniform (6.0, 40.0))
+        for (auto left = 1 + random.below (4); left > 0; --left)
+        {
+            const auto seconds = random.uniform (0.08, 0.9);
+            const auto level = loudest * std::pow (10.0, random.uniform (-1.2, 0.0));
+            cloth.push_back (noiseAt (now, { 160.0f, 500.0f, (float) seconds, 0.3f, (float) level }, random));
+            cloth.push_back (noiseAt (now, { 2500.0f, 6000.0f, (float) seconds, 0.3f, (float) (0.3 * level) }, random));
+            now += seconds * random.uniform (0.5, 1.2);
+        }
+
+    return cloth;
+}
+
 std::vector<Syllable> planClap (double atSeconds, DemoRandom random)
 {
-    Syllable clap;
-    clap.startSeconds = atSeconds;
-    clap.consonant = { 2600.0f, 5000.0f, 0.06f, 0.02f, 0.08f };
-    clap.noiseSeed = random.next();
-    return { clap };
+    return { noiseAt (atSeconds, { 2600.0f, 5000.0f, 0.06f, 0.02f, 0.08f }, random) };
 }
 
 std::vector<Syllable> planAir (SceneSpan span, DemoRandom random)
@@ -169,13 +261,8 @@ std::vector<Syllable> planAir (SceneSpan span, DemoRandom random)
     std::vector<Syllable> air;
 
     for (int i = 0; span.from + i * 0.5 * breathSeconds < span.to; ++i)
-    {
-        Syllable breath;
-        breath.startSeconds = span.from + i * 0.5 * breathSeconds;
-        breath.consonant = { 220.0f, 300.0f, (float) breathSeconds, 0.5f, airLevel };
-        breath.noiseSeed = random.next();
-        air.push_back (breath);
-    }
+        air.push_back (noiseAt (
+            span.from + i * 0.5 * breathSeconds, { 220.0f, 300.0f, (float) breathSeconds, 0.5f, airLevel }, random));
 
     return air;
 }
