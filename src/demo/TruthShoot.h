@@ -2,6 +2,8 @@
 
 #include <juce_core/juce_core.h>
 
+#include <array>
+
 namespace ld
 {
 
@@ -13,6 +15,10 @@ enum class TruthKind
     music,         // one piece of music played twice in a take
     strangers,     // nothing belongs together
     bad            // files that hold no sound of a take, and clocks that are far off
+};
+
+inline constexpr std::array allTruthKinds {
+    TruthKind::day, TruthKind::shortTakes, TruthKind::music, TruthKind::strangers, TruthKind::bad
 };
 
 [[nodiscard]] juce::String nameOf (TruthKind);
@@ -42,7 +48,7 @@ struct TruthShootRequest
       "takes": [ { ..., "silent": bool, "events": [word],
           "guests": [ { ..., "silent": bool,
                         "pieces": [ { ..., "silent": bool,
-                                      "segments": [ { "fromSample": n, "hostSample": x, "slope": s } ],
+                                      "segments": [ { "fromSample": n, "hostSample": x, "slope": s, "quiet": bool } ],
                                       "paths": [ [lo, hi] ] } ] } ] } ],
       "sources": [ { "source": name, "ppm": x, "isStamped": bool,
                      "jamErrors": [ { "fromSeconds": of the day, "seconds": ahead } ],
@@ -52,6 +58,7 @@ struct TruthShootRequest
     segments: frame f of the file, from one fromSample to the next, was captured when the poly was at its sample
     hostSample + (f - fromSample) * (48000 / sampleRate) * (1 + slope). A clock that is fast by p ppm has a slope of about
     -p * 1e-6. startSamples and hostSamplesPerFrame of the piece are those of its first segment.
+    quiet: it begins where nobody talks within 2 s on one side, so that the sound cannot tell just where.
     ms of a jump: above 0 samples were lost, below 0 the last ones are there twice.
     paths: a file that is placed by its sound lies later than its segments by one of these, in samples of the poly: for
     each talker or loudspeaker, microphone of the poly and microphone of the file the delay to the poly's minus the

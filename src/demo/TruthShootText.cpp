@@ -62,15 +62,27 @@ double soundSecondsIn (const PlannedScene& scene, const SceneSpan& span)
     return seconds;
 }
 
-juce::Array<juce::var> describeSegments (const Recording& recording, const PlannedFile& file, double hostStart)
+// Just before or just behind the moment nothing tells where the sound lies.
+bool isQuietAround (const PlannedScene& scene, double seconds)
+{
+    constexpr auto lookSeconds = 2.0, leastSeconds = 0.4;
+    return std::min (soundSecondsIn (scene, { seconds - lookSeconds, seconds }),
+                     soundSecondsIn (scene, { seconds, seconds + lookSeconds }))
+           < leastSeconds;
+}
+
+juce::Array<juce::var>
+describeSegments (const PlannedScene& scene, const Recording& recording, const PlannedFile& file, double hostStart)
 {
     const auto slope = recording.hostSamplesPerFrame * file.format.sampleRate / demoSampleRate - 1.0;
     juce::Array<juce::var> segments;
     auto shift = juce::int64 {};
     const auto add = [&] (juce::int64 frame) {
+        const auto position = recording.positionOf (file, frame + shift);
         segments.add (makeJsonObject ({ { "fromSample", frame },
-                                        { "hostSample", recording.positionOf (file, frame + shift) - hostStart },
-                                        { "slope", slope } }));
+                                        { "hostSample", position - hostStart },
+                                        { "slope", slope },
+                                        { "quiet", frame > 0 && isQuietAround (scene, position / demoSampleRate) } }));
     };
 
     add (0);
@@ -97,7 +109,7 @@ describeHardPiece (const PlannedScene& scene, const Recording& poly, const Recor
     const auto piece = describePiece (guest, file, host.startSamples);
     auto* const object = piece.getDynamicObject();
     object->setProperty ("silent", soundSecondsIn (scene, within) < leastSoundSeconds);
-    object->setProperty ("segments", describeSegments (guest, file, host.startSamples));
+    object->setProperty ("segments", describeSegments (scene, guest, file, host.startSamples));
     object->setProperty ("paths", makeJsonArray (pathsOf (scene, poly, guest, within), pairOf));
     return piece;
 }

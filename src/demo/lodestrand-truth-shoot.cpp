@@ -22,11 +22,7 @@ std::map<std::string, ld::TruthKind> kindsByName()
 {
     std::map<std::string, ld::TruthKind> kinds;
 
-    for (const auto kind : { ld::TruthKind::day,
-                             ld::TruthKind::shortTakes,
-                             ld::TruthKind::music,
-                             ld::TruthKind::strangers,
-                             ld::TruthKind::bad })
+    for (const auto kind : ld::allTruthKinds)
         kinds[ld::nameOf (kind).toStdString()] = kind;
 
     return kinds;
