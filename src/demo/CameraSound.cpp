@@ -151,7 +151,8 @@ bool LossyCoding::code()
 
     // This container tells a decoder the coder's delay, which it leaves out.
     return writeRaw (held, plain.getFile())
-           && runCoder (command ({ raw, { "-i", path (plain), "-c:a", "aac", "-b:a", "128k", path (coded) } }))
+           && runCoder (command (
+               { raw, { "-i", path (plain), "-c:a", "aac", "-aac_coder", "fast", "-b:a", "128k", path (coded) } }))
            && runCoder (command ({ { "-i", path (coded) }, raw, { path (decoded) } }))
            && readRaw (decoded.getFile(), held);
 }

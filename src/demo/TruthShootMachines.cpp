@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace ld
 {
@@ -34,11 +35,16 @@ double logUniform (double low, double high, DemoRandom& random)
     return std::exp (random.uniform (std::log (low), std::log (high)));
 }
 
-int numJumpsOf (DemoRandom& random)
+// A machine in two loses and repeats samples; of an odd number one stands aside.
+void drawJumpCounts (std::span<DayMachine> machines, DemoRandom random)
 {
-    const auto isAffected = random.chance (0.5);
-    const auto count = logUniform (7.5, 30.0, random);    // median 15
-    return isAffected ? (int) std::lround (count) : 0;
+    const auto first = (size_t) random.below ((int) machines.size());
+
+    for (size_t i = 0; i + 1 < machines.size(); i += 2)
+    {
+        const auto index = (first + i + (size_t) random.below (2)) % machines.size();
+        machines[index].numJumps = (int) std::lround (logUniform (7.5, 30.0, random));    // median 15
+    }
 }
 
 DayMachine pack (const char* letter, const MachineWishes& wishes, DemoRandom& random)
@@ -147,7 +153,7 @@ void DayMachine::setClock (double secondsOfDay)
 
 DayMachines planDayMachines (const MachineWishes& wishes, DemoRandom random)
 {
-    auto clocks = random.fork (1), jumps = random.fork (2);
+    auto clocks = random.fork (1);
     DayMachines day;
     auto& all = day.all;
     all[DayMachines::packA] = pack ("A", wishes, clocks);
@@ -163,11 +169,8 @@ DayMachines planDayMachines (const MachineWishes& wishes, DemoRandom random)
     all[DayMachines::packB].jams.push_back ({ wishes.rejamSeconds, random.uniform (0.05, 0.4) * signOf (random) });
     all[DayMachines::packC].jams.front().errorSeconds += hourSeconds * signOf (random);
 
-    for (auto& machine : all)
-    {
-        const auto count = numJumpsOf (jumps);
-        machine.numJumps = wishes.jumps ? count : 0;
-    }
+    if (wishes.jumps)
+        drawJumpCounts (all, random.fork (2));
 
     return day;
 }

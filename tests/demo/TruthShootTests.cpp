@@ -165,4 +165,44 @@ TEST (TruthShoot, FilesSoundWhereTheirSegmentsAndPathsSay)
         EXPECT_GE (tally.right, 0.6 * tally.all) << source;
 }
 
+TEST (TruthShoot, TheSameArgumentsGiveTheSameBytes)
+{
+    const TruthShootRequest request { {}, TruthKind::shortTakes, 2, 10, 0, 5 };
+    const HardShoot first (request), second (request);
+    const auto& folder = first.folder.folder;
+
+    for (const auto& file : folder.findChildFiles (juce::File::findFiles, true))
+        EXPECT_TRUE (file.hasIdenticalContentTo (second.folder.file (file.getRelativePathFrom (folder))))
+            << file.getFileName();
+}
+
+TEST (TruthShoot, AStampIsWrongByItsMachinesOwnClock)
+{
+    const auto& takes = day().truth["takes"];
+    const auto& sources = day().truth["sources"];
+    auto checked = 0;
+
+    for (int t = 0; t < takes.size(); ++t)
+    {
+        const auto stamp = (double) day().open (takes[t]["poly"]).bext.timeReference / 48000.0;
+
+        for (int g = 0; g < takes[t]["guests"].size(); ++g)
+            for (int s = 0; s < sources.size(); ++s)
+                if (takes[t]["guests"][g]["source"] == sources[s]["source"] && (bool) sources[s]["isStamped"])
+                {
+                    const auto& piece = takes[t]["guests"][g]["pieces"][0];
+                    const auto file = day().open (piece["file"]);
+                    const auto moment = stamp + (double) piece["startSamples"] / 48000.0;
+                    const auto& jams = sources[s]["jamErrors"];
+                    const auto& jam = jams[jams.size() > 1 && moment > (double) jams[1]["fromSeconds"] ? 1 : 0];
+                    const auto drift = (moment - (double) jam["fromSeconds"]) * (double) sources[s]["ppm"] * 1.0e-6;
+                    const auto told = (double) file.bext.timeReference / file.format.sampleRate;
+                    EXPECT_NEAR (told - moment, (double) jam["seconds"] + drift, 1.0e-4) << file.file.getFileName();
+                    ++checked;
+                }
+    }
+
+    EXPECT_GT (checked, 20);
+}
+
 }    // namespace ld::test
