@@ -89,16 +89,6 @@ Recording planPoly (const ShootNames& names, const TakeFrame& take, const TableS
     return poly;
 }
 
-std::vector<std::vector<float>> oneChannelEach (size_t count)
-{
-    std::vector<std::vector<float>> channels (count, std::vector<float> (count));
-
-    for (size_t i = 0; i < count; ++i)
-        channels[i][i] = 1.0f;
-
-    return channels;
-}
-
 /** Who records from when to when, in seconds from the poly's first frame. */
 struct GuestSpans
 {
@@ -204,6 +194,16 @@ PlannedScene planUnrelated (Machine& pack, const ShootNames& names, double secon
 
 }    // namespace
 
+std::vector<std::vector<float>> oneChannelEach (size_t count)
+{
+    std::vector<std::vector<float>> channels (count, std::vector<float> (count));
+
+    for (size_t i = 0; i < count; ++i)
+        channels[i][i] = 1.0f;
+
+    return channels;
+}
+
 ShootPlan planShoot (const DemoShootRequest& request)
 {
     const DemoRandom random ((std::uint64_t) request.seed);
@@ -255,12 +255,12 @@ pathsOf (const PlannedScene& scene, const Recording& host, const Recording& gues
     return paths;
 }
 
-LagSpan lagSpanOf (const PlannedScene& take, const Recording& guest)
+LagSpan lagSpanOf (const std::vector<LagRange>& paths)
 {
     constexpr auto msPerSample = 1000.0 / demoSampleRate;
     LagSpan span { std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest() };
 
-    for (const auto& path : pathsOf (take, take.recordings.front(), guest, take.span))
+    for (const auto& path : paths)
         span = { std::min (span.lowMs, path.low * msPerSample), std::max (span.highMs, path.high * msPerSample) };
 
     return span;

@@ -91,6 +91,9 @@ struct LagSpan
 };
 
 /** How far the sound shifts a guest from its true place; see lagSpanMs of truth.json. */
-[[nodiscard]] LagSpan lagSpanOf (const PlannedScene&, const Recording& guest);
+[[nodiscard]] LagSpan lagSpanOf (const std::vector<LagRange>& paths);
+
+/** For each of so many channels the gain of as many microphones: each channel is one of them. */
+[[nodiscard]] std::vector<std::vector<float>> oneChannelEach (size_t count);
 
 }    // namespace ld

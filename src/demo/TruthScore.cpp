@@ -23,6 +23,11 @@ PairKey keyOf (const juce::File& poly, const juce::File& file)
     return { poly.getFullPathName(), file.getFullPathName() };
 }
 
+bool isClose (double error) noexcept
+{
+    return std::abs (error) <= rightWithinSamples;
+}
+
 struct FrameSpan
 {
     double from = 0.0, to = 0.0;
@@ -87,6 +92,38 @@ std::vector<JumpMoment>::iterator findTold (std::vector<JumpMoment>& told, const
     return best;
 }
 
+bool isWithin (const FrameSpan& span, const ClockStretch& stretch) noexcept
+{
+    return (double) stretch.fromSample > span.from && (double) stretch.fromSample < span.to;
+}
+
+bool isProvableAt (double frame, const TruePiece& piece, const FrameSpan& common)
+{
+    const auto margin = provableSeconds * piece.sampleRate;
+    return frame >= common.from + margin && frame <= common.to - margin;
+}
+
+// What lies between the jumps near the ends.
+FrameSpan provenFrames (const TruePiece& piece, const FrameSpan& common)
+{
+    auto proven = common;
+
+    for (size_t i = 1; i < piece.stretches.size(); ++i)
+    {
+        const auto frame = (double) piece.stretches[i].fromSample;
+
+        if (! isWithin (common, piece.stretches[i]) || isProvableAt (frame, piece, common))
+            continue;
+
+        if (frame < 0.5 * (common.from + common.to))
+            proven.from = std::max (proven.from, frame);
+        else
+            proven.to = std::min (proven.to, frame);
+    }
+
+    return proven;
+}
+
 void scoreJumps (const TruePiece& piece,
                  const std::vector<ClockStretch>& stretches,
                  const FrameSpan& common,
@@ -98,14 +135,13 @@ void scoreJumps (const TruePiece& piece,
 
     for (size_t i = 0; i < real.size(); ++i)
     {
-        const auto isProvable = real[i].seconds >= common.from / piece.sampleRate + provableSeconds
-                                && real[i].seconds <= common.to / piece.sampleRate - provableSeconds;
+        const auto isProvable = isProvableAt ((double) piece.stretches[i + 1].fromSample, piece, common);
         const auto match = findTold (told, real[i], piece.quietJumps[i + 1] ? quietJumpSeconds : jumpSeconds);
 
         if (isProvable)
             (match != told.end() ? lane.found : lane.missed).push_back (real[i]);
-        else
-            ++lane.unprovable;
+        else if (isWithin (common, piece.stretches[i + 1]))
+            lane.unprovable.push_back (real[i]);
 
         if (match != told.end())
             told.erase (match);
@@ -139,6 +175,9 @@ void scorePlace (const TrueTake& take, const TruePiece& piece, const ToldFile& t
     lane.startError = error (common.from);
     lane.middleError = error (0.5 * (common.from + common.to));
     lane.endError = error (common.to - 1.0);
+    const auto proven = provenFrames (piece, common);
+    lane.firstProvenError = error (proven.from);
+    lane.lastProvenError = error (proven.to - 1.0);
     lane.toldPpm = toldPpmOf (told.stretches, piece.frames);
 
     for (int i = 0; common.from + i * pointSeconds * piece.sampleRate < common.to; ++i)
@@ -197,9 +236,13 @@ std::vector<ClockScore> scoreClocks (const ShootTruth& truth, const std::vector<
     for (const auto& source : truth.sources)
     {
         auto sum = 0.0, weight = 0.0;
+        const auto isOwn = [&source] (const LaneScore& lane) { return lane.source == source.source; };
+
+        if (std::none_of (lanes.begin(), lanes.end(), isOwn))
+            continue;
 
         for (const auto& lane : lanes)
-            if (lane.isPlaced && lane.source == source.source)
+            if (lane.isPlaced && isOwn (lane))
             {
                 sum += lane.toldPpm * lane.seconds;
                 weight += lane.seconds;
@@ -235,18 +278,22 @@ bool isRightPlace (const TruePairs& pairs, const PairKey& key, const std::vector
 
     const auto& [take, piece] = found->second;
     const auto common = commonFrames (*piece, take->frames);
-    const auto isWithin = [&, &truePiece = *piece] (double frame) {
-        return std::abs (errorAt (truePiece, stretches, frame)) <= rightWithinSamples;
+    const auto isRightAt = [&, &truePiece = *piece] (double frame) {
+        return isClose (errorAt (truePiece, stretches, frame));
     };
-    return isWithin (common.from) && isWithin (0.5 * (common.from + common.to)) && isWithin (common.to - 1.0);
+    return isRightAt (common.from) && isRightAt (0.5 * (common.from + common.to)) && isRightAt (common.to - 1.0);
 }
 
 }    // namespace
 
 bool LaneScore::isRight() const noexcept
 {
-    const auto isWithin = [] (double error) { return std::abs (error) <= rightWithinSamples; };
-    return isPlaced && isWithin (startError) && isWithin (middleError) && isWithin (endError);
+    return isPlaced && isClose (startError) && isClose (middleError) && isClose (endError);
+}
+
+bool LaneScore::isRightWherePossible() const noexcept
+{
+    return isPlaced && isClose (firstProvenError) && isClose (middleError) && isClose (lastProvenError);
 }
 
 double distanceFromPaths (double lag, const std::vector<LagRange>& paths) noexcept

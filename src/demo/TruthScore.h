@@ -32,10 +32,14 @@ struct LaneScore
     std::vector<double> pointErrors;                               // every 10 s of that
     double toldPpm = 0.0;
     std::vector<JumpMoment> found, missed, invented;
-    int unprovable = 0;    // jumps within 5 s of the ends of what it has in common
+
+    // Jumps within 5 s of the ends of what it has in common: too little sound to prove what lies beyond them.
+    std::vector<JumpMoment> unprovable;
+    double firstProvenError = 0.0, lastProvenError = 0.0;    // at the ends of what lies between those
     juce::String detail;
 
     [[nodiscard]] bool isRight() const noexcept;
+    [[nodiscard]] bool isRightWherePossible() const noexcept;
 };
 
 /** A place in a take to which the file does not belong. */
@@ -67,7 +71,7 @@ struct TruthScore
     int seed = 0;
     std::vector<LaneScore> lanes;    // all pairs that belong together
     std::vector<WrongPair> wrongPairs;
-    std::vector<ClockScore> clocks;
+    std::vector<ClockScore> clocks;       // of the sources that recorded any take
     std::vector<JudgedPlace> placed;      // every file in a take
     std::vector<JudgedPlace> compared;    // every pair that was judged
     int unrelatedPairs = 0;               // polys by files that belong to none

@@ -64,14 +64,21 @@ struct SceneFrame
     int numTalkers = 2;
 };
 
-std::vector<std::vector<float>> oneChannelEach (size_t count)
+// Two packs share their lavs with the poly, two have one of their own.
+std::vector<Microphone> hearingOf (int role, const HardSet& set)
 {
-    std::vector<std::vector<float>> channels (count, std::vector<float> (count));
-
-    for (size_t i = 0; i < count; ++i)
-        channels[i][i] = 1.0f;
-
-    return channels;
+    switch (role)
+    {
+        case DayMachines::packA: return { set.ownLav };
+        case DayMachines::packB: return { set.table.lavs[1] };
+        case DayMachines::packC: return { set.belt };
+        case DayMachines::packD: return { set.table.lavs[0] };
+        case DayMachines::array: return { set.array[0], set.array[1] };
+        case DayMachines::second: return { set.second[0], set.second[1] };
+        case DayMachines::table: return { set.table.tableLeft, set.table.tableRight };
+        case DayMachines::camera: return { set.table.cameraLeft, set.table.cameraRight };
+        default: return { set.recorder };
+    }
 }
 
 TrackInfo trackOf (size_t index, const juce::String& name, const juce::String& function)
@@ -108,7 +115,7 @@ public:
 
         for (size_t i = 0; i < machines.all.size(); ++i)
         {
-            result.sources.push_back (sourceOf (machines.all[i]));
+            result.sources.push_back (sourceOf (machines.all[i].machine, machines.all[i].jams));
             planJumps (result, machines.all[i], random.fork (500 + i));
         }
 
@@ -307,21 +314,6 @@ private:
 
     void planGuests (PlannedScene& scene, const SceneFrame& frame, size_t index, const HardSet& set, DemoRandom own)
     {
-        const auto hears = [&set] (int role) -> std::vector<Microphone> {
-            switch (role)
-            {
-                case DayMachines::packA: return { set.ownLav };
-                case DayMachines::packB: return { set.table.lavs[1] };
-                case DayMachines::packC: return { set.belt };
-                case DayMachines::packD: return { set.table.lavs[0] };
-                case DayMachines::array: return { set.array[0], set.array[1] };
-                case DayMachines::second: return { set.second[0], set.second[1] };
-                case DayMachines::table: return { set.table.tableLeft, set.table.tableRight };
-                case DayMachines::camera: return { set.table.cameraLeft, set.table.cameraRight };
-                default: return { set.recorder };
-            }
-        };
-
         for (int role = 0; role < DayMachines::numRoles; ++role)
         {
             auto& machine = machines.all[(size_t) role];
@@ -336,7 +328,7 @@ private:
             if (runsThrough)
                 span.to = frame.takes.back().to + 0.8 * mostOverhang;
 
-            auto microphones = hears (role);
+            auto microphones = hearingOf (role, set);
 
             for (auto& microphone : microphones)
             {
@@ -386,13 +378,8 @@ private:
             const auto set = planHardSet (frame.numTalkers, 0, frame.span, own.fork ((std::uint64_t) role));
             TruthScene truth;
             fillLonely (truth.scene, frame, set, voices, own.fork (50 + (std::uint64_t) role));
-            truth.scene.recordings.push_back (record (machines.all[(size_t) role],
-                                                      frame,
-                                                      { 0.0, seconds },
-                                                      role == DayMachines::second
-                                                          ? std::vector<Microphone> { set.second[0], set.second[1] }
-                                                          : std::vector<Microphone> { set.ownLav },
-                                                      1));
+            truth.scene.recordings.push_back (
+                record (machines.all[(size_t) role], frame, { 0.0, seconds }, hearingOf (role, set), 1));
             result.scenes.push_back (std::move (truth));
         }
     }

@@ -28,15 +28,10 @@ Machine unstampedMachine (const juce::String& name, const juce::String& prefix, 
     return { name, prefix, {}, { sampleRate, ppm }, 16, Stamp::none };
 }
 
-TruthSource sourceOf (const Machine& machine)
+// Of a machine that is set once.
+TruthSource steadySourceOf (const Machine& machine)
 {
-    const auto isStamped = machine.stamp != Stamp::none;
-    TruthSource source { machine.source, machine.clock.ppm, isStamped, {} };
-
-    if (isStamped)
-        source.jams = { { machine.clock.jammedAt, machine.clock.errorSeconds } };
-
-    return source;
+    return sourceOf (machine, { { machine.clock.jammedAt, machine.clock.errorSeconds } });
 }
 
 Recording recordMono (
@@ -217,7 +212,7 @@ TruthPlan planMusicTakes (const TruthShootRequest& request)
     const DemoRandom random ((std::uint64_t) request.seed);
     auto recorder = unstampedMachine ("Recorder", "REC", 48000, random.fork (2).uniform (-20.0, 20.0));
     TruthPlan plan;
-    plan.sources.push_back (sourceOf (recorder));
+    plan.sources.push_back (steadySourceOf (recorder));
 
     for (int i = 0; i < request.takes; ++i)
         plan.scenes.push_back (planMusicTake (i,
@@ -235,7 +230,7 @@ TruthPlan planStrangers (const TruthShootRequest& request)
     const auto names = planNames (random.fork (1));
     auto recorder = unstampedMachine ("Recorder", "REC", 48000, random.fork (2).uniform (-20.0, 20.0));
     TruthPlan plan;
-    plan.sources.push_back (sourceOf (recorder));
+    plan.sources.push_back (steadySourceOf (recorder));
 
     for (int i = 0; i < 2 * request.takes; ++i)
     {
@@ -306,7 +301,7 @@ TruthPlan planBadFiles (const TruthShootRequest& request)
     addLone (noisy, renderNoise (length, 0.05f, random.fork (32)), noiseRms);
 
     for (const auto* machine : { &slow, &odd, &noise, &silence, &clicks, &sine, &noisy })
-        plan.sources.push_back (sourceOf (*machine));
+        plan.sources.push_back (steadySourceOf (*machine));
 
     return plan;
 }

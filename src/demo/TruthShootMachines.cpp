@@ -175,12 +175,10 @@ DayMachines planDayMachines (const MachineWishes& wishes, DemoRandom random)
     return day;
 }
 
-TruthSource sourceOf (const DayMachine& machine)
+TruthSource sourceOf (const Machine& machine, const std::vector<Jam>& jams)
 {
-    const auto isStamped = machine.machine.stamp != Stamp::none;
-    return {
-        machine.machine.source, machine.machine.clock.ppm, isStamped, isStamped ? machine.jams : std::vector<Jam> {}
-    };
+    const auto isStamped = machine.stamp != Stamp::none;
+    return { machine.source, machine.clock.ppm, isStamped, isStamped ? jams : std::vector<Jam> {} };
 }
 
 void planJumps (TruthPlan& plan, const DayMachine& machine, DemoRandom random)

@@ -50,7 +50,9 @@ struct MachineWishes
 
 [[nodiscard]] DayMachines planDayMachines (const MachineWishes&, DemoRandom);
 
-[[nodiscard]] TruthSource sourceOf (const DayMachine&);
+/** What the truth says of a machine.
+    jams   those of its day; of a machine without timecode nobody is to know any */
+[[nodiscard]] TruthSource sourceOf (const Machine&, const std::vector<Jam>& jams);
 
 /** Spreads a machine's jumps over the time that it runs on a day. */
 void planJumps (TruthPlan&, const DayMachine&, DemoRandom);

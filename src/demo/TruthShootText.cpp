@@ -4,7 +4,6 @@
 #include "output/JsonValues.h"
 
 #include <algorithm>
-#include <limits>
 #include <set>
 
 namespace ld
@@ -114,17 +113,6 @@ describeHardPiece (const PlannedScene& scene, const Recording& poly, const Recor
     return piece;
 }
 
-LagSpan hullOf (const std::vector<LagRange>& paths)
-{
-    constexpr auto msPerSample = 1000.0 / demoSampleRate;
-    LagSpan span { std::numeric_limits<double>::max(), std::numeric_limits<double>::lowest() };
-
-    for (const auto& path : paths)
-        span = { std::min (span.lowMs, path.low * msPerSample), std::max (span.highMs, path.high * msPerSample) };
-
-    return span;
-}
-
 bool isSilent (const juce::Array<juce::var>& pieces)
 {
     return std::all_of (pieces.begin(), pieces.end(), [] (const auto& piece) { return (bool) piece["silent"]; });
@@ -152,7 +140,7 @@ juce::var describeHardTake (const PlannedScene& scene, const TruthTake& take, st
         if (pieces.isEmpty())
             continue;
 
-        const auto guest = describeGuest (recording, pieces, hullOf (pathsOf (scene, poly, recording, polySpan)));
+        const auto guest = describeGuest (recording, pieces, lagSpanOf (pathsOf (scene, poly, recording, polySpan)));
         guest.getDynamicObject()->setProperty ("silent", isSilent (pieces));
         guests.add (guest);
     }

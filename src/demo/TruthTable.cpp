@@ -24,6 +24,7 @@ juce::String rounded (double value)
 struct Totals
 {
     int lanes = 0, silentLanes = 0, placed = 0, silentPlaced = 0, right = 0, silentRight = 0;
+    int rightWherePossible = 0;
     std::vector<double> points, clockErrors;
     int found = 0, missed = 0, invented = 0, unprovable = 0;
     int wrongPairs = 0, unrelatedPlaced = 0, unrelatedPairs = 0, unknownClocks = 0;
@@ -42,12 +43,13 @@ void addLane (const LaneScore& lane, bool isMusic, Totals& totals)
 
     ++(lane.isSilent ? totals.silentPlaced : totals.placed);
     (lane.isSilent ? totals.silentRight : totals.right) += lane.isRight() ? 1 : 0;
+    totals.rightWherePossible += ! lane.isSilent && lane.isRightWherePossible() ? 1 : 0;
     totals.musicPlaced += isMusic ? 1 : 0;
     totals.musicRight += isMusic && lane.isRight() ? 1 : 0;
     totals.found += (int) lane.found.size();
     totals.missed += (int) lane.missed.size();
     totals.invented += (int) lane.invented.size();
-    totals.unprovable += lane.unprovable;
+    totals.unprovable += (int) lane.unprovable.size();
 
     if (! lane.isSilent)
         totals.points.insert (totals.points.end(), lane.pointErrors.begin(), lane.pointErrors.end());
@@ -177,7 +179,8 @@ juce::String listLane (const LaneScore& lane, double truePpm)
         text << " start " << rounded (lane.startError) << ", middle " << rounded (lane.middleError) << ", end "
              << rounded (lane.endError) << " samples; ppm " << juce::String (truePpm, 2) << " true, "
              << juce::String (lane.toldPpm, 2) << " told; confidence " << juce::String (lane.confidence, 3)
-             << listJumps ("missed", lane.missed) << listJumps ("invented", lane.invented);
+             << listJumps ("missed", lane.missed) << listJumps ("invented", lane.invented)
+             << listJumps ("unprovable", lane.unprovable);
 
     return text + "; " + lane.detail + "\n";
 }
@@ -196,6 +199,7 @@ juce::String describeScores (const juce::String& title, const std::vector<TimedS
     row ("lanes within 48 samples of a sound path at start, middle and end, of those placed",
          shareOf (totals.right, totals.placed));
     row ("the same, of all with sound", shareOf (totals.right, totals.lanes));
+    row ("the same, ends taken inside of jumps within 5 s of them", shareOf (totals.rightWherePossible, totals.lanes));
     row ("points every 10 s within 48 samples", shareOf (countWithin (totals.points, rightWithinSamples), numPoints));
     row ("points within 12 samples", shareOf (countWithin (totals.points, closeWithinSamples), numPoints));
     row ("worst point", rounded (worstOf (totals.points)) + " samples");

@@ -92,6 +92,20 @@ TEST (TruthScore, AJumpIsFoundNearItsMomentAndOtherwiseInvented)
     }
 }
 
+TEST (TruthScore, NobodyIsBlamedForAJumpThatNoSoundBehindItProves)
+{
+    auto truth = oneTake();
+    auto& stretches = truth.takes[0].guests[0].pieces[0].stretches;
+    stretches[1] = { 4800000, 4704432.0, -1.0e-5 };                            // 2 s before the poly's end
+    stretches.insert (stretches.begin() + 1, { 48000, -48000.0, -1.0e-5 });    // 1 s before its start; of no matter
+    truth.takes[0].guests[0].pieces[0].quietJumps.push_back (false);
+    const auto lane = scoreReport (truth, told ({ rightPlace[0] })).lanes.at (0);
+    EXPECT_THAT (lane.unprovable, SizeIs (1));
+    EXPECT_THAT (lane.missed, IsEmpty());
+    EXPECT_FALSE (lane.isRight());
+    EXPECT_TRUE (lane.isRightWherePossible());
+}
+
 TEST (TruthScore, APairThatIsNoneIsCountedAndARightOneThatIsMissingToo)
 {
     const auto score = scoreReport (oneTake(), told (rightPlace, stranger));
