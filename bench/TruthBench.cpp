@@ -76,6 +76,7 @@ std::optional<ld::TimedScore> conform (const juce::File& shoot, const juce::File
         return {};
 
     const auto said = program.readAllProcessOutput();
+    program.waitForProcessToFinish (-1);
     const auto seconds = (juce::Time::getMillisecondCounterHiRes() - start) / 1000.0;
 
     if (! report.existsAsFile())

@@ -30,9 +30,9 @@ bool runCoder (juce::StringArray words)
     if (! program.start (words))
         return false;
 
-    // To read all that it says is to wait for its end.
+    // What it says must be read, or it waits for that; its status is only known when it has been waited for.
     (void) program.readAllProcessOutput();
-    return program.getExitCode() == 0;
+    return program.waitForProcessToFinish (-1) && program.getExitCode() == 0;
 }
 
 bool writeRaw (const std::vector<std::vector<float>>& channels, const juce::File& file)
