@@ -28,8 +28,10 @@ juce::var describeTake (const PlannedScene& scene)
         for (const auto& file : recording.files)
             pieces.add (describePiece (recording, file, 0.0));
 
-        guests.add (describeGuest (
-            recording, pieces, lagSpanOf (pathsOf (scene, scene.recordings.front(), recording, scene.span))));
+        guests.add (
+            describeGuest (recording,
+                           pieces,
+                           lagSpanOf (pathsOf (scene.mainSounds(), scene.recordings.front(), recording, scene.span))));
     }
 
     return describeTake (scene.recordings.front(), guests);

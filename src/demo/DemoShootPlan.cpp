@@ -226,16 +226,15 @@ ShootPlan planShoot (const DemoShootRequest& request)
 }
 
 std::vector<LagRange>
-pathsOf (const PlannedScene& scene, const Recording& host, const Recording& guest, SceneSpan within)
+pathsOf (const std::vector<SceneSound>& sounds, const Recording& host, const Recording& guest, SceneSpan within)
 {
     constexpr auto looks = 200;    // along the time, where somebody walks
     std::vector<LagRange> paths;
 
-    for (int i = 0; i < scene.numMainSounds; ++i)
+    for (const auto& sound : sounds)
         for (const auto& ours : host.microphones)
             for (const auto& theirs : guest.microphones)
             {
-                const auto& sound = scene.sounds[(size_t) i];
                 const auto lagAt = [&] (double seconds) {
                     const auto from = sound.placeAt (seconds);
                     return delaySamples (from, ours.placeAt (seconds)) - delaySamples (from, theirs.placeAt (seconds));

@@ -63,6 +63,11 @@ struct PlannedScene
     std::vector<SceneSound> sounds;       // the main ones first
     std::vector<Recording> recordings;    // a take's first is its poly
     std::optional<Room> room {};          // in the open where there is none
+
+    [[nodiscard]] std::vector<SceneSound> mainSounds() const
+    {
+        return { sounds.begin(), sounds.begin() + numMainSounds };
+    }
 };
 
 struct ShootPlan
@@ -80,10 +85,10 @@ struct LagRange
     double low = 0.0, high = 0.0;
 };
 
-/** For each main sound and each microphone of both the delay to the host's minus the delay to the guest's, in samples.
+/** For each of these sounds and each microphone of both the delay to the host's minus the delay to the guest's, in samples.
     within   of the scene, seconds: where people are then counts */
 [[nodiscard]] std::vector<LagRange>
-pathsOf (const PlannedScene&, const Recording& host, const Recording& guest, SceneSpan within);
+pathsOf (const std::vector<SceneSound>&, const Recording& host, const Recording& guest, SceneSpan within);
 
 struct LagSpan
 {

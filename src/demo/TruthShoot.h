@@ -61,8 +61,8 @@ struct TruthShootRequest
     quiet: it begins where nobody talks within 2 s on one side, so that the sound cannot tell just where.
     ms of a jump: above 0 samples were lost, below 0 the last ones are there twice.
     paths: a file that is placed by its sound lies later than its segments by one of these, in samples of the poly: for
-    each talker or loudspeaker, microphone of the poly and microphone of the file the delay to the poly's minus the
-    delay to the file's; a range where somebody walks.
+    each talker or loudspeaker that is heard meanwhile, each microphone of the poly and each of the file the delay to the
+    poly's minus the delay to the file's; a range where somebody walks.
     silent: the two have no common sound. A file that runs through several takes is a piece in each of them; only files
     that have a stretch in common with a poly are. */
 [[nodiscard]] juce::Result writeTruthShoot (const TruthShootRequest&);

@@ -210,7 +210,8 @@ private:
 
         for (size_t i = 0; i < frame.takes.size(); ++i)
         {
-            truth.takes.push_back ({ scene.recordings.size(), natures[first + i].isSilent, eventsOf (first + i) });
+            truth.takes.push_back (
+                { scene.recordings.size(), natures[first + i].isSilent, eventsOf (first + i, walkers) });
             scene.recordings.push_back (planPoly (frame, i, first + i, set, own.fork (10)));
         }
 
@@ -254,7 +255,7 @@ private:
         return playbacks;
     }
 
-    [[nodiscard]] juce::StringArray eventsOf (size_t take) const
+    [[nodiscard]] juce::StringArray eventsOf (size_t take, int walkers) const
     {
         const auto& nature = natures[take];
         juce::StringArray events;
@@ -262,7 +263,7 @@ private:
         if (nature.isSilent)
             events.add ("silent");
 
-        if (nature.walkers > 0)
+        if (walkers > 0)
             events.add ("walking");
 
         if (nature.songs > 0)

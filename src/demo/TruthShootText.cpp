@@ -4,6 +4,7 @@
 #include "output/JsonValues.h"
 
 #include <algorithm>
+#include <numeric>
 #include <set>
 
 namespace ld
@@ -37,28 +38,41 @@ SceneSpan common (const SceneSpan& a, const SceneSpan& b) noexcept
     return { std::max (a.from, b.from), std::min (a.to, b.to) };
 }
 
-/** How long the main sounds can be heard within a stretch; of two at once each counts. */
-double soundSecondsIn (const PlannedScene& scene, const SceneSpan& span)
+double soundSecondsIn (const SceneSound& sound, const SceneSpan& span)
 {
     auto seconds = 0.0;
 
-    for (int i = 0; i < scene.numMainSounds; ++i)
+    for (const auto& syllable : sound.syllables)
     {
-        for (const auto& syllable : scene.sounds[(size_t) i].syllables)
-        {
-            const auto end = syllable.startSeconds + (double) (syllable.consonant.seconds + syllable.vowelSeconds);
-            seconds += std::max (0.0, overlapOf (span, { syllable.startSeconds, end }));
-        }
+        const auto end = syllable.startSeconds + (double) (syllable.consonant.seconds + syllable.vowelSeconds);
+        seconds += std::max (0.0, overlapOf (span, { syllable.startSeconds, end }));
+    }
 
-        for (const auto& playback : scene.sounds[(size_t) i].playbacks)
-        {
-            const auto start = (double) playback.startSample / demoSampleRate;
-            const auto end = start + (double) playback.samples->size() / demoSampleRate;
-            seconds += std::max (0.0, overlapOf (span, { start, end }));
-        }
+    for (const auto& playback : sound.playbacks)
+    {
+        const auto start = (double) playback.startSample / demoSampleRate;
+        const auto end = start + (double) playback.samples->size() / demoSampleRate;
+        seconds += std::max (0.0, overlapOf (span, { start, end }));
     }
 
     return seconds;
+}
+
+/** How long the main sounds can be heard within a stretch; of two at once each counts. */
+double soundSecondsIn (const PlannedScene& scene, const SceneSpan& span)
+{
+    const auto sounds = scene.mainSounds();
+    return std::accumulate (sounds.begin(), sounds.end(), 0.0, [&span] (double sum, const auto& sound) {
+        return sum + soundSecondsIn (sound, span);
+    });
+}
+
+// A sound that is not heard there leads nobody to its path; where none is, nobody knows which.
+std::vector<SceneSound> soundsHeardIn (const PlannedScene& scene, const SceneSpan& span)
+{
+    auto sounds = scene.mainSounds();
+    std::erase_if (sounds, [&span] (const auto& sound) { return soundSecondsIn (sound, span) == 0.0; });
+    return sounds.empty() ? scene.mainSounds() : sounds;
 }
 
 // Just before or just behind the moment nothing tells where the sound lies.
@@ -109,7 +123,7 @@ describeHardPiece (const PlannedScene& scene, const Recording& poly, const Recor
     auto* const object = piece.getDynamicObject();
     object->setProperty ("silent", soundSecondsIn (scene, within) < leastSoundSeconds);
     object->setProperty ("segments", describeSegments (scene, guest, file, host.startSamples));
-    object->setProperty ("paths", makeJsonArray (pathsOf (scene, poly, guest, within), pairOf));
+    object->setProperty ("paths", makeJsonArray (pathsOf (soundsHeardIn (scene, within), poly, guest, within), pairOf));
     return piece;
 }
 
@@ -140,7 +154,8 @@ juce::var describeHardTake (const PlannedScene& scene, const TruthTake& take, st
         if (pieces.isEmpty())
             continue;
 
-        const auto guest = describeGuest (recording, pieces, lagSpanOf (pathsOf (scene, poly, recording, polySpan)));
+        const auto guest =
+            describeGuest (recording, pieces, lagSpanOf (pathsOf (scene.mainSounds(), poly, recording, polySpan)));
         guest.getDynamicObject()->setProperty ("silent", isSilent (pieces));
         guests.add (guest);
     }
