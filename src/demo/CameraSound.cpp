@@ -35,24 +35,29 @@ bool runCoder (juce::StringArray words)
     return program.waitForProcessToFinish (-1) && program.getExitCode() == 0;
 }
 
+// Silence follows the sound, because the coder's container rounds its length and can cut the end off.
 bool writeRaw (const std::vector<std::vector<float>>& channels, const juce::File& file)
 {
+    constexpr size_t silentFrames = 4096;
+    const auto numFrames = channels.front().size();
     juce::FileOutputStream out (file);
-    std::vector<juce::int16> frame (channels.size());
+    std::vector<juce::int16> values;
+    values.reserve ((numFrames + silentFrames) * channels.size());
 
-    for (size_t i = 0; out.openedOk() && i < channels.front().size(); ++i)
-    {
-        for (size_t c = 0; c < channels.size(); ++c)
-            frame[c] = (juce::int16) std::lround (juce::jlimit (-1.0f, 1.0f, channels[c][i]) * fullScale);
+    for (size_t i = 0; i < numFrames; ++i)
+        for (const auto& channel : channels)
+            values.push_back ((juce::int16) std::lround (juce::jlimit (-1.0f, 1.0f, channel[i]) * fullScale));
 
-        out.write (frame.data(), frame.size() * sizeof (frame[0]));
-    }
+    values.resize ((numFrames + silentFrames) * channels.size());
+
+    if (out.openedOk())
+        out.write (values.data(), values.size() * sizeof (values[0]));
 
     out.flush();
     return out.openedOk() && out.getStatus().wasOk();
 }
 
-// The coder pads the end; a file that is too short was not decoded whole.
+// What lies behind the sound is left out; a file that is too short was not decoded whole.
 bool readRaw (const juce::File& file, std::vector<std::vector<float>>& channels)
 {
     juce::MemoryBlock bytes;
