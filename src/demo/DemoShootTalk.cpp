@@ -237,7 +237,10 @@ std::vector<Syllable> planCloth (SceneSpan span, double loudest, DemoRandom rand
 {
     std::vector<Syllable> cloth;
 
-    for (auto now = span.from + random.uniform (0.0, 20.0); now < span.to; now += random.uniform (6.0, 40.0))
+    auto now = span.from + random.uniform (0.0, 20.0);
+
+    while (now < span.to)
+    {
         for (auto left = 1 + random.below (4); left > 0; --left)
         {
             const auto seconds = random.uniform (0.08, 0.9);
@@ -246,6 +249,9 @@ std::vector<Syllable> planCloth (SceneSpan span, double loudest, DemoRandom rand
             cloth.push_back (noiseAt (now, { 2500.0f, 6000.0f, (float) seconds, 0.3f, (float) (0.3 * level) }, random));
             now += seconds * random.uniform (0.5, 1.2);
         }
+
+        now += random.uniform (6.0, 40.0);
+    }
 
     return cloth;
 }

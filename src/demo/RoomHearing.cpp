@@ -153,7 +153,7 @@ void RoomHearing::hearMoving (size_t sound, size_t ear)
 {
     const auto from = secondsAt (at), to = secondsAt (at + blockSamples);
     auto& echoes = way (sound, ear).response;
-    Spectrum before, after;
+    Spectrum before;
 
     if (metresAt (sound, ear, from) == metresAt (sound, ear, to))
     {
@@ -166,6 +166,7 @@ void RoomHearing::hearMoving (size_t sound, size_t ear)
     }
     else
     {
+        Spectrum after;
         auto next = responseAt (sound, ear, to, RoomWay::echoesOnly);
         pasts[sound].resize (std::max (pasts[sound].size(), next.size()));
 

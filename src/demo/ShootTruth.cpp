@@ -11,6 +11,7 @@ template <typename Read>
 auto readAll (const juce::var& array, Read&& read)
 {
     std::vector<decltype (read (array[0]))> items;
+    items.reserve ((size_t) array.size());
 
     for (int i = 0; i < array.size(); ++i)
         items.push_back (read (array[i]));

@@ -226,8 +226,13 @@ private:
         std::vector<std::vector<Syllable>> talk ((size_t) frame.numTalkers);
         std::vector<SceneSpan> quiet;
 
-        for (auto at = own.uniform (0.0, 30.0); at < frame.span.to; at += own.uniform (20.0, 90.0))
+        auto at = own.uniform (0.0, 30.0);
+
+        while (at < frame.span.to)
+        {
             quiet.push_back ({ at, at + own.uniform (2.0, 9.0) });
+            at += own.uniform (20.0, 90.0);
+        }
 
         if (const auto again = natures[first].sameWordsAs; again >= 0)
             talk = saidAgain (talks[(size_t) again], own.fork (1));

@@ -123,18 +123,13 @@ Samples renderNoise (double seconds, float rms, DemoRandom random)
     return noise;
 }
 
-std::vector<VoiceProfile> planStrangersVoices (DemoRandom random)
+VoiceProfile planStrangersVoice (DemoRandom random)
 {
-    std::vector<VoiceProfile> voices;
-
-    for (int i = 0; i < 2; ++i)
-        voices.push_back ({ random.uniform (85.0, 250.0),
-                            (float) random.uniform (0.92, 1.22),
-                            (float) random.uniform (0.01, 0.06),
-                            random.uniform (0.15, 0.24),
-                            random.uniform (0.7, 1.2) });
-
-    return voices;
+    return { random.uniform (85.0, 250.0),
+             (float) random.uniform (0.92, 1.22),
+             (float) random.uniform (0.01, 0.06),
+             random.uniform (0.15, 0.24),
+             random.uniform (0.7, 1.2) };
 }
 
 /** Somewhere else, where people talk, machines run or music plays. */
@@ -154,7 +149,8 @@ PlannedScene planElsewhere (int index, double seconds, DemoRandom random)
             { set.loudspeaker, {}, {}, { playbackOf (renderMusic (length, random.fork (2)), scene.span.from) } });
     else
     {
-        auto talk = planConversation (planStrangersVoices (random.fork (3)), scene.span, {}, random.fork (2));
+        const std::vector voices { planStrangersVoice (random.fork (3)), planStrangersVoice (random.fork (5)) };
+        auto talk = planConversation (voices, scene.span, {}, random.fork (2));
 
         for (size_t i = 0; i < talk.size(); ++i)
             scene.sounds.push_back ({ set.table.mouths[i], std::move (talk[i]) });

@@ -43,16 +43,18 @@ void addLane (const LaneScore& lane, bool isMusic, Totals& totals)
 
     ++(lane.isSilent ? totals.silentPlaced : totals.placed);
     (lane.isSilent ? totals.silentRight : totals.right) += lane.isRight() ? 1 : 0;
-    totals.rightWherePossible += ! lane.isSilent && lane.isRightWherePossible() ? 1 : 0;
     totals.musicPlaced += isMusic ? 1 : 0;
     totals.musicRight += isMusic && lane.isRight() ? 1 : 0;
+    totals.invented += (int) lane.invented.size();
+
+    if (lane.isSilent)
+        return;
+
+    totals.rightWherePossible += lane.isRightWherePossible() ? 1 : 0;
     totals.found += (int) lane.found.size();
     totals.missed += (int) lane.missed.size();
-    totals.invented += (int) lane.invented.size();
     totals.unprovable += (int) lane.unprovable.size();
-
-    if (! lane.isSilent)
-        totals.points.insert (totals.points.end(), lane.pointErrors.begin(), lane.pointErrors.end());
+    totals.points.insert (totals.points.end(), lane.pointErrors.begin(), lane.pointErrors.end());
 }
 
 Totals totalsOf (const std::vector<TimedScore>& scores)
