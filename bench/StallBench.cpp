@@ -1,5 +1,5 @@
 #include "BenchInput.h"
-#include "cli/DemoShoot.h"
+#include "demo/DemoShoot.h"
 
 #include "support/IdleView.h"
 #include "support/ResidentMemory.h"

@@ -79,7 +79,7 @@ juce::String nearestMatch (const juce::File& file, const std::vector<ProvedPair>
 
     for (const auto& verdict : comparisons)
         if (verdict.guest.file == file
-            && (best == nullptr || verdict.guest.alignment.confidence > best->guest.alignment.confidence))
+            && (best == nullptr || verdict.first.confidence > best->first.confidence))
             best = &verdict;
 
     if (best == nullptr)

@@ -1,5 +1,5 @@
 #include "cli/ConformJob.h"
-#include "cli/Interrupt.h"
+#include "output/Interrupt.h"
 #include "output/ReplacingFile.h"
 
 #include <CLI/CLI.hpp>
@@ -32,7 +32,7 @@ void declare (CLI::App& app, Words& words)
         "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an OTIO text beside each file");
     app.add_flag ("--no-markers", words.hasNoMarkers, "No markers in the files where recordings begin and end");
     app.add_flag ("--new-ids", words.givesNewIds, "Give each file a UMID and FILE_UID of its own, not its poly's");
-    app.add_flag ("--scan-only", words.isScanOnly, "Match, but combine nothing");
+    app.add_flag ("--scan-only", words.isScanOnly, "Match and prove places, but combine nothing");
     app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
     app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
         ->check (CLI::Range (1, 1024));

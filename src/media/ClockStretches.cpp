@@ -32,6 +32,7 @@ Alignment placeOnHost (const Alignment& clip, const GuestPiece& piece)
     {
         place.method = clip.method;
         place.detail = clip.detail;
+        place.evidence = clip.evidence;
     }
 
     place.needsManual = clip.needsManual;

@@ -485,6 +485,7 @@ Alignment SyncEngine::applyNudge (const Alignment& alignment, int64 deltaSamples
     auto nudged = movedBy (alignment, deltaSamples);
     nudged.method = Alignment::Method::manual;
     nudged.detail = "Manual";
+    nudged.evidence.clear();    // it spoke for the place that it was
     nudged.needsManual = false;
     return nudged;
 }

@@ -91,11 +91,7 @@ void MainComponent::setOffset (const juce::Uuid& id, juce::int64 offset)
     if (auto* const guest = session.findGuest (id))
     {
         const juce::ScopedLock lock (sessionLock);
-        auto& alignment = guest->alignment;
-        alignment.offsetSamples = offset;
-        alignment.method = Alignment::Method::manual;
-        alignment.detail = "Manual";
-        alignment.needsManual = false;
+        guest->alignment = SyncEngine::applyNudge (guest->alignment, offset - guest->alignment.offsetSamples);
     }
 
     refreshInspector();

@@ -16,7 +16,10 @@ juce::String placeText (const Alignment& alignment)
 {
     using enum Alignment::Method;
 
-    if (const auto& words = alignment.evidence.isNotEmpty() ? alignment.evidence : alignment.detail; words.isNotEmpty())
+    // Of a doubtful one the reason counts, of the others what speaks for it.
+    const auto showsEvidence = alignment.evidence.isNotEmpty() && ! alignment.needsManual;
+
+    if (const auto& words = showsEvidence ? alignment.evidence : alignment.detail; words.isNotEmpty())
         return words.toUpperCase();
 
     switch (alignment.method)

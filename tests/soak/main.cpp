@@ -3,7 +3,7 @@
 #include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
 
-#include "cli/DemoShoot.h"
+#include "demo/DemoShoot.h"
 #include "support/ResidentMemory.h"
 #include "support/TempFolder.h"
 #include "support/WaveBuilder.h"

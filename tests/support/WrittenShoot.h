@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/DemoShoot.h"
-#include "support/ShootTruth.h"
+#include "demo/DemoShoot.h"
+#include "demo/ShootTruth.h"
 
 namespace ld::test
 {
