@@ -343,7 +343,7 @@ int lagWindowOrder (double seconds, int rate) noexcept
 std::vector<LagAnswer> measureLags (const std::vector<LagSource>& sources,
                                     const std::vector<LagQuery>& queries,
                                     int workers,
-                                    const std::function<void (int, int)>& progress,
+                                    const LagProgress& progress,
                                     const OnAudioRead& onRead)
 {
     std::vector<LagAnswer> answers (queries.size());
@@ -373,7 +373,7 @@ std::vector<LagAnswer> measureLags (const std::vector<LagSource>& sources,
             const auto count = ++done;
 
             if (progress)
-                progress (count, (int) queries.size());
+                progress (count, (int) queries.size(), query.guest);
         }
         },
         workers);

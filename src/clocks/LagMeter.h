@@ -59,6 +59,9 @@ constexpr size_t maxLagPeaks = 4;
 /** The order of the window that holds about this many seconds, at least 12 and at most RealFft::largestOrder. */
 [[nodiscard]] int lagWindowOrder (double seconds, int rate) noexcept;
 
+/** Told on the workers' threads how many windows are measured, and of which guest the last one was: an index of a source. */
+using LagProgress = std::function<void (int done, int total, size_t guest)>;
+
 /** Measures lags by cross-correlation with phase transform (Knapp and Carter, 1976) over the band from 120 Hz to 10 kHz.
     Files are read stretch by stretch as queries need them, a window of a host once for all guests.
     onRead    told of the audio that was read, on the workers' threads
@@ -67,7 +70,7 @@ constexpr size_t maxLagPeaks = 4;
 [[nodiscard]] std::vector<LagAnswer> measureLags (const std::vector<LagSource>&,
                                                   const std::vector<LagQuery>&,
                                                   int workers,
-                                                  const std::function<void (int done, int total)>& progress = {},
+                                                  const LagProgress& progress = {},
                                                   const OnAudioRead& onRead = {});
 
 }    // namespace ld

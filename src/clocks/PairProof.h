@@ -30,14 +30,11 @@ struct PairProof
     [[nodiscard]] bool isSure() const noexcept { return line && isSureLine (*line); }
 };
 
-/** Told how many of the windows of a step are measured. */
-using ProofProgress = std::function<void (int done, int total)>;
-
 /** How pairs are proved. */
 struct ProofOptions
 {
     int workers = 1;
-    ProofProgress progress;
+    LagProgress progress;
     OnAudioRead onRead;
 };
 

@@ -161,7 +161,7 @@ private:
                 looks.push_back (
                     { i, first.offsetSamples, first.method == Alignment::Method::timecode ? stampDoubt : soundDoubt });
 
-        lookAt (looks, "Following the sound along every pair");
+        lookAt (looks, "Following the sound");
     }
 
     [[nodiscard]] std::vector<bool> provedFiles() const
@@ -202,7 +202,7 @@ private:
                 looks.push_back ({ i, table.pairs[i].first.offsetSamples, soundDoubt });
         }
 
-        lookAt (looks, "Following the sound of doubtful pairs");
+        lookAt (looks, "Following the sound of a doubtful pair");
     }
 
     [[nodiscard]] double sharedSeconds (const DayPair& pair, double startSeconds) const
@@ -269,7 +269,7 @@ private:
             for (const auto& look : looks)
                 (taken.insert (look.pair).second ? round : later).push_back (look);
 
-            lookAt (round, "Looking for recorders set to another hour");
+            lookAt (round, "Looking whether the recorder was an hour off");
             looks = std::move (later);
         }
 
@@ -348,7 +348,7 @@ private:
                 looks.push_back ({ i, at->second.offsetSamples, soundDoubt });
         }
 
-        lookAt (looks, "Following the sound of recorders with a timecode of their own");
+        lookAt (looks, "Following the sound");
     }
 
     void followJumps()
@@ -362,7 +362,7 @@ private:
 
         try
         {
-            finishProofs (table.sources, knownSlopes(), provingOptions ("Looking for jumps of the clocks"));
+            finishProofs (table.sources, knownSlopes(), provingOptions ("Looking for jumps of its clock"));
             forgetLoneJumps (table);
             joinContinuations (table);
         }
@@ -397,9 +397,18 @@ private:
         proving.onRead = options.onRead;
 
         if (progress)
-            proving.progress = [this, what] (int done, int total) { progress (what, done, total); };
+            proving.progress = [this, what] (int done, int total, size_t guest) {
+                progress (what + ": " + recorderNameOf (guest), done, total);
+            };
 
         return proving;
+    }
+
+    // The folder and the beginning of the name say it to whoever put the files there.
+    [[nodiscard]] juce::String recorderNameOf (size_t source) const
+    {
+        const auto& file = table.sources[source].file;
+        return file.getParentDirectory().getFileName() + "/" + file.getFileName();
     }
 
     bool lookWhereClocksSay()
@@ -420,7 +429,7 @@ private:
                 looks.push_back ({ i, lag, place->doubtSeconds });
         }
 
-        return lookAt (looks, "Looking where the clocks expect files") > 0;
+        return lookAt (looks, "Looking where the clock expects it") > 0;
     }
 
     const MatchOptions& options;
