@@ -1,6 +1,7 @@
 #include "BenchInput.h"
 #include "batch/BatchMatcher.h"
 #include "batch/PairComparison.h"
+#include "clocks/ShootMatch.h"
 #include "sync/MfccSearch.h"
 #include "sync/WaveformSearch.h"
 
@@ -141,6 +142,17 @@ void compareWithPlainLoop (const BatchShoot& shoot, const Run& run)
               << " of " << plain.size() << " locked" << std::endl;
 }
 
+// What proving the places adds to the comparison.
+void reportProof (const juce::String& name, const BatchShoot& shoot, double compareSeconds)
+{
+    ld::MatchOptions options;
+    options.workers = 1;
+    const auto outcome = ld::compareBatch (shoot.scans(), {}, options);
+    const auto seconds =
+        timed ([&] { juce::ignoreUnused (ld::proveMatches (outcome.matches, outcome.comparisons, {}, options)); });
+    report (name, seconds, juce::String (seconds / compareSeconds, 2) + " of the comparison's");
+}
+
 }    // namespace
 
 int main()
@@ -152,6 +164,7 @@ int main()
     const auto two = match (shoot, 2);
     report ("8 polys x 8 files, one worker", one.seconds);
     report ("8 polys x 8 files, two workers", two.seconds, times (two.seconds / one.seconds));
+    reportProof ("the same, proving their places", shoot, one.seconds);
     compareWithPlainLoop (shoot, one);
 
     const auto moreGuests = match (BatchShoot (polys, 2 * guests, false), 1);
@@ -166,5 +179,6 @@ int main()
             locked.seconds,
             juce::String (overlapSeconds / locked.seconds, 0) + " x real time, "
                 + juce::String (countLocked (locked.verdicts)) + " locked");
+    reportProof ("the same, proving their places", stamped, locked.seconds);
     return 0;
 }
