@@ -1,5 +1,6 @@
 #include "batch/BatchMatcher.h"
 #include "batch/GlobalDecision.h"
+#include "batch/MatchPlan.h"
 #include "batch/Workers.h"
 #include "sync/MfccSearch.h"
 #include "sync/Signal.h"
@@ -176,6 +177,87 @@ TEST (BatchMatcher, SaysOfEveryPairWhyItBelongsOrDoesNot)
     EXPECT_EQ (early.offsetSamples, -7 * rate - 40);
     EXPECT_EQ (early.method, Alignment::Method::timecodeRefined);
     EXPECT_EQ (match.score, std::max ({ locked.confidence, byContent.confidence, early.confidence }));
+}
+
+TEST (BatchMatcher, LocksInsideAnOverlapFromATenthOfCorrelationOn)
+{
+    Shoot shoot;
+    const auto sound = noise (30 * rate, 1), other = noise (20 * rate, 2);
+    const auto heard = [&] (float gain) {
+        return Channels { sumOf (other, stretchOf (sound, 5 * rate + 9, 20 * rate), gain) };
+    };
+    shoot.add ("a.wav", { sound, sound, sound }, 36000u * rate);
+    shoot.add ("b_less.wav", heard (0.08f), 36005u * rate);
+    shoot.add ("c_more.wav", heard (0.13f), 36005u * rate);
+    EXPECT_THAT (told (compareBatch (shoot.scans(), {})),
+                 ElementsAre ("b_less on a: Timecode only / no waveform lock",
+                              "c_more on a: Timecode rough-in / waveform locked ncc=0.13"));
+}
+
+// Too far from its timecode for the waveform: the shared stretch is searched for its content, either in either.
+TEST (BatchMatcher, SearchesTheSharedStretchBothWays)
+{
+    auto turned = 0;
+
+    for (const unsigned seed : { 1u, 2u, 3u })
+    {
+        Shoot shoot;
+        const auto sound = speech (60 * rate, rate, seed);
+        const auto guest = stretchOf (sound, 20 * rate, 25 * rate);
+        shoot.add ("a.wav", Channels (3, sound), 36000u * rate);
+        shoot.add ("b.wav", { guest }, 36012u * rate);
+        const auto outcome = compareBatch (shoot.scans(), {});
+        const auto& found = outcome.comparisons.at (0).guest.alignment;
+        const auto shared = stretchOf (mixdown (Channels (3, sound)), 12 * rate, 25 * rate);
+        const auto inHost = computeMfccOffset (shared.data(), 25 * rate, guest.data(), 25 * rate, rate);
+        const auto inGuest = computeMfccOffset (guest.data(), 25 * rate, shared.data(), 25 * rate, rate);
+        EXPECT_NEAR (found.confidence, std::max (inHost.zScore, inGuest.zScore), 1e-3);
+        EXPECT_EQ (found.offsetSamples, 20 * rate);
+        turned += inGuest.zScore > inHost.zScore ? 1 : 0;
+    }
+
+    EXPECT_GT (turned, 0);
+}
+
+TEST (MatchRoute, LeadsThroughTheOverlapAndUpToTwoSecondsBeyondIt)
+{
+    struct Case
+    {
+        int64 offset, overlap, guestLength;    // s
+        MatchRoute route;
+        int64 hostStart, guestStart, length;    // s
+    };
+
+    for (const auto& [offset, overlap, guestLength, route, hostStart, guestStart, length] :
+         { Case { 10, 20, 20, MatchRoute::timecode, 10, 0, 20 },
+           Case { 10, 20, 21, MatchRoute::timecode, 10, 0, 21 },
+           Case { 10, 20, 30, MatchRoute::timecode, 10, 0, 22 },
+           Case { -7, 20, 90, MatchRoute::timecode, 0, 7, 22 },
+           Case { 35, 5, 90, MatchRoute::timecode, 35, 0, 5 },
+           Case { 10, 20, 19, MatchRoute::whole, 0, 0, 0 },
+           Case { 39, 0, 90, MatchRoute::whole, 0, 0, 0 } })
+    {
+        MatchTables tables;
+        tables.matches.emplace_back().guests.emplace_back();
+        tables.sources = { MatchSource {}, MatchSource {} };
+        MatchPair pair;
+        pair.guestSource = 1;
+        pair.overlap = { true, offset * rate, overlap * rate };
+
+        for (auto& source : tables.sources)
+        {
+            source.rate = rate;
+            source.channels = 1;
+        }
+
+        tables.sources[0].length = 40 * rate;
+        tables.sources[1].length = guestLength * rate;
+        chooseRoute (tables, pair);
+        EXPECT_EQ (pair.route, route) << guestLength;
+        EXPECT_EQ (pair.hostStart, hostStart * rate);
+        EXPECT_EQ (pair.guestStart, guestStart * rate);
+        EXPECT_EQ (pair.length, length * rate);
+    }
 }
 
 TEST (BatchMatcher, JudgesFilesThatHaveGoneByTheirHeaders)

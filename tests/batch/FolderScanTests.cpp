@@ -1,6 +1,9 @@
 #include "batch/FolderScan.h"
 
+#include "clocks/ShootMatch.h"
 #include "support/TempFolder.h"
+#include "support/TestSignals.h"
+#include "support/WaveBuilder.h"
 
 #include <gmock/gmock.h>
 
@@ -219,19 +222,25 @@ TEST (BatchMatching, AFurtherPolyNeedsEvidenceAndATwinHalfItsLength)
     }
 }
 
-TEST (BatchMatching, ALoneFileIsThePolyAndMayBecomeItsOwnGuest)
+TEST (BatchMatching, ALoneFileIsThePolyAndNeverItsOwnGuest)
 {
-    const auto stamped = matchBatch ({ scan ("one.wav", 2, 9, Stamp { 0 }) });
-    ASSERT_EQ (stamped.size(), 1U);
-    EXPECT_THAT (stamped[0].guests, IsEmpty());
-
-    const auto bare = matchBatch ({ scan ("one.wav", 2, 9) });
-    ASSERT_EQ (bare.size(), 1U);
-    EXPECT_THAT (namesOf (bare[0].guests), ElementsAre ("one.wav"));
-    EXPECT_EQ (bare[0].reason, "filename");
-    EXPECT_EQ (bare[0].score, 40.0f);
+    for (const auto& lone : { scan ("one.wav", 2, 9, Stamp { 0 }), scan ("one.wav", 2, 9) })
+    {
+        const auto matches = matchBatch ({ lone });
+        ASSERT_EQ (matches.size(), 1U);
+        EXPECT_EQ (matches[0].host.file, lone.file);
+    }
 
     EXPECT_THAT (matchBatch ({ scan ("one.wav", 2, 9), scan ("two.wav", 2, 9) }), IsEmpty());
+
+    const TempFolder temp;
+    const auto sound = speech (20 * 8000, 8000, 1);
+    const auto file =
+        WaveBuilder ({ .channels = 2, .sampleRate = 8000 }, { sound, sound }).writeTo (temp.file ("one.wav"));
+    const auto shoot = matchShoot ({ inspectAudioFile (file) }, {});
+    ASSERT_EQ (shoot.matches.size(), 1U);
+    EXPECT_EQ (shoot.matches[0].host.file, file);
+    EXPECT_THAT (shoot.matches[0].guests, IsEmpty());
 }
 
 TEST (SourceFamily, IsTheFamilyIdThenTheTracksThenTheNameWithoutItsNumber)

@@ -1,13 +1,17 @@
-#include "conform/ConformReport.h"
+#include "batch/FolderScan.h"
+#include "batch/SourceAudio.h"
 
 #include "support/DirectLag.h"
-#include "support/WaveLanes.h"
+#include "support/RunProgram.h"
+#include "support/TempFolder.h"
 #include "support/WaveWalker.h"
 #include "support/WrittenShoot.h"
 
 #include <gmock/gmock.h>
 
-// A whole shoot, whose truth is known, from the folder to the combined files.
+#if JUCE_LINUX || JUCE_MAC
+
+// A whole shoot, whose truth is known, from the folder to the combined files, by the program that people run.
 
 namespace ld::test
 {
@@ -15,208 +19,118 @@ namespace
 {
 
 using juce::int64;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr double samplesPerMs = 48.0;
 constexpr double toleranceMs = 1.0;
 constexpr int64 windowSamples = 72000;    // 1.5 s
 
-/** Two takes of 20 seconds and what became of them; conformed once. */
+/** Two takes of three minutes and what became of them. */
 struct ConformedShoot
 {
-    ConformedShoot()
+    const WrittenShoot shoot { 180, 2, 1 };
+    const TempFolder out;
+    const ProgramRun program = run ({ LD_CONFORM_PROGRAM,
+                                      shoot.folder.getFullPathName(),
+                                      "--out",
+                                      out.folder.getFullPathName(),
+                                      "--report",
+                                      out.file ("report.json").getFullPathName() });
+    const juce::var report = juce::JSON::parse (out.file ("report.json"));
+
+    [[nodiscard]] juce::var reportOn (const juce::File& poly) const
     {
-        EXPECT_TRUE (shoot.result.wasOk()) << shoot.result.getErrorMessage();
-        std::vector<ScanFile> scans;
+        for (int i = 0; i < report["takes"].size(); ++i)
+            if (report["takes"][i]["poly"].toString() == poly.getFullPathName())
+                return report["takes"][i];
 
-        for (const auto& file : collectMediaFiles (shoot.folder))
-            scans.push_back (inspectAudioFile (file));
-
-        OutputNames names (shoot.folder.getChildFile ("out"));
-
-        for (const auto& match : matchBatch (scans))
-            outcome.takes.push_back (combineTake (match, {}, names.nameFor (match.host.file), {}));
-
-        accountForFiles (outcome, scans);
+        return {};
     }
-
-    [[nodiscard]] const TakeOutcome* find (const juce::File& poly) const
-    {
-        const auto at = std::ranges::find (outcome.takes, poly, &TakeOutcome::poly);
-        return at == outcome.takes.end() ? nullptr : &*at;
-    }
-
-    const WrittenShoot shoot { 20, 2, 1 };
-    ConformOutcome outcome;
 };
 
-const ConformedShoot& conformed()
+/** A file that the truth knows, in the combined file of its take. */
+struct WrittenPiece
 {
-    static const ConformedShoot shoot;
-    return shoot;
-}
-
-/** A true piece, the place that it was given, and its lane in the combined file. */
-struct PlacedPiece
-{
-    const TrueTake& take;
-    const TrueGuest& truth;
     const TruePiece& piece;
-    const TakeOutcome& outcome;
-    const GuestOutcome* guest = nullptr;
-    int64 offset = 0;    // of the piece's first frame on the poly
-    size_t lane = 0;
+    juce::File output;
+    int lane;    // 0-based channel of the file's first
 
-    void find()
+    // Where the lane has the file's own sound, at a frame of the poly, ms behind the truth.
+    [[nodiscard]] double latenessMs (int64 start) const
     {
-        lane = 1 + (size_t) inspectAudioFile (take.poly).format.channels;
+        const auto lanes =
+            SourceAudio (output, 48000).readChannel (lane, start - widestLag, windowSamples + 2 * widestLag);
+        return bestLag (slopeOf (lanes), widestLag, slopeOf (trueWindow (start))) / samplesPerMs;
+    }
 
-        for (const auto& candidate : outcome.guests)
+    // What the truth puts there, by a straight line between two samples.
+    [[nodiscard]] std::vector<float> trueWindow (int64 start) const
+    {
+        const auto first = ((double) start - piece.startSamples) / piece.hostSamplesPerFrame;
+        const auto from = (int64) first;
+        const auto count = (int64) ((double) windowSamples / piece.hostSamplesPerFrame) + 3;
+        const auto audio = SourceAudio (piece.file, piece.sampleRate).readChannel (0, from, count);
+        std::vector<float> window ((size_t) windowSamples);
+
+        for (size_t i = 0; i < window.size(); ++i)
         {
-            if (candidate.rejected)
-                continue;
-
-            for (const auto& known : candidate.pieces)
-                if (known.file == piece.file)
-                {
-                    guest = &candidate;
-                    offset = candidate.alignment.offsetSamples + known.offsetSamples;
-                    return;
-                }
-
-            lane += candidate.trackNames.size();
+            const auto at = first - (double) from + (double) i / piece.hostSamplesPerFrame;
+            const auto whole = (size_t) at;
+            window[i] = audio.at (whole) + (float) (at - (double) whole) * (audio.at (whole + 1) - audio[whole]);
         }
-    }
 
-    // Where a frame of the file lies on the poly, by the truth and by the place it was given.
-    [[nodiscard]] double truePosition (double frame) const
-    {
-        return piece.startSamples + frame * piece.hostSamplesPerFrame;
-    }
-
-    [[nodiscard]] double givenPosition (double frame) const
-    {
-        const auto hostFrames = frame * 48000.0 / piece.sampleRate;
-        return (double) offset + hostFrames * (1.0 + guest->alignment.driftSlope);
-    }
-
-    [[nodiscard]] std::pair<double, double> framesOnPoly() const
-    {
-        const auto frameAt = [this] (double position) {
-            return (position - piece.startSamples) / piece.hostSamplesPerFrame;
-        };
-        return { std::max (0.0, frameAt (0.0)),
-                 std::min ((double) piece.frames, frameAt ((double) take.frames)) - 1.0 };
+        return window;
     }
 };
 
-std::vector<PlacedPiece> placedPieces()
+// The lane by what the report says; nothing where the file is in no guest of the take.
+std::optional<int> laneOf (const juce::File& file, const juce::var& take, int polyChannels)
 {
-    std::vector<PlacedPiece> pieces;
+    auto lane = 1 + polyChannels;
 
-    for (const auto& take : conformed().shoot.truth.takes)
-        for (const auto& guest : take.guests)
-            for (const auto& piece : guest.pieces)
-                if (const auto* outcome = conformed().find (take.poly))
-                {
-                    pieces.push_back ({ take, guest, piece, *outcome });
-                    pieces.back().find();
-                }
-
-    return pieces;
-}
-
-std::vector<float> slopeOfLane (const juce::File& file, size_t lane)
-{
-    const auto lanes = readLanes (file);
-    return slopeOf ({ lanes.at (lane).begin(), lanes.at (lane).end() });
-}
-
-// A file's own sound where the truth says that it belongs, by a straight line between two samples.
-std::vector<float> trueWindow (const TruePiece& piece, const std::vector<float>& audio, int64 start)
-{
-    std::vector<float> window ((size_t) windowSamples);
-
-    for (size_t i = 0; i < window.size(); ++i)
-    {
-        const auto at = ((double) start + (double) i - piece.startSamples) / piece.hostSamplesPerFrame;
-        const auto whole = (size_t) at;
-        window[i] = audio.at (whole) + (float) (at - (double) whole) * (audio.at (whole + 1) - audio[whole]);
-    }
-
-    return window;
-}
-
-void expectPlacesWithinAMillisecondOfTheirSpans()
-{
-    const auto pieces = placedPieces();
-    EXPECT_EQ (pieces.size(), 9u);
-
-    for (const auto& placed : pieces)
-    {
-        SCOPED_TRACE (placed.piece.file.getFileName());
-        ASSERT_NE (placed.guest, nullptr) << "is in no take";
-        const auto [first, last] = placed.framesOnPoly();
-
-        for (const auto frame : { first, (first + last) / 2.0, last })
+    for (int i = 0; i < take["guests"].size(); ++i)
+        if (const auto guest = take["guests"][i]; ! (bool) guest["rejected"])
         {
-            const auto lateMs = (placed.givenPosition (frame) - placed.truePosition (frame)) / samplesPerMs;
-            EXPECT_GE (lateMs, placed.truth.lowestLagMs - toleranceMs) << frame;
-            EXPECT_LE (lateMs, placed.truth.highestLagMs + toleranceMs) << frame;
+            if (guest["files"].getArray()->contains (file.getFullPathName()))
+                return lane;
+
+            lane += guest["tracks"].size();
         }
-    }
+
+    return {};
 }
 
-void expectSoundAtItsPlaceFromStartToEnd()
+void expectItsSoundAtItsPlaceFromStartToEnd (const WrittenPiece& written, const TrueTake& take, const TrueGuest& truth)
 {
-    for (const auto& placed : placedPieces())
+    const auto& piece = written.piece;
+    const auto end = piece.startSamples + (double) piece.frames * piece.hostSamplesPerFrame;
+    const auto from = (int64) std::max (piece.startSamples, 0.0) + 2 * widestLag;
+    const auto to = (int64) std::min (end, (double) take.frames) - 2 * widestLag - windowSamples;
+
+    for (const auto start : { from, (from + to) / 2, to })
     {
-        SCOPED_TRACE (placed.piece.file.getFileName());
-        const auto lane = slopeOfLane (placed.outcome.output, placed.lane);
-        const auto audio = slopeOfLane (placed.piece.file, 0);
-        const auto [first, last] = placed.framesOnPoly();
-        const auto from = (int64) placed.truePosition (first) + widestLag;
-        const auto to = (int64) placed.truePosition (last) - widestLag - windowSamples;
-
-        for (const auto start : { from, (from + to) / 2, to })
-        {
-            const auto lateMs = bestLag (lane, start, trueWindow (placed.piece, audio, start)) / samplesPerMs;
-            EXPECT_GE (lateMs, placed.truth.lowestLagMs - toleranceMs) << start;
-            EXPECT_LE (lateMs, placed.truth.highestLagMs + toleranceMs) << start;
-        }
+        const auto lateMs = written.latenessMs (start);
+        EXPECT_GE (lateMs, truth.lowestLagMs - toleranceMs) << start;
+        EXPECT_LE (lateMs, truth.highestLagMs + toleranceMs) << start;
     }
 }
 
-void expectTheLoneFileInNoTake()
+void expectThePolyBitForBit (const juce::File& poly, const juce::File& combined)
 {
-    const auto& lone = conformed().shoot.truth.unrelated;
-    EXPECT_EQ (conformed().outcome.unmatched, lone);
-    EXPECT_THAT (conformed().outcome.unreadable, IsEmpty());
-    EXPECT_EQ (conformed().outcome.written(), 2);
+    const auto before = walkWave (poly), after = walkWave (combined);
+    EXPECT_THAT (after.complaints, IsEmpty());
+    EXPECT_EQ (after.numFrames, before.numFrames);
+    const SourceAudio original (poly, 48000), written (combined, 48000);
+    ASSERT_GT (written.numChannels(), original.numChannels());
 
-    for (const auto& take : conformed().outcome.takes)
-        for (const auto& guest : take.guests)
-            for (const auto& piece : guest.pieces)
-                EXPECT_TRUE (guest.rejected || piece.file != lone.at (0)) << take.poly.getFileName();
-}
+    for (int c = 0; c < original.numChannels(); ++c)
+        EXPECT_EQ (written.readChannel (c + 1, 0, before.numFrames), original.readChannel (c, 0, before.numFrames))
+            << c;
 
-void expectThePolysBitForBit()
-{
-    for (const auto& take : conformed().outcome.takes)
-    {
-        const auto poly = readLanes (take.poly), combined = readLanes (take.output);
-        const auto before = walkWave (take.poly), after = walkWave (take.output);
-        EXPECT_THAT (after.complaints, IsEmpty());
-        EXPECT_EQ (after.numFrames, before.numFrames);
-        ASSERT_GT (combined.size(), poly.size());
-
-        for (size_t c = 0; c < poly.size(); ++c)
-            EXPECT_EQ (combined[c + 1], poly[c]) << c;
-
-        ASSERT_NE (before.find ("LIST"), nullptr);
-        ASSERT_NE (after.find ("LIST"), nullptr);
-        EXPECT_EQ (readBody (take.output, *after.find ("LIST")), readBody (take.poly, *before.find ("LIST")));
-    }
+    ASSERT_NE (before.find ("LIST"), nullptr);
+    ASSERT_NE (after.find ("LIST"), nullptr);
+    EXPECT_EQ (readBody (combined, *after.find ("LIST")), readBody (poly, *before.find ("LIST")));
 }
 
 }    // namespace
@@ -224,10 +138,36 @@ void expectThePolysBitForBit()
 // One test, as conforming a shoot takes seconds.
 TEST (DemoShootConform, EveryRecordingIsInItsTruePlaceInItsTakesFileAndNothingOfThePolyIsLost)
 {
-    expectPlacesWithinAMillisecondOfTheirSpans();
-    expectSoundAtItsPlaceFromStartToEnd();
-    expectTheLoneFileInNoTake();
-    expectThePolysBitForBit();
+    const ConformedShoot conformed;
+    const auto& takes = conformed.shoot.truth.takes;
+    const auto lone = conformed.shoot.truth.unrelated.at (0);
+    EXPECT_THAT (conformed.program.out.toStdString(),
+                 HasSubstr ("Belong to no take:\n    " + lone.getFullPathName().toStdString()));
+    EXPECT_EQ ((int) conformed.report["written"], 2);
+    auto pieces = 0;
+
+    for (const auto& take : takes)
+    {
+        const auto report = conformed.reportOn (take.poly);
+        const juce::File output (report["output"].toString());
+        const auto polyChannels = inspectAudioFile (take.poly).format.channels;
+        expectThePolyBitForBit (take.poly, output);
+        EXPECT_FALSE (laneOf (lone, report, polyChannels));
+
+        for (const auto& guest : take.guests)
+            for (const auto& piece : guest.pieces)
+            {
+                SCOPED_TRACE (piece.file.getFileName());
+                const auto lane = laneOf (piece.file, report, polyChannels);
+                ASSERT_TRUE (lane) << "is in no take";
+                expectItsSoundAtItsPlaceFromStartToEnd ({ piece, output, *lane }, take, guest);
+                ++pieces;
+            }
+    }
+
+    EXPECT_EQ (pieces, 9);
 }
 
 }    // namespace ld::test
+
+#endif

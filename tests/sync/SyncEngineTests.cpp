@@ -1,4 +1,5 @@
 #include "sync/SyncEngine.h"
+#include "sync/WaveformSearch.h"
 
 #include "support/TempFolder.h"
 #include "support/TestSignals.h"
@@ -100,6 +101,59 @@ TEST (Ladder, TimecodeIsRefinedByTheWaveform)
     EXPECT_EQ (brief.detail, dotted ({ "Timecode rough-in", "Waveform locked", "strongest region" }))
         << "half a second is too little to measure drift";
     EXPECT_FLOAT_EQ (brief.confidence, 1.0f);
+}
+
+// The guest says its parts at lags of their own; which of them is taken depends on how long a stretch is the loudest.
+TEST (Ladder, TheLoudestFourSecondsAroundTimecodeAndSixOfContentDecide)
+{
+    struct Part
+    {
+        int seconds;
+        float gain;
+        int64 extraLag;
+    };
+
+    const auto source = noise (100 * rate, 12);
+    const auto guestOf = [&] (std::initializer_list<Part> parts) {
+        Signal guest;
+
+        for (const auto& [seconds, gain, extraLag] : parts)
+            for (const auto sample : stretchOf (source, 20 * rate + (int64) guest.size() + extraLag, seconds * rate))
+                guest.push_back (gain * sample);
+
+        return guest;
+    };
+
+    // In a second, power 9, 4 and 3.24 or 3.61.
+    constexpr int64 away = 30 * rate;
+    const auto four = guestOf (
+        { { 4, 1, away }, { 1, 3, away }, { 4, 1, away }, { 4, 2, -3000 }, { 4, 1, away }, { 8, 1.8f, away } });
+    EXPECT_EQ (Scene (20 * rate).align (source, four).offsetSamples, 20 * rate - 3000);
+
+    const auto six = guestOf ({ { 6, 1, 0 }, { 2, 3, 70 }, { 6, 1, 0 }, { 6, 2, -70 }, { 6, 1, 0 }, { 10, 1.9f, 0 } });
+    EXPECT_EQ (Scene().align (source, six).offsetSamples, 20 * rate - 70);
+}
+
+TEST (Ladder, TimecodeIsRefinedOnlyWhereThePeakStandsOut)
+{
+    const auto host = noise (20 * rate, 13);
+    auto justBelow = 0, justAbove = 0;
+
+    // An echo nearly as loud as the sound itself makes a second peak.
+    for (int step = 0; step < 60; ++step)
+    {
+        const auto guest = sumOf (
+            stretchOf (host, 40000, rate / 2), stretchOf (host, 40000 - 300, rate / 2), 0.5f + 0.01f * (float) step);
+        const auto peak =
+            refineAround (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), 40000, rate, 2, 4);
+        const auto found = Scene (40000).align (host, guest);
+        EXPECT_EQ (found.detail.startsWith ("Timecode rough-in"), peak.confidence >= 0.45f) << peak.confidence;
+        justBelow += peak.confidence > 0.40f && peak.confidence < 0.45f ? 1 : 0;
+        justAbove += peak.confidence >= 0.45f && peak.confidence < 0.50f ? 1 : 0;
+    }
+
+    EXPECT_GT (justBelow, 0);
+    EXPECT_GT (justAbove, 0);
 }
 
 TEST (Ladder, SoundDecidesWhereTimecodeIsMissingOrWrong)
