@@ -180,6 +180,12 @@ TEST (Jumps, AreNotTalkersWhoTakeTurnsNorAWayThatChanges)
     });
     EXPECT_THAT (findJumps ({ turns }, 0.0, rate), IsEmpty());
 
+    // Farther apart than a set is wide, but back again and again: seen from afar both sides are alike.
+    const auto apart = trackOf (60, 0.0, [] (double s) {
+        return moved ({ 100.0, 260.0, 430.0 }, (int) (s / 12.0) % 2 == 0 ? 0.0 : 2000.0);
+    });
+    EXPECT_THAT (findJumps ({ apart }, 0.0, rate), IsEmpty());
+
     const auto walk = trackOf (60, 0.0, [] (double s) { return std::vector { s < 60.0 ? 100.0 : 580.0 }; });
     EXPECT_THAT (findJumps ({ walk }, 0.0, rate), IsEmpty());
     EXPECT_THAT (findJumps ({ walk, walk }, 0.0, rate), IsEmpty());

@@ -1,6 +1,5 @@
 #include "conform/ConformReport.h"
 
-#include "support/DirectLag.h"
 #include "support/TempFolder.h"
 #include "support/WaveBuilder.h"
 #include "support/WaveLanes.h"
@@ -63,23 +62,6 @@ std::vector<float> talk (int64 length, int seed)
         sound[i] = (smooth += 0.4f * (sound[i] - smooth)) * std::abs (loudness[i / 9600]);
 
     return sound;
-}
-
-// What a recorder hears whose clock runs fast by this ratio, by a straight line between two samples.
-std::vector<float> heardAtOtherClock (const std::vector<float>& sound, int64 firstSample, double ratio)
-{
-    std::vector<float> heard;
-
-    for (size_t i = 0;; ++i)
-    {
-        const auto at = (double) firstSample + (double) i / ratio;
-        const auto whole = (size_t) at;
-
-        if (whole + 1 >= sound.size())
-            return heard;
-
-        heard.push_back (sound[whole] + (float) (at - (double) whole) * (sound[whole + 1] - sound[whole]));
-    }
 }
 
 std::vector<float> laneOf (const juce::File& file, size_t lane)
@@ -346,30 +328,6 @@ TEST (CombineRun, ItsSummaryNamesOnlyWhatHappened)
     EXPECT_EQ (combineSummary (1, 1, 1), "Wrote 1 of 1 COMBINED WAV files. 1" + rejected);
     EXPECT_EQ (combineSummary (2, 3, 0), "Wrote 2 of 3 COMBINED WAV files. 1" + unwritten);
     EXPECT_EQ (combineSummary (0, 2, 4), "Wrote 0 of 2 COMBINED WAV files. 4" + rejected + " 2" + unwritten);
-}
-
-TEST (CombineRun, AGuestWhoseClockRunsAwayIsInStepFromItsStartToItsEnd)
-{
-    constexpr auto seconds = 60;
-    constexpr auto clock = 1.0 + 150.0e-6;    // 9 ms in a minute
-    const TempFolder temp;
-    const auto sound = talk (seconds * hostRate, 1);
-    const auto poly = writePoly (temp.file ("poly.wav"), sound, 48000);
-
-    // Its timecode is a tenth of a second wrong, as that of packs is.
-    const auto pack = WaveBuilder ({}, { heardAtOtherClock (sound, 30000, clock) })
-                          .chunk ("bext", bextBody ({ .timeReference = 48000 + 30000 + 4800 }))
-                          .writeTo (temp.file ("pack.wav"));
-    const auto done = combineTake (takeOf (poly, { inspectAudioFile (pack) }), {}, temp.file ("COMBINED.wav"), {});
-    ASSERT_TRUE (done.written) << done.error;
-    ASSERT_EQ (done.guests.size(), 1u);
-    ASSERT_FALSE (done.guests[0].rejected) << done.guests[0].alignment.detail;
-    EXPECT_NEAR (done.guests[0].alignment.driftSlope, -150.0e-6, 5.0e-6);
-    const auto lane = slopeOf (laneOf (done.output, 4)), host = slopeOf (sound);
-    constexpr int64 window = hostRate / 2;
-
-    for (const auto start : { int64 { 31000 }, int64 { seconds / 2 * hostRate }, (int64) lane.size() - window - 2000 })
-        EXPECT_LE (std::abs (bestLag (host, start, part (lane, start, window))), 12) << start;
 }
 
 }    // namespace ld::test

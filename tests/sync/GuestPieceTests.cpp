@@ -121,26 +121,6 @@ TEST_F (Pieces, ThoseThatFitNowhereAreLeftOut)
     EXPECT_EQ (guest.pieces.size(), 1U);
 }
 
-TEST_F (Pieces, ASinglePieceIsStretchedOntoTheHostsClock)
-{
-    constexpr int64 lag = 3 * rate;
-    host.referenceAudio = noise (40 * rate, 2);
-
-    for (auto* ixml : { &host.ixml, &guest.ixml })
-        ixml->present = ixml->hasTimestamp = true;
-
-    host.ixml.timestampSampleRate = guest.ixml.timestampSampleRate = rate;
-    guest.ixml.timestampSamples = lag + 55;
-    guest.channelAudio = { resampledExactly (host.referenceAudio, (double) lag, 1.0 + 200e-6, 30 * rate) };
-    guest.monoAudio = guest.channelAudio[0];
-    const auto placed = place();
-    EXPECT_NEAR (placed.driftSlope, 200e-6, 8e-6);
-    EXPECT_NEAR ((double) placed.offsetSamples, (double) lag, 2.0);
-    EXPECT_NEAR ((double) guest.channelAudio[0].size(), 30 * rate * (1.0 + 200e-6), 3.0);
-    EXPECT_EQ (guest.monoAudio.size(), guest.channelAudio[0].size());
-    EXPECT_EQ (guest.peaks.at (0).sourceSamples, (int64) guest.channelAudio[0].size());
-}
-
 TEST (ClipAudio, IsTheMeanOfAllThatCoverASample)
 {
     const Channels threes { { 3, 3, 3, 3 } }, sixes { { 6, 6, 6 }, { 60 } }, nines { { 9, 9, 9, 9 } };
