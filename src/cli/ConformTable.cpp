@@ -78,8 +78,7 @@ juce::String nearestMatch (const juce::File& file, const std::vector<ProvedPair>
     const ProvedPair* best = nullptr;
 
     for (const auto& verdict : comparisons)
-        if (verdict.guest.file == file
-            && (best == nullptr || verdict.first.confidence > best->first.confidence))
+        if (verdict.guest.file == file && (best == nullptr || verdict.first.confidence > best->first.confidence))
             best = &verdict;
 
     if (best == nullptr)

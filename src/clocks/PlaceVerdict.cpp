@@ -10,7 +10,7 @@ namespace
 
 using juce::int64;
 
-constexpr float byClockConfidence = 0.95f, byTimecodeConfidence = 0.35f;
+constexpr float byClockConfidence = 0.9f, byTimecodeConfidence = 0.35f;
 constexpr double leastShared = 1.0;     // s, for a place by clocks alone
 constexpr double sameSetting = 0.02;    // s
 constexpr int enoughSound = 8;          // windows that would show a line if there were one
@@ -20,11 +20,16 @@ juce::String countOf (int number, const char* one, const char* many)
     return juce::String (number) + " " + (number == 1 ? one : many);
 }
 
-// The share of places on lines as unlikely as this one that were right, on shoots whose truth is known.
+// The shares of such places that were right on shoots whose truth is known; docs/performance.md has the counts.
 float confidenceOf (const LagLine& line)
 {
-    const auto doubt = std::pow (10.0, std::max (line.log10FalseAlarms, -60.0) / 8.0);
-    return (float) std::clamp (0.999 - 0.1 * doubt, 0.5, 0.999);
+    constexpr double barelySure = -8.0;    // decades of false alarms
+    const auto share = (double) line.windowsOnLine / std::max (line.windowsWithSound, 1);
+
+    if (! line.jumps.empty() && share < 0.5)
+        return 0.75f;
+
+    return line.log10FalseAlarms > barelySure ? 0.9f : 0.99f;
 }
 
 bool isStampedPair (const DayTable& table, const DayPair& pair)

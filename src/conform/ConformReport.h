@@ -12,8 +12,8 @@ struct ConformOutcome
     std::vector<TakeOutcome> takes;
     std::vector<ProvedPair> comparisons {};     // every pair that was judged, poly by poly
     std::vector<RecorderClock> recorders {};    // whose clocks are known
-    std::vector<juce::File> unreadable;      // media files that could not be opened, by the scan or by a take
-    std::vector<juce::File> unmatched;       // files that found a place in no take
+    std::vector<juce::File> unreadable;         // media files that could not be opened, by the scan or by a take
+    std::vector<juce::File> unmatched;          // files that found a place in no take
 
     /** Full paths of the polys and of every file that is in a combined file. */
     [[nodiscard]] std::set<juce::String> placedFiles() const;

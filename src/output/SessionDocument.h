@@ -29,8 +29,8 @@ constexpr int sessionVersion = 2;
 struct SessionDocument
 {
     int version = sessionVersion;    // of the file that it was read from
-    int batchIndex = 0;          // of the take that is open
-    int referenceChannel = 0;    // 0-based
+    int batchIndex = 0;              // of the take that is open
+    int referenceChannel = 0;        // 0-based
     juce::File videoFile;
     juce::int64 videoTimestampSamples = 0;    // the picture's start, on the host's clock
     juce::String videoTimecodeRate = "24/1";

@@ -68,8 +68,9 @@ ConformOutcome outcome()
 TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
 {
     const auto report = juce::JSON::parse (makeConformReport (outcome()));
-    EXPECT_THAT (keysOf (report),
-                 ElementsAre ("version n", "takes a", "comparisons a", "recorders a", "written n", "count n", "rejected n"));
+    EXPECT_THAT (
+        keysOf (report),
+        ElementsAre ("version n", "takes a", "comparisons a", "recorders a", "written n", "count n", "rejected n"));
     EXPECT_EQ ((int) report["version"], 2);
     EXPECT_EQ ((int) report["written"], 1);
     EXPECT_EQ ((int) report["count"], 2);

@@ -127,8 +127,7 @@ TEST (TruthScore, ReportsAreReadWithAndWithoutStretches)
     const auto shoot = readConformReport (report);
     ASSERT_THAT (shoot.files, SizeIs (3));
     EXPECT_THAT (shoot.files[1].stretches, ElementsAre (TrueStretch { 0, 480.0, 1.0e-5 }));
-    EXPECT_THAT (shoot.files[2].stretches,
-                 ElementsAre (TrueStretch { 0, 7.25, 0.0 }, TrueStretch { 100, 110.5, 0.5 }));
+    EXPECT_THAT (shoot.files[2].stretches, ElementsAre (TrueStretch { 0, 7.25, 0.0 }, TrueStretch { 100, 110.5, 0.5 }));
     EXPECT_TRUE (shoot.files[0].isPlaced);
     EXPECT_FALSE (shoot.files[2].isPlaced);
     EXPECT_THAT (shoot.pairs, SizeIs (1));
