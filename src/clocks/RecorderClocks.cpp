@@ -360,14 +360,16 @@ double slopeOfFile (const RecorderClock& clock, const ClockReading& reading)
 {
     // The file's own reading is part of the pool already; it speaks twice only where it is very sure. Of a file alone it is
     // known that hardly any recorder is off by more than the usual.
-    constexpr double otherRate = 300e-6;    // no crystal is off by so much on one file alone: it ran at another rate
-    constexpr double usual = 15e-6;
+    constexpr double usual = 15e-6, verySure = 1e-6;
     const auto isAlone = clock.files < 2;
     const auto expected = isAlone ? 0.0 : clock.slope;
     const auto own = reading.slopeError * reading.slopeError;
     const auto pooled = isAlone ? usual * usual : clock.slopeError * clock.slopeError + unevenness * unevenness;
 
-    if (std::abs (reading.slope - expected) > std::max (isAlone ? 4.0 * usual : otherRate, 4.0 * reading.slopeError))
+    // No crystal is off by so much on one file alone: it ran at another rate, if the file itself is sure of it.
+    const auto otherRate = isAlone ? 4.0 * usual : reading.slopeError < verySure ? 30e-6 : 300e-6;
+
+    if (std::abs (reading.slope - expected) > std::max (otherRate, 4.0 * reading.slopeError))
         return reading.slope;
 
     return (reading.slope / own + expected / pooled) / (1.0 / own + 1.0 / pooled);
