@@ -419,14 +419,17 @@ private:
         {
             const auto& pair = table.pairs[i];
             const auto place = expectedPlace (table, pair);
+            const auto continued =
+                pair.isProved() || table.files[pair.file].stampSeconds ? std::nullopt : continuedLag (table, pair);
+            const auto isExpected = place && place->sharedSeconds >= leastShared;
 
-            if (! place || place->sharedSeconds < leastShared)
+            if (pair.isProved() || (! isExpected && ! continued))
                 continue;
 
-            const auto lag = (int64) std::llround (place->lag);
+            const auto lag = (int64) std::llround (isExpected ? place->lag : *continued);
 
-            if (! pair.isProved() && ! hasLooked (pair, lag))
-                looks.push_back ({ i, lag, place->doubtSeconds });
+            if (! hasLooked (pair, lag))
+                looks.push_back ({ i, lag, isExpected ? place->doubtSeconds : soundDoubt });
         }
 
         return lookAt (looks, "Looking where the clock expects it") > 0;

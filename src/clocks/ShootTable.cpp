@@ -305,4 +305,38 @@ std::optional<ExpectedPlace> expectedPlace (const DayTable& table, const DayPair
     return place;
 }
 
+std::optional<double> continuedLag (const DayTable& table, const DayPair& pair)
+{
+    const auto& file = table.files[pair.file];
+    const auto nameOf = [&] (size_t index) { return table.files[index].scan.file.getFileName(); };
+    std::vector<size_t> family;
+
+    for (size_t i = 0; i < table.files.size(); ++i)
+        if (table.files[i].recorder == file.recorder)
+            family.push_back (i);
+
+    std::sort (
+        family.begin(), family.end(), [&] (auto a, auto b) { return nameOf (a).compareNatural (nameOf (b)) < 0; });
+    const auto placeOf = [&] (size_t index) {
+        return std::find (family.begin(), family.end(), index) - family.begin();
+    };
+    const auto length = (double) table.sources[pair.guestSource].length, host = (double) table.hostOf (pair).length;
+
+    for (const auto& other : table.pairs)
+    {
+        if (other.poly != pair.poly || ! other.isProved() || table.files[other.file].recorder != file.recorder)
+            continue;
+
+        const auto distance = placeOf (pair.file) - placeOf (other.file);
+        const auto otherLength = (double) table.sources[other.guestSource].length;
+        const auto& line = *other.proof->line;
+        const auto lag = distance == 1 ? otherLength + line.lagAt (otherLength) : line.lagAt (0.0) - length;
+
+        if (std::abs (distance) == 1 && lag < host && lag + length > 0.0)
+            return lag;
+    }
+
+    return {};
+}
+
 }    // namespace ld

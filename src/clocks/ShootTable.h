@@ -73,4 +73,9 @@ struct ExpectedPlace
 };
 [[nodiscard]] std::optional<ExpectedPlace> expectedPlace (const DayTable&, const DayPair&);
 
+/** Where a file would begin on its poly if it were the next part, or the one before, of a recording that was split: its
+    neighbour by the names of its recorder's files is proved there. For files without a stamp, which may be too short to be
+    found by themselves. Host samples; nothing where no neighbour is proved, or the two would not meet the poly. */
+[[nodiscard]] std::optional<double> continuedLag (const DayTable&, const DayPair&);
+
 }    // namespace ld
