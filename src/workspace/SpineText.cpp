@@ -20,7 +20,7 @@ juce::String placeText (const Alignment& alignment)
     const auto showsEvidence = alignment.evidence.isNotEmpty() && ! alignment.needsManual;
 
     if (const auto& words = showsEvidence ? alignment.evidence : alignment.detail; words.isNotEmpty())
-        return words.toUpperCase();
+        return words.replace ("on one line in ", "").toUpperCase();    // the column is narrow; the panel has it whole
 
     switch (alignment.method)
     {
