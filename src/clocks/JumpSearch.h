@@ -1,7 +1,6 @@
 #pragma once
 
 #include "clocks/LagLine.h"
-#include "clocks/RecorderClocks.h"
 
 namespace ld
 {
@@ -12,14 +11,6 @@ struct LagTrack
     int hostChannel = 0, guestChannel = 0;
     std::vector<LagWindow> windows;    // in order of time; the same places in every track of a pair
 };
-
-/** The slope that the lags of neighbouring windows agree on, over all pairs of one recorder: of every two windows up to a
-    minute and a half apart the lags differ by the slope, on whatever way the sound comes, unless the clock jumped in between.
-    The most frequent answer counts (as in a Hough transform), then its mean by Tukey's biweight.
-    near   where to look, 100 ppm to either side
-    Nothing where no two lags agree. */
-[[nodiscard]] std::optional<CommonSlope>
-findCommonSlope (const std::vector<const std::vector<LagTrack>*>& pairs, double near, int rate);
 
 /** Finds where the guest's clock jumped. A clock that jumps moves every way of the sound by as much, in all channels; another
     talker only exchanges some ways for others. So the lags ahead of a place are held against those behind it: where they

@@ -1,6 +1,7 @@
 #include "clocks/ShootTable.h"
 
 #include "batch/Workers.h"
+#include "clocks/CommonSlope.h"
 #include "media/BextIxml.h"
 
 #include <algorithm>

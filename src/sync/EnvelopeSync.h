@@ -8,7 +8,8 @@ namespace ld
 {
 
 // An estimate of a guest's place and drift from loudness alone, refined at a minute of sound every three minutes. It
-// stands beside the searches of WaveformSearch and makes no use of timecode. Lags have the same sign as there.
+// stands beside the searches of WaveformSearch and makes no use of timecode. Lags have the same sign as there. No command
+// reaches it.
 
 struct EnvelopeSyncResult
 {

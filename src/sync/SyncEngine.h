@@ -38,7 +38,8 @@ public:
                                               const SyncProgress& progress) const;
 
     /** Places a guest of any number of files, each piece on its own, corrects its drift and joins the pieces. The clip
-        is left as it was where nothing is placed. */
+        is left as it was where nothing is placed. No command reaches it: guests are placed by placeGuest, which proves
+        each file's place. */
     [[nodiscard]] Alignment
     alignAndPlacePieces (const HostTake& host, GuestClip& guest, int searchSeconds, const SyncProgress& progress) const;
 

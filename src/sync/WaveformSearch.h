@@ -78,7 +78,7 @@ envelopeCoarse (const float* a, juce::int64 aLength, const float* b, juce::int64
                                         juce::int64 lag,
                                         int sampleRate);
 
-/** Checks a lag at three places. */
+/** Checks a lag at three places. No command reaches it: places are proved along the whole stretch (proveMatches). */
 [[nodiscard]] VerifyResult verifyAlignment (const float* host,
                                             juce::int64 hostLength,
                                             const float* guest,

@@ -1,4 +1,4 @@
-#include "clocks/JumpSearch.h"
+#include "clocks/CommonSlope.h"
 
 #include <gmock/gmock.h>
 
