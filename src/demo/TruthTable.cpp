@@ -226,7 +226,10 @@ juce::String describeScores (const juce::String& title, const std::vector<TimedS
 
     row ("unrelated pairs accepted", shareOf (totals.unrelatedPlaced, totals.unrelatedPairs));
     text << describeCalibration (totals.judged, totals.compared);
-    row ("run time of the scan", rounded (totals.seconds) + " s");
+
+    if (totals.seconds > 0.0)
+        row ("run time of the scan", rounded (totals.seconds) + " s");
+
     return text + "\n";
 }
 

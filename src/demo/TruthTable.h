@@ -8,7 +8,7 @@ namespace ld
 struct TimedScore
 {
     TruthScore score;
-    double seconds = 0.0;    // of the scan
+    double seconds = 0.0;    // of the scan; 0: not known
 };
 
 /** The measures of some shoots together, as a table in Markdown. */
