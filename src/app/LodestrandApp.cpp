@@ -4,10 +4,24 @@
 
 #include <cstdlib>
 
+namespace
+{
+
+juce::File outputSettings()
+{
+    return juce::File::getSpecialLocation (juce::File::userApplicationDataDirectory)
+        .getChildFile ("lodestrand")
+        .getChildFile ("output.xml");
+}
+
+}    // namespace
+
 void LodestrandApp::initialise (const juce::String&)
 {
     ld::reportFileSizeLimitAsError();
     window = std::make_unique<LodestrandWindow>();
+    window->view().rememberOutput (outputSettings());
+    window->view().keepRecovery (std::make_unique<ld::RecoveryFile>());
 }
 
 void LodestrandApp::shutdown()
@@ -15,7 +29,8 @@ void LodestrandApp::shutdown()
     if (window == nullptr)
         return;
 
-    const auto running = window->runningJobs();
+    window->view().flushRecovery();
+    const auto running = window->view().runningJobs();
     window.reset();
 
     if (*running == 0)

@@ -2,8 +2,9 @@
 
 #include "app/LodestrandWindow.h"
 
-/** The application object: several may run side by side, each with a window of its own. Quitting asks nothing, and waits
-    for nothing: what a job has begun to write is removed. */
+/** The application object: several may run side by side, each with a window of its own. Quitting waits for nothing: what
+    a job has begun to write is removed. Where it is the system that ends the program, nothing is asked either: what is not
+    saved is offered at the next start. */
 class LodestrandApp : public juce::JUCEApplication
 {
 public:

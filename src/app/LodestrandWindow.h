@@ -13,14 +13,24 @@ public:
         setUsingNativeTitleBar (true);
         setResizable (true, true);
         setContentOwned (new ld::MainComponent, true);
+        view().onTitleChanged = [this] (const juce::String& work) {
+            setName (work.isEmpty() ? getApplicationName() : work + " - " + getApplicationName());
+        };
         centreWithSize (1440, 900);
         setVisible (true);
     }
 
-    [[nodiscard]] ld::JobRunner::Count runningJobs() const
+    [[nodiscard]] ld::MainComponent& view() const { return dynamic_cast<ld::MainComponent&> (*getContentComponent()); }
+
+    /** Nothing is lost by it: what is not saved is asked for first. */
+    void closeButtonPressed() override
     {
-        return dynamic_cast<ld::MainComponent&> (*getContentComponent()).runningJobs();
+        view().askToSave ([this] {
+            view().endRecovery();
+            juce::JUCEApplication::getInstance()->systemRequestedQuit();
+        });
     }
 
-    void closeButtonPressed() override { juce::JUCEApplication::getInstance()->systemRequestedQuit(); }
+private:
+    static juce::String getApplicationName() { return juce::JUCEApplication::getInstance()->getApplicationName(); }
 };

@@ -68,7 +68,7 @@ private:
                 wanted[pair.hostSource] = wanted[pair.guestSource] = 1;
 
         const auto measure = [&] (int index) {
-            if (wanted[(size_t) index] != 0)
+            if (wanted[(size_t) index] != 0 && options.isWanted())
                 measureSource (tables.sources[(size_t) index]);
         };
         runWorkers ((int) tables.sources.size(), measure, options.workers);
@@ -141,7 +141,7 @@ private:
     void loadSource (const MatchRound& round, size_t index)
     try
     {
-        if (residents[index] != nullptr)
+        if (residents[index] != nullptr || ! options.isWanted())
             return;
 
         const auto isCompared = [&] (size_t i) {
@@ -162,6 +162,9 @@ private:
         const auto& pair = tables.pairs[index];
         const auto* host = residents[pair.hostSource].get();
         const auto* guest = residents[pair.guestSource].get();
+
+        if (! options.isWanted())
+            return;
 
         try
         {

@@ -12,6 +12,9 @@ struct MatchOptions
     int workers = 0;              // 0: one fewer than the machine has processors
     double memoryBudget = 0.0;    // bytes for audio and what is made of it; 0: defaultMatchBudget
     OnAudioRead onRead;           // on the workers' threads
+
+    // Asked on the workers' threads; once it says no, the work ends early and what it gives is not to be used.
+    std::function<bool()> isWanted = [] { return true; };
 };
 
 /** The verdict on one pair. */

@@ -131,6 +131,7 @@ ConformOutcome combineAll (const SessionDocument& document, const ConformOptions
     const auto total = std::max (end, 1e-3);
     const TakeEdits edits { .metadata = document.metadataOverrides,
                             .names = document.nameOverrides,
+                            .levels = document.levels,
                             .mixer = document.mixer,
                             .picture = pictureOf (document),
                             .writesInterchange = options.writesInterchange,

@@ -19,6 +19,11 @@ constexpr double stampDoubt = 2.5, soundDoubt = 0.5;    // s
 constexpr double sameLook = 0.3;                        // s: two rough places that are one
 constexpr double leastShared = 1.0;                     // s
 
+// The result is not wanted any more: thrown by a worker, it ends the proof.
+struct GivenUp
+{
+};
+
 // Takes the verdicts of the comparison through the rounds in which they are proved.
 class Proving
 {
@@ -396,10 +401,13 @@ private:
         proving.workers = workersOf (options);
         proving.onRead = options.onRead;
 
-        if (progress)
-            proving.progress = [this, what] (int done, int total, size_t guest) {
+        proving.progress = [this, what] (int done, int total, size_t guest) {
+            if (! options.isWanted())
+                throw GivenUp();
+
+            if (progress)
                 progress (what + ": " + recorderNameOf (guest), done, total);
-            };
+        };
 
         return proving;
     }
@@ -459,7 +467,18 @@ ShootMatch matchShoot (const std::vector<ScanFile>& scans, const ShootProgress& 
             progress ("Comparing every ISO against every poly", done, total);
     };
     const auto outcome = compareBatch (scans, told, options);
-    return proveMatches (outcome.matches, outcome.comparisons, progress, options);
+
+    if (! options.isWanted())
+        return {};
+
+    try
+    {
+        return proveMatches (outcome.matches, outcome.comparisons, progress, options);
+    }
+    catch (const GivenUp&)
+    {
+        return {};
+    }
 }
 
 }    // namespace ld

@@ -14,7 +14,13 @@ namespace ld
 namespace
 {
 
-void placeGuests (Session& session, const LockedPlacements& locked, const SyncProgress& progress)
+const auto givenUp = juce::Result::fail ("Cancelled.");
+
+// Returns false once the run is not wanted any more.
+bool placeGuests (Session& session,
+                  const LockedPlacements& locked,
+                  const SyncProgress& progress,
+                  const std::function<bool()>& isWanted)
 {
     const auto count = (float) session.guests.size();
     auto index = 0.0f;
@@ -22,6 +28,9 @@ void placeGuests (Session& session, const LockedPlacements& locked, const SyncPr
     for (auto& guest : session.guests)
     {
         SyncProgress guestProgress;
+
+        if (! isWanted())
+            return false;
 
         if (progress)
             guestProgress = [&progress, index, count] (float fraction, const juce::String& phase) {
@@ -33,6 +42,8 @@ void placeGuests (Session& session, const LockedPlacements& locked, const SyncPr
         auto placed = placeGuest (session.host, describeGuest (guest), locked, guestProgress);
         juce::ignoreUnused (takeOverPlace (guest, std::move (placed)));
     }
+
+    return isWanted();
 }
 
 GuestOutcome outcomeOf (const GuestClip& guest)
@@ -114,18 +125,23 @@ ExportRequest exportRequestOf (Session& session, const juce::File& output)
 
 juce::Result writeTake (ExportRequest& request, TakeOutcome& outcome)
 {
-    auto result = PolyExporter::write (request);
+    const auto result = PolyExporter::write (request);
 
-    if (result.failed() && ! request.guests.empty())
+    if (result.wasOk() || request.guests.empty() || ! request.isWanted())
+        return result;
+
+    // A poly is worth writing even without its ISOs.
+    const auto count = (int) request.guests.size();
+    request.guests.clear();
+    const auto alone = PolyExporter::write (request);
+
+    if (alone.wasOk())
     {
-        // A poly is worth writing even without its ISOs.
-        outcome.rejected += (int) request.guests.size();
+        outcome.rejected += count;
         leaveOutAll (outcome.guests, result.getErrorMessage());
-        request.guests.clear();
-        result = PolyExporter::write (request);
     }
 
-    return result;
+    return alone;
 }
 
 juce::Result
@@ -166,15 +182,22 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
 
     const auto results = session.addGuestsWithoutAudio (files);
     applyMetadataOverrides (session, edits.metadata, edits.names);
-    placeGuests (session, lockedPlacementsOf (take), progress);
+
+    if (! placeGuests (session, lockedPlacementsOf (take), progress, edits.isWanted))
+    {
+        outcome.error = givenUp.getErrorMessage();
+        return;
+    }
+
     outcome.guests = listGuests (session, take.guests, results);
     outcome.rejected =
         (int) std::erase_if (session.guests, [] (const auto& guest) { return guest.alignment.needsManual; });
-    session.applyMixerTemplate (edits.mixer);
+    session.mixer = bankOf (session.host, session.guests, edits.levels, edits.mixer);
 
     auto request = exportRequestOf (session, outcome.output);
     request.includeMarkers = edits.writesMarkers;
     request.hasNewIds = edits.givesNewIds;
+    request.isWanted = edits.isWanted;
     auto result = writeTake (request, outcome);
     outcome.written = result.wasOk();
 
@@ -246,6 +269,9 @@ std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>& takes,
 
     for (const auto& take : takes)
     {
+        if (! edits.isWanted())
+            break;
+
         const auto told = [&, index = (int) outcomes.size()] (float fraction, const juce::String& phase) {
             if (progress)
                 progress (index, fraction, phase);

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "batch/FolderScan.h"
-#include "conform/MetadataOverrides.h"
+#include "session/MetadataOverrides.h"
+#include "session/TakeLevels.h"
 #include "sync/SyncEngine.h"
 
 #include <set>
@@ -14,11 +15,16 @@ struct TakeEdits
 {
     MetadataOverrides metadata;
     NameOverrides names;
-    MixerTemplate mixer;
+    TakeLevels levels;                 // of single takes
+    MixerTemplate mixer;               // for takes in which nothing was set
     ReferencePicture picture;          // of the interchange files
     bool writesInterchange = false;    // beside each combined file
     bool writesMarkers = true;         // in each combined file
     bool givesNewIds = false;          // to each combined file
+
+    // Asked all along, on the thread of the run. Once it says no, the run ends: takes that are written stay, of the one at hand
+    // nothing does, and the others are not begun.
+    std::function<bool()> isWanted = [] { return true; };
 };
 
 /** What became of one guest of a take, or of a file that came to belong to none. */

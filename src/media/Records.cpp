@@ -33,4 +33,18 @@ juce::String channelName (const HostTake& host, int channel)
     return isNamed ? host.tracks[(size_t) channel].name : "Ch " + juce::String (channel + 1);
 }
 
+std::vector<juce::File> filesOf (const GuestClip& guest)
+{
+    std::vector<juce::File> files;
+
+    for (const auto* pieces : { &guest.pieces, &guest.leftOut })
+        for (const auto& piece : *pieces)
+            files.push_back (piece.file);
+
+    if (files.empty())
+        files.push_back (guest.file);
+
+    return files;
+}
+
 }    // namespace ld

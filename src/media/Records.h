@@ -83,6 +83,7 @@ struct TrackInfo
     juce::String function = "OTHER";
     juce::String notes;    // the user's; never written to iXML
     bool isHost = true;
+    juce::int32 chosenChannel = 0;    // the channel number that the user gave it in combined files; 0: the next one
 
     bool operator== (const TrackInfo&) const = default;
 };
@@ -169,7 +170,8 @@ struct GuestPiece
     BextChunk bext;
     IxmlMetadata ixml;
     juce::int64 offsetSamples = 0;    // start within the clip, in host samples; the earliest piece has 0
-    Alignment alignment;              // of this file alone, on the host, as it was found
+    Alignment alignment;              // of this file alone, on the host, as it is laid out
+    Alignment saved;    // as the work has it: joined to a neighbour a file may lie a few samples beside it
 };
 
 /** One file as a folder scan saw it; no audio. */
@@ -206,11 +208,14 @@ struct GuestClip
     IxmlMetadata ixml;
     Alignment alignment;
     std::vector<TrackInfo> tracks;
+    std::vector<TrackInfo> givenTracks;    // as the files name them, ahead of the user's edits
     std::vector<PeakLane> peaks;
     std::vector<float> monoAudio;                    // the mixdown of channelAudio, for the search
     std::vector<std::vector<float>> channelAudio;    // at the host's rate, all of one length
-    std::vector<GuestPiece> pieces;
+    std::vector<GuestPiece> pieces;                  // with audio in the clip once it is placed
+    std::vector<GuestPiece> leftOut;                 // files of this source that found no place beside the others
     juce::String notes;
+    bool isMissing = false;    // none of its files is there today
     bool matchPending = false;
     bool lanesHidden = false;
     float waveEmphasis = 0.0f;    // 0 to 1, how brightly the timeline draws it
@@ -240,6 +245,15 @@ void copyIdentity (const Source& source, Target& target)
 {
     return channel >= 0 && (size_t) channel < host.omittedChannels.size()
            && host.omittedChannels[(size_t) channel] != 0;
+}
+
+/** Every file of a guest, placed or not; of a clip without pieces its own. */
+[[nodiscard]] std::vector<juce::File> filesOf (const GuestClip&);
+
+/** True for a place that nobody has looked for yet. */
+[[nodiscard]] inline bool isUnsearched (const Alignment& alignment) noexcept
+{
+    return alignment.method == Alignment::Method::none && ! alignment.needsManual;
 }
 
 /** The name of a poly's channel, or "Ch 3" and the like where it has none. */

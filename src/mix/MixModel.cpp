@@ -103,6 +103,8 @@ int guestLaneCount (const GuestClip& guest)
     return std::max (guest.format.channels, 1);
 }
 
+}    // namespace
+
 TrackInfo guestTrackAt (const GuestClip& guest, int lane)
 {
     if ((size_t) lane < guest.tracks.size())
@@ -110,8 +112,6 @@ TrackInfo guestTrackAt (const GuestClip& guest, int lane)
 
     return guest.tracks.empty() ? TrackInfo() : guest.tracks.front();
 }
-
-}    // namespace
 
 bool isOriginalMixTrack (const TrackInfo& track)
 {
@@ -287,7 +287,7 @@ void muteOriginalMixChannels (const HostTake& host,
             visit ((size_t) c < host.tracks.size() && isOriginalMixTrack (host.tracks[(size_t) c]));
 
     for (const auto& guest : guests)
-        for (int lane = 0; lane < std::max ((int) guest.channelAudio.size(), 1); ++lane)
+        for (int lane = 0; lane < lanesOf (guest); ++lane)
             visit (isOriginalMixLane (guest, lane));
 }
 

@@ -92,6 +92,15 @@ template <typename Bank>
     return std::span (bank).first ((size_t) std::clamp (count, 0, mixerChannelLimit));
 }
 
+/** The lanes that a guest has in the bank: those of its audio; without any, one. */
+[[nodiscard]] inline int lanesOf (const GuestClip& guest) noexcept
+{
+    return std::max ((int) guest.channelAudio.size(), 1);
+}
+
+/** The track of a guest's lane; the first one where the lane has none of its own. */
+[[nodiscard]] TrackInfo guestTrackAt (const GuestClip&, int lane);
+
 /** "H|" or "G|", function, "|", name, "|", index; in capitals. */
 [[nodiscard]] juce::String mixerSourceKey (bool isHost, const TrackInfo&, int index);
 

@@ -63,13 +63,18 @@ std::vector<juce::String> mixerRowTexts (const Session& session)
     }
 
     for (const auto& guest : session.guests)
-        for (int lane = 0; lane < std::max ((int) guest.channelAudio.size(), 1); ++lane)
+        for (int lane = 0; lane < lanesOf (guest); ++lane)
             texts.push_back (
                 "ISO" + dot
                 + named (guest.tracks, lane, guest.file.getFileNameWithoutExtension() + " " + juce::String (lane + 1)));
 
     texts.resize (std::min (texts.size(), (size_t) mixerChannelLimit));
     return texts;
+}
+
+juce::String mixerRowName (const juce::String& text)
+{
+    return text.fromFirstOccurrenceOf (juce::String::fromUTF8 ("  ·  "), false, false);
 }
 
 juce::String panText (double pan)

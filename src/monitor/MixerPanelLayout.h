@@ -26,6 +26,9 @@ struct MixerRowLayout
 /** The text of each row, one for each mixer channel in use. */
 [[nodiscard]] std::vector<juce::String> mixerRowTexts (const Session&);
 
+/** The name of the track in such a text. */
+[[nodiscard]] juce::String mixerRowName (const juce::String& text);
+
 /** "C", "25L", "100R" for -1 to 1. */
 [[nodiscard]] juce::String panText (double pan);
 

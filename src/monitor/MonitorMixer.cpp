@@ -46,25 +46,19 @@ MonitorMixer::MonitorMixer (
     viewport.setScrollBarsShown (true, false);
     addAndMakeVisible (viewport);
 
-    std::vector<juce::String> texts;
-
-    {
-        const juce::ScopedLock held (sessionLock);
-        texts = mixerRowTexts (session);
-    }
-
+    const auto texts = mixerRowTexts (session);
     content.setSize (contentWidth, MixerRowLayout::height * std::max ((int) texts.size(), 1));
 
     for (const auto& text : texts)
     {
         const auto index = (int) rows.size();
-        auto& row = *rows.emplace_back (
-            std::make_unique<ChannelRow> (session, sessionLock, lookAndFeel, index, text, playheadSample, isPlaying));
+        auto& row = *rows.emplace_back (std::make_unique<ChannelRow> (*this, index, text));
         content.addAndMakeVisible (row);
         row.setBounds (0, MixerRowLayout::height * index, contentWidth, MixerRowLayout::height);
     }
 
     setSize (panelWidth, panelHeight);
+    startTimerHz (20);
 }
 
 MonitorMixer::~MonitorMixer() = default;
@@ -76,18 +70,29 @@ void MonitorMixer::setUp (juce::Label& label, const juce::String& text, const ju
     addAndMakeVisible (label);
 }
 
-void MonitorMixer::forEachChannel (const std::function<void (int)>& action)
+void MonitorMixer::timerCallback()
 {
-    const juce::ScopedLock held (sessionLock);
+    for (const auto& row : rows)
+        row->syncControls();
+}
 
-    for (int i = 0; i < session.mixerCount(); ++i)
-        action (i);
+void MonitorMixer::forEachChannel (const juce::String& what, const std::function<void (int)>& action)
+{
+    {
+        const juce::ScopedLock held (sessionLock);
+
+        for (int i = 0; i < session.mixerCount(); ++i)
+            action (i);
+    }
+
+    if (onChanged)
+        onChanged (what, {});
 }
 
 // The recorder's own mix too, which a new mix would have muted.
 void MonitorMixer::resetAll()
 {
-    forEachChannel ([this] (int i) { session.mixerAt (i) = {}; });
+    forEachChannel ("All on / reset", [this] (int i) { session.mixerAt (i) = {}; });
 }
 
 void MonitorMixer::muteAll()
@@ -95,7 +100,7 @@ void MonitorMixer::muteAll()
     const auto position = playheadSample ? playheadSample() : 0;
     const auto isWriting = isPlaying && isPlaying();
 
-    forEachChannel ([&] (int i) {
+    forEachChannel ("Mute all", [&] (int i) {
         session.setMixerMute (i, true, position, isWriting);
         session.mixerAt (i).solo = false;
     });
@@ -135,15 +140,9 @@ void LetterSwitch::paintButton (juce::Graphics& g, bool isHighlighted, bool isDo
     g.drawText (getButtonText(), getLocalBounds(), juce::Justification::centred);
 }
 
-MonitorMixer::ChannelRow::ChannelRow (Session& sessionToMix,
-                                      juce::CriticalSection& lock,
-                                      LookAndFeel* theme,
-                                      int mixerIndex,
-                                      const juce::String& text,
-                                      Position sampleAtPlayhead,
-                                      IsPlaying playing)
-    : session (sessionToMix), sessionLock (lock), lookAndFeel (theme), index (mixerIndex),
-      playheadSample (std::move (sampleAtPlayhead)), isPlaying (std::move (playing))
+MonitorMixer::ChannelRow::ChannelRow (MonitorMixer& panel, int mixerIndex, const juce::String& text)
+    : owner (panel), session (panel.session), lookAndFeel (panel.lookAndFeel), index (mixerIndex),
+      name (mixerRowName (text))
 {
     nameLabel.setText (text, juce::dontSendNotification);
     nameLabel.setTooltip (text);
@@ -157,15 +156,17 @@ MonitorMixer::ChannelRow::ChannelRow (Session& sessionToMix,
     gainSlider.setTitle ("Gain of " + text);
     panSlider.setTitle ("Pan of " + text);
     syncControls();
-    startTimerHz (20);
 }
 
 void MonitorMixer::ChannelRow::setUpButtons()
 {
     muteButton.onClick = [this] {
-        change ([this] { session.setMixerMute (index, muteButton.getToggleState(), position(), isWriting()); });
+        change ("Mute of ",
+                [this] { session.setMixerMute (index, muteButton.getToggleState(), position(), isWriting()); });
     };
-    soloButton.onClick = [this] { change ([this] { session.mixerAt (index).solo = soloButton.getToggleState(); }); };
+    soloButton.onClick = [this] {
+        change ("Solo of ", [this] { session.mixerAt (index).solo = soloButton.getToggleState(); });
+    };
 
     for (auto* button : { &muteButton, &soloButton })
     {
@@ -180,7 +181,8 @@ void MonitorMixer::ChannelRow::setUpSliders()
     gainSlider.setTextBoxStyle (juce::Slider::TextBoxRight, false, 62, 22);
     gainSlider.setTextValueSuffix (" dB");
     gainSlider.onValueChange = [this] {
-        change ([this] { session.setMixerGain (index, (float) gainSlider.getValue(), position(), isWriting()); });
+        change ("Level of ",
+                [this] { session.setMixerGain (index, (float) gainSlider.getValue(), position(), isWriting()); });
     };
 
     panSlider.setRange (-1.0, 1.0, 0.01);
@@ -188,7 +190,7 @@ void MonitorMixer::ChannelRow::setUpSliders()
     panSlider.textFromValueFunction = panText;
     panSlider.updateText();
     panSlider.onValueChange = [this] {
-        change ([this] { session.mixerAt (index).pan = (float) panSlider.getValue(); });
+        change ("Pan of ", [this] { session.mixerAt (index).pan = (float) panSlider.getValue(); });
     };
 
     const auto palette = paletteOf (lookAndFeel);
@@ -200,22 +202,31 @@ void MonitorMixer::ChannelRow::setUpSliders()
         slider->setColour (juce::Slider::backgroundColourId, palette.ink);
         slider->setColour (juce::Slider::textBoxOutlineColourId, palette.line);
         slider->setHasFocusOutline (true);
+        slider->onDragEnd = [this] {
+            if (owner.onStrokeEnded)
+                owner.onStrokeEnded();
+        };
         addAndMakeVisible (slider);
     }
 }
 
-void MonitorMixer::ChannelRow::change (const std::function<void()>& action)
+void MonitorMixer::ChannelRow::change (const juce::String& what, const std::function<void()>& action)
 {
-    const juce::ScopedLock held (sessionLock);
+    {
+        const juce::ScopedLock held (owner.sessionLock);
 
-    if (index < session.mixerCount())
+        if (index >= session.mixerCount())
+            return;
+
         action();
+    }
+
+    if (owner.onChanged)
+        owner.onChanged (what + name, what + juce::String (index));
 }
 
 void MonitorMixer::ChannelRow::syncControls()
 {
-    const juce::ScopedLock held (sessionLock);
-
     if (index >= session.mixerCount())
         return;
 
@@ -225,12 +236,11 @@ void MonitorMixer::ChannelRow::syncControls()
     soloButton.setToggleState (channel.solo, juce::dontSendNotification);
     gainSlider.setValue (session.mixerGainDbAt (index, at), juce::dontSendNotification);
     panSlider.setValue (channel.pan, juce::dontSendNotification);
-}
 
-void MonitorMixer::ChannelRow::timerCallback()
-{
-    syncControls();
-    repaint();
+    const auto meter = meterLevel (session.mixerMeters[(size_t) index].load());
+
+    if (! juce::exactlyEqual (std::exchange (shownMeter, meter), meter))
+        repaint (layOutMixerRow (getLocalBounds()).meter.getSmallestIntegerContainer());
 }
 
 void MonitorMixer::ChannelRow::resized()

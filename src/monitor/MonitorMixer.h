@@ -12,7 +12,7 @@ namespace ld
 /** The panel of the monitor mix: a row for each mixer channel in use when it is built. It holds no mix of its own: its
     controls read and write the session under its lock, and follow it, so that recorded automation moves them. A control
     that is moved while it plays writes automation. */
-class MonitorMixer : public juce::Component
+class MonitorMixer : public juce::Component, private juce::Timer
 {
 public:
     using Position = std::function<juce::int64()>;
@@ -24,14 +24,19 @@ public:
         Session&, juce::CriticalSection& sessionLock, LookAndFeel*, Position playheadSample, IsPlaying isPlaying);
     ~MonitorMixer() override;
 
+    /** Told what was changed ("Pan of Boom"), by which stroke: changes of one stroke belong together. */
+    std::function<void (const juce::String& what, const juce::String& stroke)> onChanged;
+    std::function<void()> onStrokeEnded;
+
     void paint (juce::Graphics&) override;
     void resized() override;
 
     class ChannelRow;
 
 private:
+    void timerCallback() override;
     void setUp (juce::Label&, const juce::String& text, const juce::Font&);
-    void forEachChannel (const std::function<void (int index)>&);
+    void forEachChannel (const juce::String& what, const std::function<void (int index)>&);
     void resetAll();
     void muteAll();
 
@@ -62,37 +67,31 @@ private:
 };
 
 /** One mixer channel. Where its index is not in use any more it does nothing. */
-class MonitorMixer::ChannelRow : public juce::Component, private juce::Timer
+class MonitorMixer::ChannelRow : public juce::Component
 {
 public:
-    ChannelRow (Session&,
-                juce::CriticalSection& sessionLock,
-                LookAndFeel*,
-                int index,
-                const juce::String& text,
-                Position playheadSample,
-                IsPlaying isPlaying);
+    ChannelRow (MonitorMixer&, int index, const juce::String& text);
 
-    /** Shows what the session says at the playhead. */
+    /** Shows what the session says at the playhead, and the meter. On the message thread, which alone writes the session:
+        it reads without the lock. */
     void syncControls();
 
     void paint (juce::Graphics&) override;
     void resized() override;
 
 private:
-    void timerCallback() override;
     void setUpButtons();
     void setUpSliders();
-    void change (const std::function<void()>&);
-    [[nodiscard]] juce::int64 position() const { return playheadSample ? playheadSample() : 0; }
-    [[nodiscard]] bool isWriting() const { return isPlaying && isPlaying(); }
+    void change (const juce::String& what, const std::function<void()>&);
+    [[nodiscard]] juce::int64 position() const { return owner.playheadSample ? owner.playheadSample() : 0; }
+    [[nodiscard]] bool isWriting() const { return owner.isPlaying && owner.isPlaying(); }
 
+    MonitorMixer& owner;
     Session& session;
-    juce::CriticalSection& sessionLock;
     LookAndFeel* const lookAndFeel;
     const int index;
-    const Position playheadSample;
-    const IsPlaying isPlaying;
+    const juce::String name;
+    float shownMeter = -1.0f;
 
     juce::Label nameLabel;
     LetterSwitch muteButton { "M", lookAndFeel, &Palette::bad }, soloButton { "S", lookAndFeel, &Palette::accent };

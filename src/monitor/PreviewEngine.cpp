@@ -23,6 +23,12 @@ void keepJackQuiet()
 #endif
 }
 
+// Frames of the poly that a block of the device is made of, and one more to draw the last line to.
+juce::int64 framesNeeded (double step, int numSamples)
+{
+    return std::max<juce::int64> ((juce::int64) std::ceil (step * numSamples), 0) + 2;
+}
+
 }    // namespace
 
 PreviewEngine::PreviewEngine()
@@ -86,6 +92,21 @@ juce::String PreviewEngine::currentOutputName() const
     return device != nullptr ? device->getName() : juce::String ("No audio output");
 }
 
+void PreviewEngine::restoreOutput (const juce::File& file)
+{
+    // Where the device is gone, the default one is opened.
+    if (const auto state = juce::parseXML (file))
+        juce::ignoreUnused (deviceManager.initialise (0, 2, state.get(), true));
+}
+
+void PreviewEngine::noteOutput (const juce::File& file) const
+{
+    // Nothing has been chosen as long as there is no state.
+    if (const auto state = deviceManager.createStateXml();
+        state != nullptr && file.getParentDirectory().createDirectory())
+        juce::ignoreUnused (state->writeTo (file));
+}
+
 void PreviewEngine::audioDeviceAboutToStart (juce::AudioIODevice* device)
 {
     deviceSampleRate = device != nullptr ? device->getCurrentSampleRate() : 48000.0;
@@ -97,7 +118,8 @@ void PreviewEngine::audioDeviceAboutToStart (juce::AudioIODevice* device)
     mix.prepare (blockSize);
 
     if (reader != nullptr && reader->format.valid)
-        hostSamples.reserve ((size_t) blockSize * (size_t) std::max (reader->format.channels, 1));
+        hostSamples.reserve ((size_t) framesNeeded (hostSampleRate / std::max (deviceSampleRate, 1.0), blockSize)
+                             * (size_t) std::max (reader->format.channels, 1));
 }
 
 void PreviewEngine::audioDeviceIOCallbackWithContext (const float* const*,
@@ -151,14 +173,14 @@ void PreviewEngine::playBlock (float* const* outputs, int numOutputs, int numSam
         playhead = (juce::int64) std::floor (position);
 }
 
-// The frames that a block needs, and one more to draw the last line to; silence where the file ends or cannot be read.
+// The frames that a block needs; silence where the file ends or cannot be read.
 HostFrames PreviewEngine::readHost (double from, double step, int numSamples)
 {
     if (reader == nullptr || ! reader->format.valid)
         return {};
 
     const auto& format = reader->format;
-    const auto count = std::max<juce::int64> ((juce::int64) std::ceil (step * numSamples), 0) + 2;
+    const auto count = framesNeeded (step, numSamples);
     const auto first =
         std::clamp<juce::int64> ((juce::int64) std::floor (from), 0, std::max<juce::int64> (format.numFrames, 1) - 1);
     hostSamples.resize ((size_t) (count * format.channels));

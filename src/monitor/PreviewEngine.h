@@ -41,6 +41,10 @@ public:
 
     [[nodiscard]] juce::String currentOutputName() const;
 
+    /** Opens the device that was chosen when a file was written by noteOutput; where that cannot be, leaves things as they are. */
+    void restoreOutput (const juce::File&);
+    void noteOutput (const juce::File&) const;
+
     // What the device calls; public so that a test can be the device.
     void audioDeviceAboutToStart (juce::AudioIODevice*) override;
     void audioDeviceStopped() override {}

@@ -238,6 +238,9 @@ juce::Result writeAudio (const ExportRequest& request,
     {
         const auto count = std::min (blockFrames, layout.numFrames - start);
 
+        if (! request.isWanted())
+            return juce::Result::fail ("Cancelled.");
+
         if (! readHostBlock (reader, start, count, builder.hostBlock()))
             return couldNotReadHost (request);
 

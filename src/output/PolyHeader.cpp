@@ -238,7 +238,8 @@ std::vector<TrackInfo> buildExportTracks (const HostTake& host, const std::vecto
     {
         for (auto track : tracksOfGuest (guest))
         {
-            track.channelIndex = track.interleaveIndex = (int) tracks.size() + 1;
+            track.interleaveIndex = (int) tracks.size() + 1;
+            track.channelIndex = track.chosenChannel > 0 ? track.chosenChannel : track.interleaveIndex;
             track.isHost = false;
             track.function = isOriginalMixTrack (track) ? "OLDMIX" : "SINGLE";
             tracks.push_back (track);

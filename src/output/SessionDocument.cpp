@@ -1,15 +1,11 @@
 #include "output/SessionDocument.h"
 
-#include "media/NumberText.h"
+#include "media/BextIxml.h"
+#include "output/JsonFields.h"
 #include "output/JsonValues.h"
 #include "output/ReplacingFile.h"
 
-#include <array>
-#include <charconv>
-#include <cmath>
 #include <limits>
-#include <optional>
-#include <string>
 
 namespace ld
 {
@@ -23,15 +19,19 @@ constexpr int maxDecimalPlaces = 15;
 // Thousands of takes with drawn mixes are some tens of megabytes; parsed, a hostile file takes twenty times its size.
 constexpr int64 largestDocumentBytes = 128 << 20;
 
-// The document nests five deep. The framework's parser calls itself for each level.
-constexpr int deepestNesting = 64;
+// By what a file that has gone is known again.
+void describeIdentity (juce::DynamicObject& object, const ScanFile& scan)
+{
+    if (scan.format.numFrames < 1)
+        return;
 
-// The framework's parser does not look at the range of whole numbers, nor of what stands ahead of a point: longer ones are
-// read as short reals.
-constexpr int mostDigits = 18;
+    object.setProperty ("frames", scan.format.numFrames);
+    object.setProperty ("sampleRate", scan.format.sampleRate);
+    object.setProperty ("channels", scan.format.channels);
 
-// Nor at the range of an exponent, for which a number must be longer than this.
-constexpr size_t longestPlainReal = 10;
+    if (hasAudioTimestamp (scan.ixml, scan.bext))
+        object.setProperty ("stamp", (int64) timestampFromIxmlOrBext (scan.ixml, scan.bext));
+}
 
 juce::var describe (const ScanFile& guest)
 {
@@ -43,6 +43,7 @@ juce::var describe (const ScanFile& guest)
     auto& properties = *object.getDynamicObject();
     properties.setProperty ("evidence", guest.alignment.evidence);
     properties.setProperty ("stretches", makeJsonArray (guest.alignment.stretches, describeStretch));
+    describeIdentity (properties, guest);
     return object;
 }
 
@@ -64,12 +65,14 @@ juce::var describe (const RecorderClock& clock)
 
 juce::var describe (const BatchMatch& take)
 {
-    return makeJsonObject (
-        { { "host", take.host.file.getFullPathName() },
-          { "reason", take.reason },
-          { "score", take.score },
-          { "guests", makeJsonArray (take.guests, [] (const auto& g) { return describe (g); }) },
-          { "omittedHost", makeJsonArray (take.omittedHost, [] (int c) { return juce::var (c); }) } });
+    auto object =
+        makeJsonObject ({ { "host", take.host.file.getFullPathName() },
+                          { "reason", take.reason },
+                          { "score", take.score },
+                          { "guests", makeJsonArray (take.guests, [] (const auto& g) { return describe (g); }) },
+                          { "omittedHost", makeJsonArray (take.omittedHost, [] (int c) { return juce::var (c); }) } });
+    describeIdentity (*object.getDynamicObject(), take.host);
+    return object;
 }
 
 juce::var describe (const MixerTemplate::value_type& entry)
@@ -90,6 +93,14 @@ juce::var describe (const MixerTemplate::value_type& entry)
                              { "muteAutomation", makeJsonArray (channel.muteAutomation, mutePoint) } });
 }
 
+juce::var describe (const TakeLevels::value_type& entry)
+{
+    const auto& [take, lane] = entry.first;
+    auto object = describe (MixerTemplate::value_type (lane, entry.second));
+    object.getDynamicObject()->setProperty ("take", take);
+    return object;
+}
+
 juce::var describe (const TrackInfo& track)
 {
     return makeJsonObject ({ { "channelIndex", track.channelIndex },
@@ -97,7 +108,8 @@ juce::var describe (const TrackInfo& track)
                              { "name", track.name },
                              { "function", track.function },
                              { "notes", track.notes },
-                             { "isHost", track.isHost } });
+                             { "isHost", track.isHost },
+                             { "chosenChannel", track.chosenChannel } });
 }
 
 juce::var describe (const MetadataOverrides::value_type& entry)
@@ -136,217 +148,31 @@ juce::var describe (const SessionDocument& doc)
     object.setProperty ("metadataOverrides", makeJsonArray (doc.metadataOverrides, described));
     object.setProperty ("nameOverrides", makeJsonArray (doc.nameOverrides, described));
     object.setProperty ("recorders", makeJsonArray (doc.recorders, described));
+    object.setProperty ("levels", makeJsonArray (doc.levels, described));
+
+    if (doc.recoveredFrom != juce::File())
+        object.setProperty ("recoveredFrom", doc.recoveredFrom.getFullPathName());
+
     return root;
 }
-
-// Makes a text safe for the framework's parser: none if it nests too deep; over-long numbers are written as short reals.
-class DocumentText
-{
-public:
-    [[nodiscard]] static std::optional<juce::String> guarded (const juce::String& text)
-    {
-        DocumentText guard;
-
-        for (auto p = text.toRawUTF8(); *p != 0 && guard.depth <= deepestNesting; ++p)
-            guard.add (*p);
-
-        if (guard.depth > deepestNesting)
-            return {};
-
-        guard.endNumber();
-        return juce::String::fromUTF8 (guard.out.data(), (int) guard.out.size());
-    }
-
-private:
-    void add (char c)
-    {
-        if (quote != 0)
-            passString (c);
-        else
-            passOutside (c);
-
-        out.push_back (c);
-    }
-
-    void passString (char c)
-    {
-        if (isEscaped)
-            isEscaped = false;
-        else if (c == '\\')
-            isEscaped = true;
-        else if (c == quote)
-            quote = 0;
-    }
-
-    void passOutside (char c)
-    {
-        if (passNumber (c))
-            return;
-
-        endNumber();
-
-        if (c == '"' || c == '\'')
-            quote = c;
-
-        depth += c == '{' || c == '[' ? 1 : 0;
-        depth -= c == '}' || c == ']' ? 1 : 0;
-    }
-
-    // False where this is no part of a number.
-    bool passNumber (char c)
-    {
-        if (c >= '0' && c <= '9')
-        {
-            if (! isNumber)
-                numberStart = out.size();
-
-            isNumber = true;
-            wholeDigits += isReal ? 0 : 1;
-            return true;
-        }
-
-        const auto isPoint = isNumber && (c == '.' || c == 'e' || c == 'E');
-        const auto isSign = isReal && (c == '-' || c == '+');
-        isReal = isReal || isPoint;
-        return isPoint || isSign;
-    }
-
-    void endNumber()
-    {
-        if (wholeDigits > mostDigits || (isReal && out.size() - numberStart > longestPlainReal))
-            shortenNumber();
-
-        isNumber = isReal = false;
-        wholeDigits = 0;
-    }
-
-    // The same value as a real with one digit ahead of the point.
-    void shortenNumber()
-    {
-        constexpr auto largest = 1.0e308;
-        const auto value = realNumberIn (out.substr (numberStart));
-        std::array<char, 32> digits {};
-        const auto end = std::to_chars (
-            digits.data(), digits.data() + digits.size(), std::min (value, largest), std::chars_format::scientific);
-        out.replace (numberStart, std::string::npos, digits.data(), (size_t) (end.ptr - digits.data()));
-    }
-
-    std::string out;
-    char quote = 0;
-    bool isEscaped = false, isNumber = false, isReal = false;
-    size_t numberStart = 0;
-    int wholeDigits = 0, depth = 0;
-};
-
-double realNumberOf (const juce::var& value)
-{
-    return value.isString() ? realNumberIn (value.toString()) : (double) value;
-}
-
-// A value of any type as the framework converts it, but for numbers that the target cannot hold: they are clamped.
-int64 wholeNumberOf (const juce::var& value)
-{
-    if (! value.isDouble() && ! value.isString())
-        return (int64) value;
-
-    if (value.isString() && value.toString().length() <= mostDigits)
-        return (int64) value;
-
-    constexpr auto limit = 9.2e18;
-    const auto real = realNumberOf (value);
-    return std::isnan (real) ? 0 : (int64) juce::jlimit (-limit, limit, real);
-}
-
-double finiteNumberOf (const juce::var& value)
-{
-    const auto real = realNumberOf (value);
-    return std::isfinite (real) ? real : 0.0;
-}
-
-// One object of the document; a value that is none reads as if all its keys were absent.
-class Fields
-{
-public:
-    explicit Fields (const juce::var& valueToRead) : value (valueToRead) {}
-
-    void read (const char* key, int64& target) const
-    {
-        if (has (key))
-            target = wholeNumberOf (value[key]);
-    }
-
-    void read (const char* key, int& target) const
-    {
-        using Limits = std::numeric_limits<int>;
-
-        if (has (key))
-            target = (int) juce::jlimit<int64> (Limits::min(), Limits::max(), wholeNumberOf (value[key]));
-    }
-
-    void read (const char* key, double& target) const
-    {
-        if (has (key))
-            target = finiteNumberOf (value[key]);
-    }
-
-    void read (const char* key, float& target) const
-    {
-        constexpr double limit = std::numeric_limits<float>::max();
-
-        if (has (key))
-            target = (float) juce::jlimit (-limit, limit, finiteNumberOf (value[key]));
-    }
-
-    void read (const char* key, bool& target) const
-    {
-        if (has (key))
-            target = (bool) value[key];
-    }
-
-    void read (const char* key, juce::String& target) const
-    {
-        if (has (key))
-            target = value[key].toString();
-    }
-
-    // All media are stored by absolute path; any other would be looked for in the folder that the program runs in.
-    void read (const char* key, juce::File& target) const
-    {
-        if (const auto path = value[key].toString(); juce::File::isAbsolutePath (path))
-            target = juce::File (path);
-    }
-
-    void read (const char* key, Alignment::Method& target) const { target = methodOfWord (value[key].toString()); }
-
-    template <typename Item, typename ReadItem>
-    void readArray (const char* key, std::vector<Item>& target, ReadItem&& readItem) const
-    {
-        if (const auto* items = value[key].getArray())
-            for (const auto& item : *items)
-                target.push_back (readItem (item));
-    }
-
-    template <typename Item, typename ReadItem>
-    void
-    readMap (const char* key, const char* nameOfKey, std::map<juce::String, Item>& target, ReadItem&& readItem) const
-    {
-        if (const auto* items = value[key].getArray())
-            for (const auto& item : *items)
-                target[item[nameOfKey].toString()] = readItem (item);
-    }
-
-    [[nodiscard]] Fields object (const char* key) const { return Fields (value[key]); }
-
-private:
-    [[nodiscard]] bool has (const char* key) const { return value.hasProperty (key); }
-
-    juce::var value;
-};
 
 void readScan (const Fields& fields, const char* key, ScanFile& scan)
 {
     fields.read (key, scan.file);
     scan.format.valid = scan.file.existsAsFile();
+    fields.read ("frames", scan.format.numFrames);
+    fields.read ("sampleRate", scan.format.sampleRate);
+    fields.read ("channels", scan.format.channels);
+
+    int64 stamp = -1;
+    fields.read ("stamp", stamp);
+
+    if (stamp < 0)
+        return;
+
+    scan.ixml.present = scan.ixml.hasTimestamp = true;
+    scan.ixml.timestampSamples = (juce::uint64) stamp;
+    scan.ixml.timestampSampleRate = scan.format.sampleRate;
 }
 
 ScanFile readGuest (const juce::var& value)
@@ -380,7 +206,7 @@ BatchMatch readTake (const juce::var& value)
     fields.read ("score", take.score);
     fields.readArray ("guests", take.guests, readGuest);
     fields.readArray ("omittedHost", take.omittedHost, [] (const juce::var& channel) {
-        return (int) juce::jlimit<int64> (-1, std::numeric_limits<int>::max(), wholeNumberOf (channel));
+        return (int) juce::jlimit<int64> (-1, std::numeric_limits<int>::max(), wholeNumberIn (channel));
     });
     return take;
 }
@@ -439,6 +265,7 @@ TrackInfo readTrack (const juce::var& value)
     fields.read ("function", track.function);
     fields.read ("notes", track.notes);
     fields.read ("isHost", track.isHost);
+    fields.read ("chosenChannel", track.chosenChannel);
     return track;
 }
 
@@ -459,22 +286,34 @@ std::vector<juce::String> readNames (const juce::var& value)
     return names;
 }
 
+void readLevels (const juce::var& value, TakeLevels& levels)
+{
+    if (const auto* entries = value.getArray())
+        for (const auto& entry : *entries)
+            levels[{ entry["take"].toString(), entry["key"].toString() }] = readChannel (entry);
+}
+
 // The root object; void where the file holds none.
 juce::var parseDocument (const juce::File& file)
 {
     if (file.getSize() > largestDocumentBytes)
         return {};
 
-    const auto text = DocumentText::guarded (file.loadFileAsString());
+    const auto text = guardedJson (file.loadFileAsString());
     return text ? juce::JSON::parse (*text) : juce::var();
 }
 
 }    // namespace
 
+juce::String sessionDocumentText (const SessionDocument& doc)
+{
+    return juce::JSON::toString (describe (doc), true, maxDecimalPlaces);
+}
+
 juce::Result writeSessionDocument (const juce::File& file, const SessionDocument& doc)
 {
-    const auto text = juce::JSON::toString (describe (doc), true, maxDecimalPlaces);
-    return replaceTextFile (file, text) ? juce::Result::ok() : juce::Result::fail ("Could not write session file.");
+    return replaceTextFile (file, sessionDocumentText (doc)) ? juce::Result::ok()
+                                                             : juce::Result::fail ("Could not write session file.");
 }
 
 juce::Result readSessionDocument (const juce::File& file, SessionDocument& doc)
@@ -504,6 +343,8 @@ juce::Result readSessionDocument (const juce::File& file, SessionDocument& doc)
     fields.readMap ("metadataOverrides", "key", doc.metadataOverrides, readMeta);
     fields.readMap ("nameOverrides", "familyKey", doc.nameOverrides, readNames);
     fields.readArray ("recorders", doc.recorders, readRecorder);
+    fields.read ("recoveredFrom", doc.recoveredFrom);
+    readLevels (root["levels"], doc.levels);
     return doc.takes.empty() ? juce::Result::fail ("Session has no takes.") : juce::Result::ok();
 }
 

@@ -63,6 +63,7 @@ std::optional<OpenPiece> openPiece (const HostTake& host, const GuestPiece& sour
         return {};
 
     opened.piece.alignment = source.alignment;
+    opened.piece.saved = source.saved;
     copyIdentity (opened.reader, opened.piece);
 
     if (opened.piece.alignment.stretches.empty())

@@ -34,7 +34,7 @@ bool sharesOnePlace (const GuestClip& guest, const LockedPlacements& known)
     {
         const auto at = known.find (piece.file.getFullPathName());
 
-        if (at == known.end() || ! at->second.stretches.empty()
+        if (at == known.end() || at->second.needsManual || ! at->second.stretches.empty()
             || (first != nullptr && first->offsetSamples != at->second.offsetSamples))
             return false;
 
@@ -98,21 +98,135 @@ void searchAndProve (const HostTake& host, std::vector<GuestPiece>& pieces, cons
     }
 }
 
-// Of a guest of several files: the place of the earliest, and the least that speaks for any.
-Alignment placeOfAll (const std::vector<GuestPiece>& pieces, int64 first, size_t total)
+// Takes what was laid out without places of its own: each file lies where the clip has it.
+void saveAsLaidOut (GuestClip& guest, const Alignment& clip)
 {
-    auto place = pieces.front().alignment;
+    for (auto& piece : guest.pieces)
+    {
+        piece.saved = clip;
+        piece.saved.offsetSamples = clip.offsetSamples + piece.offsetSamples;
+    }
+}
+
+// Its audio stays as its stamps lay it out, so that the user can hear it and place it.
+void leaveUnplaced (const HostTake& host, PlacedGuest& placed, std::vector<GuestPiece> doubtful)
+{
+    auto& guest = placed.guest;
+    const auto base = doubtful.front();
+    placed.alignment = base.alignment;
+    placed.alignment.stretches.clear();
+
+    if (doubtful.size() > 1)
+        placed.alignment.detail = "No ISO pieces waveform-matched this poly";
+
+    placed.alignment.needsManual = true;
+    guest.pieces = std::move (doubtful);
+    stitchGuest (host, guest);
+
+    for (const auto& piece : guest.pieces)
+        if (piece.file == base.file)
+            placed.alignment.offsetSamples -= piece.offsetSamples;
+
+    saveAsLaidOut (guest, placed.alignment);
+}
+
+std::vector<GuestPiece> allPiecesOf (const GuestClip& guest)
+{
+    auto pieces = guest.pieces;
+    pieces.insert (pieces.end(), guest.leftOut.begin(), guest.leftOut.end());
+
+    if (pieces.empty())
+    {
+        pieces.emplace_back();
+        copyIdentity (guest, pieces.back());
+    }
+
+    return pieces;
+}
+
+void placeTogether (const HostTake& host, PlacedGuest& placed, const LockedPlacements& known)
+{
+    auto& guest = placed.guest;
+    stitchGuest (host, guest);
+
+    if (const auto* place = guest.channelAudio.empty() ? nullptr : findLocked (known, guest))
+        SyncEngine::applyLockedAlignment (guest, *place);
+
+    for (auto& piece : guest.pieces)
+        if (const auto at = known.find (piece.file.getFullPathName()); at != known.end())
+            piece.saved = at->second;
+
+    placed.alignment = guest.channelAudio.empty() ? inDoubt ("Its files cannot be read") : guest.alignment;
+}
+
+void layOutFound (const HostTake& host, PlacedGuest& placed, std::vector<GuestPiece> found)
+{
+    auto& guest = placed.guest;
+    guest.pieces = found;
+    const auto first = layOutGuest (host, guest);
+
+    // A file that could not be read still belongs to it.
+    for (const auto& piece : found)
+        if (std::none_of (
+                guest.pieces.begin(), guest.pieces.end(), [&] (const auto& kept) { return kept.file == piece.file; }))
+            guest.leftOut.push_back (piece);
+
+    placed.alignment = guest.channelAudio.empty() ? inDoubt ("Its files cannot be read") : placeOfClip (guest, first);
+}
+
+void placeFiles (const HostTake& host, PlacedGuest& placed, const LockedPlacements& known, const SyncProgress& progress)
+{
+    auto& guest = placed.guest;
+    guest.pieces = allPiecesOf (guest);
+    guest.leftOut.clear();
+
+    if (sharesOnePlace (guest, known))
+        return placeTogether (host, placed, known);
+
+    std::vector<GuestPiece> found, searched, doubtful;
+
+    for (auto piece : guest.pieces)
+    {
+        const auto at = known.find (piece.file.getFullPathName());
+        piece.alignment = at == known.end() ? Alignment {} : at->second;
+        auto& group = at == known.end() ? searched : piece.alignment.needsManual ? doubtful : found;
+        group.push_back (std::move (piece));
+    }
+
+    searchAndProve (host, searched, progress);
+
+    for (auto& piece : searched)
+        (piece.alignment.needsManual ? doubtful : found).push_back (std::move (piece));
+
+    for (auto* group : { &found, &doubtful })
+        for (auto& piece : *group)
+            piece.saved = piece.alignment;
+
+    if (found.empty())
+        return leaveUnplaced (host, placed, std::move (doubtful));
+
+    guest.leftOut = std::move (doubtful);
+    layOutFound (host, placed, std::move (found));
+}
+
+}    // namespace
+
+Alignment placeOfClip (const GuestClip& guest, int64 first)
+{
+    const auto& pieces = guest.pieces;
+    const auto total = pieces.size() + guest.leftOut.size();
+    auto place = pieces.front().saved;
 
     for (const auto& piece : pieces)
     {
-        if (piece.alignment.confidence < place.confidence)
-            place.evidence = piece.alignment.evidence;
+        if (piece.saved.confidence < place.confidence)
+            place.evidence = piece.saved.evidence;
 
-        place.confidence = std::min (place.confidence, piece.alignment.confidence);
-        place.method = piece.alignment.method == place.method ? place.method : Alignment::Method::waveform;
+        place.confidence = std::min (place.confidence, piece.saved.confidence);
+        place.method = piece.saved.method == place.method ? place.method : Alignment::Method::waveform;
     }
 
-    if (total > 1)
+    if (total > 1 && place.evidence.isNotEmpty())
         place.evidence = juce::String ((int) pieces.size()) + " of " + juce::String ((int) total) + " files, at least "
                          + place.evidence;
 
@@ -121,66 +235,16 @@ Alignment placeOfAll (const std::vector<GuestPiece>& pieces, int64 first, size_t
     return place;
 }
 
-// Its audio stays as its stamps lay it out, so that the user can hear it and place it.
-void leaveUnplaced (const HostTake& host, PlacedGuest& placed, const std::vector<GuestPiece>& searched)
+std::vector<FilePlace> filePlacesOf (const GuestClip& guest)
 {
-    placed.alignment = searched.front().alignment;
-    placed.alignment.stretches.clear();
+    std::vector<FilePlace> places;
 
-    if (searched.size() > 1)
-        placed.alignment.detail = "No ISO pieces waveform-matched this poly";
+    for (const auto* pieces : { &guest.pieces, &guest.leftOut })
+        for (const auto& piece : *pieces)
+            places.push_back ({ piece.file, piece.saved });
 
-    placed.alignment.needsManual = true;
-    stitchGuest (host, placed.guest);
+    return places;
 }
-
-void placeFiles (const HostTake& host, PlacedGuest& placed, const LockedPlacements& known, const SyncProgress& progress)
-{
-    auto& guest = placed.guest;
-
-    if (guest.pieces.empty())
-    {
-        guest.pieces.emplace_back();
-        copyIdentity (guest, guest.pieces.back());
-    }
-
-    if (sharesOnePlace (guest, known))
-    {
-        stitchGuest (host, guest);
-
-        if (const auto* place = guest.channelAudio.empty() ? nullptr : findLocked (known, guest))
-            SyncEngine::applyLockedAlignment (guest, *place);
-
-        placed.alignment = guest.channelAudio.empty() ? inDoubt ("Its files cannot be read") : guest.alignment;
-        return;
-    }
-
-    std::vector<GuestPiece> settled, searched;
-    const auto total = guest.pieces.size();
-
-    for (auto piece : guest.pieces)
-    {
-        const auto at = known.find (piece.file.getFullPathName());
-        piece.alignment = at == known.end() ? Alignment {} : at->second;
-        (at == known.end() ? searched : settled).push_back (std::move (piece));
-    }
-
-    searchAndProve (host, searched, progress);
-    auto found = settled;
-    std::copy_if (searched.begin(), searched.end(), std::back_inserter (found), [] (const GuestPiece& piece) {
-        return ! piece.alignment.needsManual;
-    });
-
-    if (found.empty())
-        return leaveUnplaced (host, placed, searched);
-
-    guest.pieces = std::move (found);
-    const auto first = layOutGuest (host, guest);
-    placed.alignment =
-        guest.channelAudio.empty() ? inDoubt ("Its files cannot be read") : placeOfAll (guest.pieces, first, total);
-}
-
-}    // namespace
 
 HostTake readHostForSearch (HostTake host, int referenceChannel)
 {
@@ -233,6 +297,7 @@ GuestClip takeOverPlace (GuestClip& live, PlacedGuest placed)
         std::swap (live.bext, found.bext);
         std::swap (live.ixml, found.ixml);
         std::swap (live.pieces, found.pieces);
+        std::swap (live.leftOut, found.leftOut);
         std::swap (live.channelAudio, found.channelAudio);
         std::swap (live.monoAudio, found.monoAudio);
         std::swap (live.peaks, found.peaks);

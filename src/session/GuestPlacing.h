@@ -28,6 +28,22 @@ struct PlacedGuest
 [[nodiscard]] PlacedGuest
 placeGuest (const HostTake& host, GuestClip guest, const LockedPlacements& known, const SyncProgress&);
 
+/** The place of a whole clip: that of its first file, with the least that speaks for any of them.
+    first   host sample of the clip's first sample */
+[[nodiscard]] Alignment placeOfClip (const GuestClip&, juce::int64 first);
+
+/** One file of a take and its place. */
+struct FilePlace
+{
+    juce::File file;
+    Alignment place;
+
+    bool operator== (const FilePlace&) const = default;
+};
+
+/** The places of a placed guest's files as they are to be saved, those of the files that were left out too. */
+[[nodiscard]] std::vector<FilePlace> filePlacesOf (const GuestClip&);
+
 /** Puts a found place and its audio into the live guest; its tracks and notes stay the user's. Returns what it held. */
 [[nodiscard]] GuestClip takeOverPlace (GuestClip& live, PlacedGuest);
 

@@ -8,7 +8,7 @@ LockedPlacements lockedPlacementsOf (const BatchMatch& take)
     LockedPlacements locked;
 
     for (const auto& scan : take.guests)
-        if (! scan.alignment.needsManual && scan.alignment.method != Alignment::Method::none)
+        if (! isUnsearched (scan.alignment))
             locked.try_emplace (scan.file.getFullPathName(), scan.alignment);
 
     return locked;

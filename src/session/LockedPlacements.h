@@ -7,7 +7,8 @@
 namespace ld
 {
 
-/** The places that a scan or the user has found for a take's files and that need no search, by the files' full paths. */
+/** What is known of the places of a take's files, by the files' full paths: found by a scan or set by the user, or searched
+    in vain (needsManual). None of these is searched again. */
 using LockedPlacements = std::map<juce::String, Alignment>;
 
 /** Of a file that stands in the take twice, the first one's place. */

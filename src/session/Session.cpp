@@ -41,8 +41,8 @@ bool openSource (BwfReader& reader, const juce::File& file)
 
 bool hasPiece (const GuestClip& guest, const juce::File& file)
 {
-    const auto isPiece = [&] (const GuestPiece& piece) { return piece.file == file; };
-    return guest.file == file || std::any_of (guest.pieces.begin(), guest.pieces.end(), isPiece);
+    const auto files = filesOf (guest);
+    return guest.file == file || std::find (files.begin(), files.end(), file) != files.end();
 }
 
 bool isOneSource (const GuestClip& guest, const GuestPiece& piece)
@@ -186,7 +186,7 @@ juce::Result Session::addPiece (const juce::File& file, AddedPiece& added)
     GuestClip guest;
     guest.id = juce::Uuid();
     copyIdentity (piece, guest);
-    guest.tracks = nameTracks (piece);
+    guest.tracks = guest.givenTracks = nameTracks (piece);
     guest.pieces.push_back (piece);
     added = { guest.id, true };
     guests.push_back (std::move (guest));
@@ -341,7 +341,7 @@ int Session::mixerCount() const
         count += isChannelOmitted (host, c) ? 0 : 1;
 
     for (const auto& guest : guests)
-        count += std::max ((int) guest.channelAudio.size(), 1);
+        count += lanesOf (guest);
 
     return std::min (count, mixerChannelLimit);
 }

@@ -12,6 +12,13 @@ namespace ld
 namespace
 {
 
+bool hasFile (const Session& session, const juce::File& file)
+{
+    return session.host.file == file || std::ranges::any_of (session.guests, [&] (const auto& guest) {
+               return std::ranges::count (filesOf (guest), file) > 0;
+           });
+}
+
 // A guest that does not fit stays, so that the user sees what is missing.
 void extractAudio (const HostTake& host, GuestClip& guest)
 {
@@ -26,19 +33,35 @@ void extractAudio (const HostTake& host, GuestClip& guest)
     }
 }
 
-void placeOrWait (const HostTake& host, GuestClip& guest, const LoadRequest& request, std::vector<juce::Uuid>& pending)
+void placeOrWait (const HostTake& host, GuestClip& guest, const LockedPlacements& known, LoadedTake& loaded)
 {
-    if (findLocked (request.locked, guest) != nullptr)
+    if (findLocked (known, guest) != nullptr)
     {
-        juce::ignoreUnused (takeOverPlace (guest, placeGuest (host, describeGuest (guest), request.locked, {})));
+        juce::ignoreUnused (takeOverPlace (guest, placeGuest (host, describeGuest (guest), known, {})));
         return;
     }
 
     extractAudio (host, guest);
-
-    guest.lanesHidden = request.removesUnmatched;
     guest.matchPending = true;
-    pending.push_back (guest.id);
+    loaded.pending.push_back (guest.id);
+}
+
+// A file that is not there today, or cannot be read, keeps its lane.
+GuestClip missingGuest (const ScanFile& scan)
+{
+    GuestClip guest;
+    guest.id = juce::Uuid();
+    copyIdentity (scan, guest);
+    guest.alignment = guest.pieces.emplace_back().saved = scan.alignment;
+    copyIdentity (scan, guest.pieces.back());
+    guest.pieces.back().alignment = scan.alignment;
+    guest.isMissing = true;
+
+    auto& track = guest.tracks.emplace_back();
+    track.name = scan.file.getFileNameWithoutExtension();
+    track.isHost = false;
+    guest.givenTracks = guest.tracks;
+    return guest;
 }
 
 // Whether a file's stamp puts it outside the take. Lengths and places are host samples.
@@ -59,28 +82,37 @@ bool liesOutside (const HostTake& host, const ScanFile& scan)
 
 LoadedTake loadTake (const LoadRequest& request)
 {
+    const auto& take = request.take;
     LoadedTake loaded;
     auto session = std::make_unique<Session>();
-    loaded.result = session->loadHost (request.host);
+    loaded.result = session->loadHost (take.host.file);
 
     if (loaded.result.failed())
         return loaded;
 
-    juce::ignoreUnused (session->addGuestsWithoutAudio (request.guests));
+    for (const auto channel : take.omittedHost)
+        session->omitHostChannel (channel);
+
+    std::vector<juce::File> files;
+
+    for (const auto& scan : take.guests)
+        files.push_back (scan.file);
+
+    const auto results = session->addGuestsWithoutAudio (files);
+    const auto known = lockedPlacementsOf (take);
 
     for (auto& guest : session->guests)
-    {
-        placeOrWait (session->host, guest, request, loaded.pending);
-    }
+        if (request.isWanted())
+            placeOrWait (session->host, guest, known, loaded);
 
-    if (request.removesUnmatched)
-        session->selectedGuest = juce::Uuid::null();
+    for (size_t i = 0; i < files.size(); ++i)
+        if (const auto isAdded = results[i].wasOk(); ! isAdded && ! hasFile (*session, files[i]))
+            session->guests.push_back (missingGuest (take.guests[i]));
+
+    session->selectedGuest = juce::Uuid::null();
 
     if (request.referenceChannel)
         session->setReferenceChannel (*request.referenceChannel);
-
-    for (const auto channel : request.omittedHost)
-        session->omitHostChannel (channel);
 
     loaded.session = std::move (session);
     return loaded;
@@ -102,82 +134,65 @@ GuestClip describeGuest (const GuestClip& guest)
     described.id = guest.id;
     described.alignment = guest.alignment;
     described.tracks = guest.tracks;
+    described.givenTracks = guest.givenTracks;
     described.pieces = guest.pieces;
+    described.leftOut = guest.leftOut;
     described.notes = guest.notes;
+    described.isMissing = guest.isMissing;
     return described;
 }
 
-AddedFiles addFiles (const HostTake& host, const std::vector<GuestClip>& guests, const std::vector<juce::File>& files)
+AddedGuests addGuests (const HostTake& host,
+                       const std::vector<GuestClip>& guests,
+                       const std::vector<ScanFile>& scans,
+                       const std::function<bool()>& isWanted)
 {
     Session session;
     session.host = host;
-    session.guests = guests;
-    std::map<juce::String, size_t> piecesBefore;
+    std::map<juce::String, size_t> filesBefore;
+
+    // What nobody can look into is no part of any source.
+    for (const auto& guest : guests)
+    {
+        if (guest.isMissing)
+            continue;
+
+        session.guests.push_back (guest);
+        filesBefore[guest.id.toString()] = filesOf (guest).size();
+    }
+
+    std::vector<juce::File> files;
+    std::transform (
+        scans.begin(), scans.end(), std::back_inserter (files), [] (const auto& scan) { return scan.file; });
+    const auto results = session.addGuestsWithoutAudio (files);
+    LockedPlacements known;
+    LoadedTake loaded;
+    AddedGuests added;
+
+    for (const auto& scan : scans)
+        if (! isUnsearched (scan.alignment))
+            known.try_emplace (scan.file.getFullPathName(), scan.alignment);
 
     for (const auto& guest : guests)
-        piecesBefore[guest.id.toString()] = std::max<size_t> (guest.pieces.size(), 1);
-
-    AddedFiles added;
-
-    for (const auto& result : session.addGuestsWithoutAudio (files))
-        added.added += result.wasOk() ? 1 : 0;
+        for (const auto& place : filePlacesOf (guest))
+            if (! isUnsearched (place.place))
+                known.try_emplace (place.file.getFullPathName(), place.place);
 
     for (auto& guest : session.guests)
     {
-        if (guest.pieces.size() == piecesBefore[guest.id.toString()])
+        if (filesOf (guest).size() == filesBefore[guest.id.toString()] || ! isWanted())
             continue;
 
-        extractAudio (session.host, guest);
+        placeOrWait (session.host, guest, known, loaded);
         added.guests.push_back (std::move (guest));
     }
 
+    for (size_t i = 0; i < scans.size(); ++i)
+        if (results[i].failed() && ! hasFile (session, files[i]))
+            added.guests.push_back (missingGuest (scans[i]));
+
+    added.pending = std::move (loaded.pending);
     return added;
-}
-
-std::vector<GuestClip> takeOverAddedFiles (Session& session, std::vector<GuestClip> guests)
-{
-    std::vector<GuestClip> replaced;
-    auto isLayoutChanged = false;
-
-    for (auto& guest : guests)
-    {
-        auto* const live = session.findGuest (guest.id);
-        session.selectedGuest = guest.id;
-
-        if (live == nullptr)
-        {
-            session.guests.push_back (std::move (guest));
-            isLayoutChanged = true;
-            continue;
-        }
-
-        guest.tracks = live->tracks;
-        guest.notes = live->notes;
-        guest.alignment = live->alignment;
-        guest.lanesHidden = live->lanesHidden;
-        guest.waveEmphasis = live->waveEmphasis;
-        std::swap (*live, guest);
-        replaced.push_back (std::move (guest));
-    }
-
-    if (isLayoutChanged)
-        session.resetMixer();
-
-    return replaced;
-}
-
-GuestClip takeOutGuest (Session& session, const juce::Uuid& id)
-{
-    GuestClip taken;
-
-    if (auto* const guest = session.findGuest (id))
-    {
-        std::swap (taken, *guest);
-        guest->id = id;
-    }
-
-    session.removeGuest (id);
-    return taken;
 }
 
 FilesForTake filesForTake (const HostTake& host, const juce::File& folder)
@@ -197,7 +212,7 @@ FilesForTake filesForTake (const HostTake& host, const juce::File& folder)
         if (liesOutside (host, scan))
             ++found.skipped;
         else
-            found.files.push_back (file);
+            found.files.push_back (scan);
     }
 
     return found;

@@ -4,6 +4,7 @@
 #include "session/Session.h"
 #include "sync/SyncEngine.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -13,15 +14,12 @@ namespace ld
 // What workers do for the open take, on values: nothing here knows the window. All of it reads files and may take long;
 // what does not fit into memory leaves as std::bad_alloc where nothing else is said.
 
-/** A take to be opened, with all that it has earned before. */
+/** A take to be opened, as the work has it. */
 struct LoadRequest
 {
-    juce::File host;
-    std::vector<juce::File> guests;
-    bool removesUnmatched = false;    // guests are not shown until they are placed
-    LockedPlacements locked;
-    std::vector<int> omittedHost;    // channels
-    std::optional<int> referenceChannel;
+    BatchMatch take;
+    std::optional<int> referenceChannel;                     // none: the one whose name speaks for it
+    std::function<bool()> isWanted = [] { return true; };    // asked between guests; false ends the work early
 };
 
 struct LoadedTake
@@ -31,7 +29,8 @@ struct LoadedTake
     std::vector<juce::Uuid> pending;     // guests that wait for their place
 };
 
-/** Opens the host and adds the guests; a guest that cannot be read is passed over. */
+/** Opens the host and adds the guests, each at the place that is known for it; those without wait for theirs. A guest that
+    is not there or cannot be read stands as one that is missing. */
 [[nodiscard]] LoadedTake loadTake (const LoadRequest&);
 
 /** A host without its audio and curves: what describes it. */
@@ -41,29 +40,26 @@ struct LoadedTake
 [[nodiscard]] GuestClip describeGuest (const GuestClip&);
 
 /** Guests that took files, with their audio. */
-struct AddedFiles
+struct AddedGuests
 {
-    std::vector<GuestClip> guests;    // new ones, and those that were there and got more pieces
-    int added = 0;                    // files
+    std::vector<GuestClip> guests;      // new ones, those that were there and got more files, and missing ones
+    std::vector<juce::Uuid> pending;    // of these, the ones that wait for their place
 };
 
-/** Adds files to a take, each to the guest that it belongs to or as a new one. What cannot be read is passed over; what
-    cannot be held in memory stands without audio and says so.
-    host, guests   of the take, as described */
-[[nodiscard]] AddedFiles
-addFiles (const HostTake& host, const std::vector<GuestClip>& guests, const std::vector<juce::File>& files);
-
-/** Replaces in a session the guests that took files, and appends the new ones. A guest that was there keeps its tracks,
-    notes and place. Returns what was replaced, to be freed elsewhere. */
-[[nodiscard]] std::vector<GuestClip> takeOverAddedFiles (Session&, std::vector<GuestClip>);
-
-/** Removes a guest and hands it back: freeing its audio takes time that no lock may wait for. */
-[[nodiscard]] GuestClip takeOutGuest (Session&, const juce::Uuid&);
+/** Adds files to a take, each to the guest that it belongs to or as a new one, at the place that is known for it. A file
+    that is not there or cannot be read stands as a missing guest; what cannot be held in memory stands without audio and
+    says so.
+    host, guests   of the take, as described
+    isWanted       asked between guests; false ends the work early */
+[[nodiscard]] AddedGuests addGuests (const HostTake& host,
+                                     const std::vector<GuestClip>& guests,
+                                     const std::vector<ScanFile>& files,
+                                     const std::function<bool()>& isWanted);
 
 /** Files of a folder that can belong to a take: those that run at its time, and those of which that is not known. */
 struct FilesForTake
 {
-    std::vector<juce::File> files;
+    std::vector<ScanFile> files;
     int skipped = 0;    // outside the take
 };
 

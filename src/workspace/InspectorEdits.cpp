@@ -12,24 +12,15 @@ namespace
 
 constexpr auto separator = "  |  ";
 
-void completePair (std::vector<TrackInfo>& tracks)
-{
-    auto& left = tracks[0];
-    auto& right = tracks[1];
-
-    if (! left.name.endsWithIgnoreCase (" L") && ! left.name.endsWithIgnoreCase (" R"))
-        right.name = left.name + " R";
-
-    if (left.function == "LEFT")
-        right.function = "RIGHT";
-}
-
 }    // namespace
 
 juce::String inspectorSummary (const GuestClip& guest, const GuestClock& clock)
 {
     const auto& alignment = guest.alignment;
     juce::String text = alignment.detail.isEmpty() ? juce::String ("Unaligned") : alignment.detail;
+
+    if (guest.isMissing)
+        text = "Not found: " + guest.file.getFullPathName() + separator + text;
 
     if (alignment.evidence.isNotEmpty())
         text << separator << alignment.evidence;
@@ -59,22 +50,13 @@ juce::int64 samplesPerTimecodeFrame (const GuestClock& clock)
     return (juce::int64) std::round (clock.sampleRate / (parsed > 0.0 ? parsed : usualRate));
 }
 
-bool applyInspectorEdit (GuestClip& guest, const InspectorEdit& edit)
+InspectorFields fieldsOf (const GuestClip& guest, int lane)
 {
-    if (guest.tracks.empty())
-        return false;
+    if (! juce::isPositiveAndBelow (lane, (int) guest.tracks.size()))
+        return {};
 
-    for (auto& track : guest.tracks)
-    {
-        track.name = edit.name.trim();
-        track.channelIndex = std::max (edit.channel.getIntValue(), 1);
-    }
-
-    if (guest.tracks.size() == 2)
-        completePair (guest.tracks);
-
-    guest.notes = edit.notes;
-    return true;
+    const auto& track = guest.tracks[(size_t) lane];
+    return { track.name, juce::String (track.channelIndex), guest.notes };
 }
 
 InspectorLayout layOutInspector (juce::Rectangle<int> bounds)
@@ -112,6 +94,8 @@ InspectorLayout layOutInspector (juce::Rectangle<int> bounds)
     at.remove = buttons.removeFromLeft (90);
     buttons.removeFromLeft (16);
     at.applyToMatching = buttons.removeFromLeft (260);
+    buttons.removeFromLeft (16);
+    at.search = buttons.removeFromLeft (110);
     return at;
 }
 

@@ -20,22 +20,21 @@ struct GuestClock
 /** One frame of timecode, samples. */
 [[nodiscard]] juce::int64 samplesPerTimecodeFrame (const GuestClock&);
 
-/** What the user types into the inspector. */
-struct InspectorEdit
+/** What the inspector shows of one lane, as text. */
+struct InspectorFields
 {
-    juce::String name, channel, notes;
+    juce::String name, channel, note;
 
-    bool operator== (const InspectorEdit&) const = default;
+    bool operator== (const InspectorFields&) const = default;
 };
 
-/** Gives every track of a guest the name and channel number; of a pair without a side in its name the second becomes the
-    right one. A guest without tracks stays as it is. Returns whether anything was written. */
-bool applyInspectorEdit (GuestClip&, const InspectorEdit&);
+/** Empty for a lane that has no track. */
+[[nodiscard]] InspectorFields fieldsOf (const GuestClip&, int lane);
 
 struct InspectorLayout
 {
     juce::Rectangle<int> title, summary, nameLabel, channelLabel, notesLabel, name, channel, notes, frameBack,
-        frameForward, sampleBack, sampleForward, remove, applyToMatching;
+        frameForward, sampleBack, sampleForward, remove, applyToMatching, search;
 };
 
 [[nodiscard]] InspectorLayout layOutInspector (juce::Rectangle<int> bounds);

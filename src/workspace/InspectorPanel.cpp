@@ -75,63 +75,82 @@ void InspectorPanel::setUpButtons()
             onRemove();
     });
     setUp (applyToMatching, "Apply name to all matching tracks", "Apply name to all matching tracks", [this] {
-        if (applyToMatching.getToggleState() && onMetadataChanged)
-            onMetadataChanged();
+        if (applyToMatching.getToggleState() && onFamilyChosen)
+            onFamilyChosen();
+    });
+    setUp (searchButton, "Find place", "Find the place anew", [this] {
+        if (onSearch)
+            onSearch();
     });
 }
 
-void InspectorPanel::setGuest (GuestClip* clip,
-                               int sampleRate,
-                               const juce::String& timecodeRate,
-                               const juce::String& timecodeFlag)
+void InspectorPanel::setGuest (const GuestClip* clip, int laneToShow, const GuestClock& clockToShow)
 {
     // The editors tell what is typed by a message, and this call may have come before it.
-    if (editsInSight() != edits)
-        pushToGuest();
+    tellEdits();
 
-    guest = clip;
-    clock = { sampleRate, timecodeRate, timecodeFlag };
-    pullFromGuest();
+    const auto id = clip != nullptr ? clip->id : juce::Uuid::null();
+    const auto isOther = id != guest || laneToShow != lane;
+    const auto now = clip != nullptr ? fieldsOf (*clip, laneToShow) : InspectorFields {};
+    guest = id;
+    lane = laneToShow;
+    clock = clockToShow;
+
+    if (isOther)
+        told = fieldsInSight();
+
+    show (nameEditor, told.name, now.name);
+    show (channelEditor, told.channel, now.channel);
+    show (notesEditor, told.note, now.note);
+    told = fieldsInSight();
+
+    if (clip != nullptr)
+        summaryLabel.setText (inspectorSummary (*clip, clock), juce::dontSendNotification);
+
     setVisible (clip != nullptr);
     repaint();
 }
 
-void InspectorPanel::pullFromGuest()
+// A blank that was just typed behind a name is no reason to take it away again.
+void InspectorPanel::show (juce::TextEditor& editor, const juce::String& before, const juce::String& now)
 {
-    const juce::ScopedValueSetter<bool> guard (pulling, true);
-    const auto isShown = guest != nullptr && ! guest->tracks.empty();
-    const auto edit = isShown ? InspectorEdit { guest->tracks.front().name,
-                                                juce::String (guest->tracks.front().channelIndex),
-                                                guest->notes }
-                              : InspectorEdit {};
-    nameEditor.setText (edit.name, false);
-    channelEditor.setText (edit.channel, false);
-    notesEditor.setText (edit.notes, false);
-    edits = editsInSight();
-
-    if (isShown)
-        summaryLabel.setText (inspectorSummary (*guest, clock), juce::dontSendNotification);
+    if (now != before.trim() || ! editor.hasKeyboardFocus (true))
+        editor.setText (now, false);
 }
 
-void InspectorPanel::pushToGuest()
+void InspectorPanel::tellEdits()
 {
-    if (pulling || guest == nullptr)
+    const auto now = fieldsInSight();
+    const auto before = std::exchange (told, now);
+
+    if (guest.isNull() || ! onEdit)
         return;
 
-    edits = editsInSight();
-
-    if (applyInspectorEdit (*guest, edits) && onMetadataChanged)
-        onMetadataChanged();
+    const auto tell = [&] (LaneField field, const juce::String& was, const juce::String& is) {
+        if (was != is)
+            onEdit (guest, lane, field, is);
+    };
+    tell (LaneField::name, before.name, now.name);
+    tell (LaneField::channel, before.channel, now.channel);
+    tell (LaneField::note, before.note, now.note);
 }
 
-InspectorEdit InspectorPanel::editsInSight() const
+InspectorFields InspectorPanel::fieldsInSight() const
 {
     return { nameEditor.getText(), channelEditor.getText(), notesEditor.getText() };
 }
 
 void InspectorPanel::textEditorTextChanged (juce::TextEditor&)
 {
-    pushToGuest();
+    tellEdits();
+}
+
+void InspectorPanel::textEditorFocusLost (juce::TextEditor&)
+{
+    tellEdits();
+
+    if (onEditEnded)
+        onEditEnded();
 }
 
 void InspectorPanel::nudge (juce::int64 samples)
@@ -178,6 +197,7 @@ void InspectorPanel::resized()
     nudgeSampleForwardButton.setBounds (at.sampleForward);
     removeButton.setBounds (at.remove);
     applyToMatching.setBounds (at.applyToMatching);
+    searchButton.setBounds (at.search);
 }
 
 }    // namespace ld

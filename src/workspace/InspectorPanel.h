@@ -8,20 +8,31 @@
 namespace ld
 {
 
-/** The strip that shows the selected guest and edits its names and note in place. The guest must live until the next
-    setGuest has returned. */
+/** One field of a lane. */
+enum class LaneField
+{
+    name,
+    channel,
+    note
+};
+
+/** The strip that shows the selected lane of a guest. It changes nothing itself: what is typed goes to its owner, field by
+    field, and comes back with the next setGuest. */
 class InspectorPanel : public juce::Component, private juce::TextEditor::Listener
 {
 public:
     InspectorPanel();
 
-    std::function<void()> onMetadataChanged;              // an edit has reached the guest
+    std::function<void (const juce::Uuid& guest, int lane, LaneField, const juce::String& text)> onEdit;
+    std::function<void()> onEditEnded;                    // a field was left: what comes next is another edit
+    std::function<void()> onFamilyChosen;                 // the name is now meant for the guest's whole source
     std::function<void (juce::int64 samples)> onNudge;    // host samples; negative is earlier
     std::function<void()> onRemove;
+    std::function<void()> onSearch;        // its place is to be found anew
     LookAndFeel* lookAndFeel = nullptr;    // the owner's
 
-    /** Shows a guest; hides the panel where there is none. */
-    void setGuest (GuestClip*, int sampleRate, const juce::String& timecodeRate, const juce::String& timecodeFlag);
+    /** Shows a lane of a guest; hides the panel where there is none. What has been typed meanwhile is told first. */
+    void setGuest (const GuestClip*, int lane, const GuestClock&);
 
     /** True if a name is meant for all guests of its source. */
     [[nodiscard]] bool appliesToFamily() const { return applyToMatching.getToggleState(); }
@@ -31,23 +42,24 @@ public:
 
 private:
     void textEditorTextChanged (juce::TextEditor&) override;
+    void textEditorFocusLost (juce::TextEditor&) override;
     void setUpLabels();
     void setUpEditors();
     void setUpButtons();
-    void pullFromGuest();
-    void pushToGuest();
-    [[nodiscard]] InspectorEdit editsInSight() const;
+    void show (juce::TextEditor&, const juce::String& told, const juce::String& now);
+    void tellEdits();
+    [[nodiscard]] InspectorFields fieldsInSight() const;
     void nudge (juce::int64 samples);
 
-    GuestClip* guest = nullptr;
+    juce::Uuid guest = juce::Uuid::null();
+    int lane = 0;
     GuestClock clock;
-    InspectorEdit edits;     // that the guest has
-    bool pulling = false;    // what the panel writes into its editors is no edit
+    InspectorFields told;    // to or by the owner
 
     juce::Label titleLabel, summaryLabel, nameLabel, channelLabel, notesLabel;
     juce::TextEditor nameEditor, channelEditor, notesEditor;
     juce::TextButton nudgeFrameBackButton, nudgeFrameForwardButton, nudgeSampleBackButton, nudgeSampleForwardButton,
-        removeButton;
+        removeButton, searchButton;
     juce::ToggleButton applyToMatching { "Apply name to all matching tracks" };
 };
 

@@ -32,6 +32,9 @@ void MainComponent::setUpButtons()
     setUpButton (combineButton, "Combine all tracks", palette.accent, [this] { combineAllChooser(); });
     setUpButton (prevButton, "Prev", palette.ink, [this] { stepBatch (-1); });
     setUpButton (nextButton, "Next", palette.ink, [this] { stepBatch (1); });
+    setUpButton (undoButton, "Undo", palette.ink, [this] { undo(); });
+    setUpButton (redoButton, "Redo", palette.ink, [this] { redo(); });
+    setUpButton (findButton, "Find missing...", palette.raised, [this] { findMissingChooser(); });
     setUpButton (rewindButton, "|<", palette.ink, [this] { seekPlayhead (0); });
     setUpButton (backFiveButton, "-5s", palette.ink, [this] { jumpSeconds (-5); });
     setUpButton (playButton, "Play", palette.raised, [this] { togglePlay(); });
@@ -43,11 +46,10 @@ void MainComponent::setUpButtons()
     });
     setUpButton (monitorMixButton, "Monitor mix", palette.accent, [this] { openMonitorMixer(); });
     setUpButton (outputButton, "Monitoring output", palette.raised, [this] { openOutputSettings(); });
+    setUpButton (cancelButton, "Cancel", palette.raised, [this] { cancelJobs(); });
 
     drawFadersButton.setClickingTogglesState (true);
     drawFadersButton.setColour (juce::TextButton::buttonOnColourId, palette.accent);
-    playButton.setEnabled (false);
-    combineButton.setEnabled (false);
 
     // Signs that a screen reader cannot say.
     rewindButton.setTitle ("To the start");
@@ -82,42 +84,60 @@ void MainComponent::setUpLabels()
 
 void MainComponent::setUpPanels()
 {
-    spine.lookAndFeel = &lookAndFeel;
-    spine.session = &session;
-    spine.onGuestSelected = [this] (const juce::Uuid& id) { selectGuest (id); };
-    spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null()); };
-    spine.onGuestMoved = [this] (const juce::Uuid& id, juce::int64 offset) { setOffset (id, offset); };
-    spine.onSeek = [this] (juce::int64 sample) { seekPlayhead (sample); };
-    spine.onMixerGain = [this] (int index, float db) {
-        changeMixer ([&] { session.setMixerGain (index, db, preview.playhead, preview.playing); });
-    };
-    spine.onDrawGain = [this] (int index, float db, juce::int64 sample, juce::int64 previousSample) {
-        changeMixer ([&] { session.drawMixerGain (index, db, sample, previousSample); });
-    };
-    spine.onMixerMute = [this] (int index, bool isMuted) {
-        changeMixer ([&] { session.setMixerMute (index, isMuted, preview.playhead, preview.playing); });
-    };
-    spine.onReferenceChannel = [this] (int channel) { setReferenceChannel (channel); };
-    spine.onRemoveTrack = [this] (bool isGuest, const juce::Uuid& id, int channel) {
-        confirmRemoveTrack (isGuest, id, channel);
-    };
-
-    inspector.lookAndFeel = &lookAndFeel;
-    inspector.onMetadataChanged = [this] { persistSelectedMetadata(); };
-    inspector.onNudge = [this] (juce::int64 samples) { nudgeSelected (samples); };
-    inspector.onRemove = [this] { confirmRemoveTrack (true, session.selectedGuest, -1); };
-
+    setUpSpine();
+    setUpInspector();
     video.setVolume (0.0f);
     addChildComponent (spine);
     addChildComponent (inspector);
     addChildComponent (video);
 }
 
+void MainComponent::setUpSpine()
+{
+    spine.lookAndFeel = &lookAndFeel;
+    spine.session = &session;
+    spine.onGuestSelected = [this] (const juce::Uuid& id, int lane) { selectGuest (id, lane); };
+    spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null()); };
+    spine.onGuestMoved = [this] (const juce::Uuid& id, juce::int64 offset) { setOffset (id, offset); };
+    spine.onSeek = [this] (juce::int64 sample) { seekPlayhead (sample); };
+    spine.onMixerGain = [this] (int index, float db) {
+        changeMixer ("Level", index, [&] { session.setMixerGain (index, db, preview.playhead, preview.playing); });
+    };
+    spine.onDrawGain = [this] (int index, float db, juce::int64 sample, juce::int64 previousSample) {
+        changeMixer ("Draw level", index, [&] { session.drawMixerGain (index, db, sample, previousSample); });
+    };
+    spine.onMixerMute = [this] (int index, bool isMuted) {
+        changeMixer (isMuted ? "Mute" : "Unmute", index, [&] {
+            session.setMixerMute (index, isMuted, preview.playhead, preview.playing);
+        });
+    };
+    spine.onReferenceChannel = [this] (int channel) { setReferenceChannel (channel); };
+    spine.onRemoveTrack = [this] (bool isGuest, const juce::Uuid& id, int channel) {
+        confirmRemoveTrack (isGuest, id, channel);
+    };
+    spine.onStrokeEnded = [this] { work.endStroke(); };
+}
+
+void MainComponent::setUpInspector()
+{
+    inspector.lookAndFeel = &lookAndFeel;
+    inspector.onEdit = [this] (const juce::Uuid& id, int lane, LaneField field, const juce::String& text) {
+        editLane (id, lane, field, text);
+    };
+    inspector.onEditEnded = [this] { work.endStroke(); };
+    inspector.onFamilyChosen = [this] {
+        if (const auto* const guest = session.findGuest (session.selectedGuest))
+            editLane (guest->id, selectedLane, LaneField::name, fieldsOf (*guest, selectedLane).name);
+    };
+    inspector.onNudge = [this] (juce::int64 samples) { nudgeSelected (samples); };
+    inspector.onRemove = [this] { confirmRemoveTrack (true, session.selectedGuest, -1); };
+    inspector.onSearch = [this] { searchSelected(); };
+}
+
 void MainComponent::showChildren()
 {
-    const auto hasHost = session.host.format.valid;
-    const auto hasSeveralTakes = hasHost && batch.size() >= 2;
-    const auto hasPicture = hasHost && session.video.loaded;
+    const auto hasSeveralTakes = showsTake() && work.document().takes.size() >= 2;
+    const auto hasPicture = showsTake() && session.video.loaded;
 
     for (juce::Component* child : std::initializer_list<juce::Component*> { &playButton,
                                                                             &combineButton,
@@ -131,21 +151,27 @@ void MainComponent::showChildren()
                                                                             &saveButton,
                                                                             &transportLabel,
                                                                             &spine })
-        child->setVisible (hasHost);
+        child->setVisible (showsTake());
 
     for (auto* button : { &openFolderButton, &openSessionButton })
-        button->setVisible (! hasHost);
+        button->setVisible (! showsTake());
+
+    // What a reset has taken away can be had back from the welcome card by key; the buttons would stand alone there.
+    for (auto* button : { &undoButton, &redoButton })
+        button->setVisible (showsTake());
 
     for (auto* button : { &openPolysButton, &outputButton })
         button->setVisible (true);
 
+    findButton.setVisible (showsTake() && hasMissing());
     prevButton.setVisible (hasSeveralTakes);
     nextButton.setVisible (hasSeveralTakes);
     batchLabel.setVisible (hasSeveralTakes);
     video.setVisible (hasPicture);
     videoTimecodeEditor.setVisible (hasPicture);
-    inspector.setVisible (hasHost && ! session.selectedGuest.isNull());
-    progressBar.setVisible (progressVisible);
+    inspector.setVisible (showsTake() && ! session.selectedGuest.isNull());
+    progressBar.setVisible (desk.isBusy());
+    cancelButton.setVisible (desk.isBusy());
 }
 
 void MainComponent::showOutputName()
@@ -161,7 +187,10 @@ void MainComponent::openMonitorMixer()
         &lookAndFeel,
         [this] { return preview.playhead.load(); },
         [this] { return preview.playing.load(); });
-    juce::CallOutBox::launchAsynchronously (std::move (mixer), monitorMixButton.getScreenBounds(), nullptr);
+    mixer->onChanged = [this] (const juce::String& what, const juce::String& stroke) { rememberLevels (what, stroke); };
+    mixer->onStrokeEnded = [this] { work.endStroke(); };
+    mixerPanel =
+        &juce::CallOutBox::launchAsynchronously (std::move (mixer), monitorMixButton.getScreenBounds(), nullptr);
 }
 
 void MainComponent::openOutputSettings()
@@ -170,6 +199,19 @@ void MainComponent::openOutputSettings()
         preview.deviceManager, 0, 0, 1, 2, false, false, true, false);
     settings->setSize (480, 420);
     juce::CallOutBox::launchAsynchronously (std::move (settings), outputButton.getScreenBounds(), nullptr);
+}
+
+void MainComponent::rememberOutput (const juce::File& settings)
+{
+    outputSettings = settings;
+    preview.restoreOutput (settings);
+    preview.deviceManager.addChangeListener (this);
+}
+
+// Another output was chosen.
+void MainComponent::changeListenerCallback (juce::ChangeBroadcaster*)
+{
+    preview.noteOutput (outputSettings);
 }
 
 }    // namespace ld

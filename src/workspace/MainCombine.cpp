@@ -9,20 +9,22 @@ namespace ld
 
 void MainComponent::combineInto (const juce::File& folder)
 {
-    syncCurrentTakeIntoBatch();
-    rememberMixer();
-    busy = true;
-    const auto count = (int) batch.size();
+    const auto& doc = work.document();
+    const auto count = (int) doc.takes.size();
     showStatus ("Combining " + juce::String (count) + (count == 1 ? " take..." : " takes..."));
     beginProgress (countText ("Examining and combining  ", 0, count), 0.0);
 
-    jobs.start (
-        [this,
-         folder,
-         count,
-         takes = batch,
-         edits = TakeEdits { metadataOverrides, nameOverrides, mixerTemplate, {}, false }] (
-            const JobRunner::Progress& progress) {
+    TakeEdits edits;
+    edits.metadata = doc.metadataOverrides;
+    edits.names = doc.nameOverrides;
+    edits.mixer = doc.mixer;
+    edits.levels = doc.levels;
+
+    desk.start (
+        JobKind::write,
+        {},
+        [this, folder, count, takes = doc.takes, edits] (const JobDesk::Progress& progress) mutable {
+        edits.isWanted = progress.wanted;
         return combineTakes (takes, edits, folder, [&] (int index, float fraction, const juce::String& phase) {
             progress.post ([this, number = index + 1, fraction, phase, count] {
                 showCombineProgress (number, count, fraction, phase);
@@ -38,9 +40,8 @@ void MainComponent::combineInto (const juce::File& folder)
             rejected += take.rejected;
         }
 
-        busy = false;
-        finishProgress();
-        showStatus (combineSummary (written, count, rejected));
+        const auto leftOut = namesOfLeftOut (takes);
+        showStatus (combineSummary (written, count, rejected) + (leftOut.isEmpty() ? "" : " Left out: " + leftOut));
     },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
@@ -53,6 +54,27 @@ void MainComponent::showCombineProgress (int number, int count, float fraction, 
                              + juce::String (count));
     else if (fraction >= 1.0f)
         updateProgress ((double) number / count, countText ("Examining and combining  ", number, count));
+}
+
+// What a job has finished stays; what it was at is as it was before.
+void MainComponent::cancelJobs()
+{
+    const auto wasLoading = desk.isRunning (JobKind::load);
+
+    if (! desk.cancel())
+        return;
+
+    showStatus ("Cancelled.");
+
+    // The take that is still open is shown again as the open one.
+    const auto& takes = work.document().takes;
+    const auto shown =
+        std::ranges::find_if (takes, [this] (const auto& take) { return take.host.file == session.host.file; });
+
+    if (wasLoading && shown != takes.end())
+        work.openTake ((int) (shown - takes.begin()));
+
+    showWork();
 }
 
 }    // namespace ld

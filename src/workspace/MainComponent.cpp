@@ -29,13 +29,17 @@ MainComponent::MainComponent()
     setUpButtons();
     setUpLabels();
     setUpPanels();
-    showChildren();
+    desk.onChanged = [this] { showWork(); };
+    showWork();
     startTimerHz (30);
 }
 
 MainComponent::~MainComponent()
 {
     stopTimer();
+    preview.deviceManager.removeChangeListener (this);
+    desk.onChanged = {};
+    delete mixerPanel.getComponent();
     preview.stop();
     video.close();
     juce::LookAndFeel::setDefaultLookAndFeel (nullptr);
@@ -44,8 +48,8 @@ MainComponent::~MainComponent()
 
 void MainComponent::paint (juce::Graphics& g)
 {
-    if (session.host.format.valid)
-        paintWorkspace (g, lookAndFeel, getLocalBounds(), headlineOf (session.host), shownStatus());
+    if (showsTake())
+        paintWorkspace (g, lookAndFeel, getLocalBounds(), headline(), shownStatus());
     else
         paintWelcome (g,
                       lookAndFeel,
@@ -56,9 +60,10 @@ void MainComponent::paint (juce::Graphics& g)
 
 void MainComponent::resized()
 {
-    const MainFace face { .hasHost = session.host.format.valid,
+    const MainFace face { .hasWork = showsTake(),
                           .hasPicture = session.video.loaded,
-                          .hasSeveralTakes = batch.size() >= 2,
+                          .hasSeveralTakes = work.document().takes.size() >= 2,
+                          .hasMissing = hasMissing(),
                           .showsInspector = ! session.selectedGuest.isNull() };
     const auto at = layOutMain (getWidth(), getHeight(), face);
     showChildren();
@@ -66,6 +71,7 @@ void MainComponent::resized()
 
     const std::pair<juce::Component*, juce::Rectangle<int>> places[] = {
         { &progressBar, at.progressBar },
+        { &cancelButton, at.cancel },
         { &outputButton, at.output },
         { &openPolysButton, at.openPolys },
         { &openFolderButton, at.openFolder },
@@ -84,6 +90,9 @@ void MainComponent::resized()
         { &transportLabel, at.transport },
         { &monitorMixButton, at.monitorMix },
         { &drawFadersButton, at.drawFaders },
+        { &undoButton, at.undo },
+        { &redoButton, at.redo },
+        { &findButton, at.findMissing },
         { &spine, at.spine },
         { &inspector, at.inspector },
         { &video, at.picture },
@@ -104,8 +113,14 @@ bool MainComponent::keyPressed (const juce::KeyPress& key)
 
     if (key == Key ('d') && hasHost)
         drawFadersButton.setToggleState (! drawFadersButton.getToggleState(), juce::sendNotification);
+    else if (isCommand ('z'))
+        undo();
+    else if (isCommand ('y') || key == Key ('z', commandShift, 0))
+        redo();
     else if (isCommand ('s'))
         saveSessionChooser();
+    else if (key == Key ('s', commandShift, 0) && hasWork())
+        saveSessionAs ([] {});
     else if (key == Key ('o', commandShift, 0))
         openSessionChooser();
     else if (isCommand ('o'))
@@ -134,17 +149,13 @@ void MainComponent::timerCallback()
     showOutputName();
     spine.playhead = preview.playhead;
     updateTransportDisplay();
+    keepUpRecovery();
     auto isFading = false;
 
-    if (! busy)
+    for (auto& guest : session.guests)
     {
-        const juce::ScopedLock lock (sessionLock);
-
-        for (auto& guest : session.guests)
-        {
-            isFading = isFading || guest.waveEmphasis > 0.0f;
-            guest.waveEmphasis = std::max (guest.waveEmphasis - fadePerTick, 0.0f);
-        }
+        isFading = isFading || guest.waveEmphasis > 0.0f;
+        guest.waveEmphasis = std::max (guest.waveEmphasis - fadePerTick, 0.0f);
     }
 
     if (! isFading && ! fileDragOver && ! preview.playing && ! wasPlaying && ! session.video.loaded)
@@ -166,9 +177,55 @@ void MainComponent::timerCallback()
         repaint();
 }
 
+// What stands on the view besides the lanes, after any change of the work or of the jobs.
+void MainComponent::showWork()
+{
+    const auto& takes = work.document().takes;
+    const auto isReady = session.host.format.valid && ! desk.isRunning (JobKind::load);
+
+    if (const auto* const take = openTakeOf (work.document()))
+        batchLabel.setText (batchText (takes, work.document().batchIndex), juce::dontSendNotification);
+    else
+        batchLabel.setText ({}, juce::dontSendNotification);
+
+    playButton.setEnabled (isReady);
+    addIsoButton.setEnabled (! desk.isRunning (JobKind::scan));
+    combineButton.setEnabled (! takes.empty() && ! desk.isBusy());
+    undoButton.setEnabled (work.canUndo());
+    redoButton.setEnabled (work.canRedo());
+    undoButton.setTooltip (work.canUndo() ? "Undo: " + work.undoName() : juce::String());
+    redoButton.setTooltip (work.canRedo() ? "Redo: " + work.redoName() : juce::String());
+
+    if (onTitleChanged)
+        onTitleChanged (titleOf (work));
+
+    resized();
+    repaint();
+}
+
+bool MainComponent::hasMissing() const
+{
+    return hasUnreadTake() || std::ranges::any_of (session.guests, [] (const auto& guest) { return guest.isMissing; })
+           || (session.video.file != juce::File() && ! session.video.loaded);
+}
+
+// The open take's poly could not be read.
+bool MainComponent::hasUnreadTake() const
+{
+    return showsTake() && ! session.host.format.valid;
+}
+
+juce::String MainComponent::headline() const
+{
+    if (! hasUnreadTake())
+        return headlineOf (session.host);
+
+    return session.host.file.getFileName() + (session.host.file.existsAsFile() ? " cannot be read" : " is missing");
+}
+
 juce::String MainComponent::shownStatus() const
 {
-    if (progressVisible)
+    if (desk.isBusy())
         return {};
 
     return statusText.isEmpty() && session.host.format.valid ? juce::String (emptyStatus) : statusText;
@@ -180,18 +237,27 @@ void MainComponent::showStatus (const juce::String& text)
     repaintStatus();
 }
 
+void MainComponent::announce (const juce::String& text)
+{
+    announcement << (announcement.isEmpty() ? "" : " | ") << text;
+}
+
+void MainComponent::showAnnouncement()
+{
+    if (announcement.isNotEmpty() && ! desk.isRunning (JobKind::load))
+        showStatus (std::exchange (announcement, {}));
+}
+
 void MainComponent::repaintStatus()
 {
     repaint (0, getHeight() - statusBandHeight, getWidth(), statusBandHeight);
 }
 
+// For the job that is about to start.
 void MainComponent::beginProgress (const juce::String& text, double value)
 {
-    progressVisible = true;
     progressValue = value;
     progressBar.setText (text);
-    resized();
-    repaintStatus();
 }
 
 void MainComponent::updateProgress (double value, const juce::String& text)
@@ -204,28 +270,21 @@ void MainComponent::updateProgress (double value, const juce::String& text)
     progressBar.repaint();
 }
 
-void MainComponent::finishProgress()
-{
-    progressValue = 0.0;
-    progressVisible = false;
-    alignmentTotal = alignmentDone = 0;
-    resized();
-    repaintStatus();
-}
-
 void MainComponent::refreshInspector()
 {
     const auto& host = session.host;
     inspector.setGuest (session.findGuest (session.selectedGuest),
-                        host.format.sampleRate,
-                        host.ixml.timecodeRate,
-                        host.ixml.timecodeFlag);
+                        selectedLane,
+                        { host.format.sampleRate, host.ixml.timecodeRate, host.ixml.timecodeFlag });
 }
 
-// Before its guest moves or goes.
-void MainComponent::closeInspector()
+// Before lanes go, come or move: what the panels show would be others.
+void MainComponent::closePanels()
 {
-    inspector.setGuest (nullptr, 48000, "24/1", "NDF");
+    inspector.setGuest (nullptr, 0, {});
+
+    if (mixerPanel != nullptr)
+        mixerPanel->dismiss();
 }
 
 // What stands for the open take, when its guests have changed.
@@ -239,8 +298,7 @@ void MainComponent::refreshTake()
 // A job has ended without a result.
 void MainComponent::fail (const juce::String& sentence)
 {
-    isLoading = false;
-    endScan();
+    announcement.clear();
     showStatus (sentence);
 }
 

@@ -5,26 +5,35 @@
 #include "monitor/PreviewEngine.h"
 #include "session/TakeLoading.h"
 #include "theme/LookAndFeel.h"
+#include "work/MissingFiles.h"
+#include "work/Recovery.h"
+#include "work/SessionPlan.h"
+#include "work/WorkEdits.h"
 #include "workspace/InspectorPanel.h"
-#include "workspace/JobRunner.h"
+#include "workspace/JobDesk.h"
 #include "workspace/PicturePlayer.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
 #include "workspace/WorkBar.h"
 
+#include <set>
+
 namespace ld
 {
 
-struct PlacedGuest;
+/** The one view of the program, through which every action of the user enters. It has two faces: a welcome card while
+    there is no work, and the workspace.
 
-/** The one view of the program, through which every action of the user enters. It has two faces: a welcome card while no
-    poly is open, and the workspace.
+    The work is the document in the history, and nothing else is: an action makes an edit of it, perform takes the edit and
+    brings the open session to the same state. Results of jobs come in by amend. Selection, playhead and the like are the
+    view's own.
 
     Threads: everything here is the message thread's, and it alone writes the session; it takes sessionLock to do so,
-    because the audio thread reads the session under it. Slow work runs as a job on values that are handed to it; its
-    commit, on the message thread again, stores the result. While busy is set, what would pull the ground from under a
-    job is refused. */
-class MainComponent : public juce::Component, public juce::FileDragAndDropTarget, private juce::Timer
+    because the audio thread reads the session under it. Slow work runs as a job on values that are handed to it. */
+class MainComponent : public juce::Component,
+                      public juce::FileDragAndDropTarget,
+                      private juce::Timer,
+                      private juce::ChangeListener
 {
 public:
     MainComponent();
@@ -33,13 +42,32 @@ public:
     /** Asks the user; to be replaced where no user is there to answer. */
     UserQuestions questions = systemQuestions();
 
+    /** Told the name of the work, with a mark while it is not saved; empty where there is none. */
+    std::function<void (const juce::String&)> onTitleChanged;
+
+    /** Keeps a second copy of unsaved work from now on, and asks whether to open what an earlier program has left. */
+    void keepRecovery (std::unique_ptr<RecoveryFile>);
+
+    /** Nothing is to be left for a next start: the user has seen to the work. */
+    void endRecovery();
+
+    /** Writes that copy now, if there is anything to be lost: the program ends. */
+    void flushRecovery();
+
+    /** Plays to the output that was chosen last, and notes in this file which one is chosen from now on. */
+    void rememberOutput (const juce::File& settings);
+
+    /** Goes on where the user has nothing to lose, or has said what is to become of it. */
+    void askToSave (std::function<void()> goOn);
+
     // What is going on, for those who drive the view.
-    [[nodiscard]] bool isBusy() const noexcept { return busy; }
+    [[nodiscard]] bool isBusy() const noexcept { return desk.isBusy(); }
     [[nodiscard]] const juce::String& status() const noexcept { return statusText; }
     [[nodiscard]] const Session& openSession() const noexcept { return session; }
-    [[nodiscard]] const std::vector<BatchMatch>& openBatch() const noexcept { return batch; }
+    [[nodiscard]] const WorkHistory& history() const noexcept { return work; }
+    [[nodiscard]] const std::vector<BatchMatch>& openBatch() const noexcept { return work.document().takes; }
     [[nodiscard]] juce::CriticalSection& lockOfSession() noexcept { return sessionLock; }
-    [[nodiscard]] JobRunner::Count runningJobs() const { return jobs.running(); }
+    [[nodiscard]] JobRunner::Count runningJobs() const { return desk.running(); }
 
     void paint (juce::Graphics&) override;
     void resized() override;
@@ -51,26 +79,54 @@ public:
 
 private:
     void timerCallback() override;
+    void changeListenerCallback (juce::ChangeBroadcaster*) override;
 
     // View (MainComponent.cpp, MainChildren.cpp)
     void setUpButtons();
     void setUpLabels();
     void setUpPanels();
+    void setUpSpine();
+    void setUpInspector();
     void setUpButton (juce::TextButton&, const juce::String& text, juce::Colour fill, std::function<void()> onClick);
     void showOutputName();
     void showChildren();
+    void showWork();
+    [[nodiscard]] bool hasWork() const noexcept { return ! work.document().takes.empty(); }
+    [[nodiscard]] bool showsTake() const noexcept { return session.host.file != juce::File(); }
+    [[nodiscard]] bool hasMissing() const;
+    [[nodiscard]] bool hasUnreadTake() const;
+    [[nodiscard]] juce::String headline() const;
     [[nodiscard]] juce::String shownStatus() const;
     void showStatus (const juce::String& text);
+    void announce (const juce::String& text);
+    void showAnnouncement();
     void repaintStatus();
     void beginProgress (const juce::String& text, double value);
     void updateProgress (double value, const juce::String& text);
-    void finishProgress();
     void refreshInspector();
-    void closeInspector();
+    void closePanels();
     void refreshTake();
     void fail (const juce::String& sentence);
+    void openMonitorMixer();
+    void openOutputSettings();
 
-    // Transport, picture, and what the user does to tracks (MainTransport.cpp, MainTracks.cpp)
+    // The work and what follows from it (MainWork.cpp)
+    bool perform (WorkEdit, bool isOtherWork = false);
+    void amend (SessionDocument);
+    void undo();
+    void redo();
+    void travel (const juce::String& step, const juce::String& told, void (WorkHistory::*go)());
+    void bringSession();
+    void bringTake (const BatchMatch&);
+    void putAside (const std::vector<juce::Uuid>&);
+    void bringReferenceChannel();
+    void bringPicture();
+    void showPicture (const juce::File&);
+    void closeTake();
+    void keepUpRecovery();
+    void offerLostWork (const std::vector<LostWork>&);
+
+    // Transport and picture (MainTransport.cpp)
     void togglePlay();
     void stopPlaying();
     void resetPlayhead();
@@ -80,23 +136,26 @@ private:
     void syncVideoTransport();
     [[nodiscard]] double videoSecondsForPlayhead (juce::int64 sample) const;
     void loadVideo (const juce::File&);
-    void restorePendingVideo();
+    void takePicture (const juce::File&);
     void showVideoTimecode();
     void setVideoTimecode();
-    void openMonitorMixer();
-    void openOutputSettings();
-    void selectGuest (const juce::Uuid&);
+
+    // What the user does to tracks (MainTracks.cpp)
+    void selectGuest (const juce::Uuid&, int lane = 0);
     void setReferenceChannel (int channel);
-    void changeMixer (const std::function<void()>& change);
-    void rememberMixer();
+    void changeMixer (const juce::String& what, int mixerIndex, const std::function<void()>& change);
+    void rememberLevels (const juce::String& name, const juce::String& stroke);
     void nudgeSelected (juce::int64 delta);
     void setOffset (const juce::Uuid&, juce::int64 offset);
-    void persistSelectedMetadata();
+    void editLane (const juce::Uuid&, int lane, LaneField, const juce::String& text);
+    void searchSelected();
     void confirmRemoveTrack (bool isGuest, const juce::Uuid&, int channel);
     void removeTrackConfirmed (bool isGuest, const juce::Uuid&, int channel);
     [[nodiscard]] juce::String
     trackName (bool isGuest, const juce::Uuid&, int channel, const juce::String& absent) const;
+    [[nodiscard]] juce::String laneName (int mixerIndex) const;
     void resetFolders();
+    void resetConfirmed();
 
     // Files coming in (MainIntake.cpp)
     void handleIncomingFiles (const juce::StringArray&);
@@ -106,27 +165,29 @@ private:
     void openVideoChooser();
     void openSessionChooser();
     void saveSessionChooser();
+    void saveSessionAs (std::function<void()> saved);
+    void openPolys (std::vector<juce::File>);
+    void saveUnlessThereIsAnother (const juce::File&, const std::function<void()>& saved);
+    [[nodiscard]] bool mustWait() const;
     void combineAllChooser();
+    void findMissingChooser();
 
     // One take (MainTake.cpp)
-    void loadHostAsync (const juce::File& host, std::vector<juce::File> guests, bool removeUnmatched);
-    void commitTake (LoadedTake, bool removeUnmatched);
-    void addDroppedAudio (std::vector<juce::File>);
-    void commitAddedFiles (std::vector<GuestClip>);
-    void alignGuestsAsync (const std::vector<juce::Uuid>&, bool removeUnmatched);
-    void commitPlace (PlacedGuest, bool removeUnmatched);
-    void beginAlignmentProgress (int count);
-    void completeAlignmentProgress();
-
-    // The batch and its document (MainBatch.cpp)
-    void loadBatchIndex (int index);
+    void openTake (int index);
     void stepBatch (int by);
-    void syncCurrentTakeIntoBatch();
-    [[nodiscard]] SessionDocument captureSessionDocument() const;
-    [[nodiscard]] juce::Result writeCurrentSessionTo (const juce::File&);
+    void loadOpenTake();
+    void loadHostAsync (const juce::File& host, std::vector<juce::File> guests);
+    void startLoad (LoadRequest, std::function<void()> loaded, std::function<void (const juce::String&)> failed);
+    void commitTake (LoadedTake, const std::function<void()>& loaded);
+    void addFilesAsync (const std::vector<ScanFile>&);
+    void commitAddedGuests (AddedGuests);
+    void searchGuestsAsync (const std::vector<juce::Uuid>&);
+    void commitPlace (PlacedGuest, const std::vector<FilePlace>& known);
+
+    // The session file (MainFile.cpp)
     void saveSessionTo (const juce::File&);
     void loadSessionFile (const juce::File&);
-    void forgetTakes();
+    void openDocument (SessionDocument, const juce::File&);
 
     // Whole folders (MainScan.cpp) and the combine run (MainCombine.cpp)
     void runBatchAsync (const juce::File& folder);
@@ -134,11 +195,13 @@ private:
     void addIsoFolderAsync (const juce::File& folder);
     void addIsoFolderToTake (const juce::File& folder);
     void addIsoFolderToBatch (const juce::File& folder);
+    void addDroppedAudio (std::vector<juce::File>);
+    void findMissingIn (const juce::File& folder);
     void showMatchProgress (const juce::String& what, int done, int total);
     [[nodiscard]] std::function<void (const juce::String& what, int done, int total)> matchProgress();
-    void endScan();
     void combineInto (const juce::File& folder);
     void showCombineProgress (int number, int count, float fraction, const juce::String& phase);
+    void cancelJobs();
 
     LookAndFeel lookAndFeel;
     Session session;
@@ -150,35 +213,32 @@ private:
 
     juce::TextButton playButton, combineButton, openPolysButton, rewindButton, backFiveButton, forwardFiveButton,
         monitorMixButton, drawFadersButton, openFolderButton, addIsoButton, outputButton, resetButton, saveButton,
-        openSessionButton, prevButton, nextButton;
+        openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton;
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
     WorkBar progressBar { progressValue, lookAndFeel };
 
+    juce::TooltipWindow tooltips { this };
+    juce::Component::SafePointer<juce::CallOutBox> mixerPanel;
+
     juce::String statusText;
-    float dragPulse = 0.0f;    // 0 to 1
-    bool busy = false, fileDragOver = false, wasPlaying = false, progressVisible = false;
-    int alignmentTotal = 0, alignmentDone = 0;    // guests of the running alignment
+    juce::String announcement;    // to be read once the take is there
+    float dragPulse = 0.0f;       // 0 to 1
+    bool fileDragOver = false, wasPlaying = false;
+    int selectedLane = 0;    // of session.selectedGuest
+    juce::File outputSettings;
 
-    std::vector<BatchMatch> batch;
-    int batchIndex = 0;
-    std::vector<RecorderClock> recorders;    // of the last scan
-    MetadataOverrides metadataOverrides;
-    NameOverrides nameOverrides;
-    MixerTemplate mixerTemplate;
-    juce::File sessionFile;
-    int pendingReferenceChannel = -1;
-    juce::File pendingVideoFile;
-    juce::int64 pendingVideoTimestamp = 0;
-    juce::String pendingVideoRate;
+    WorkHistory work;
+    std::vector<GuestClip> shelf;      // guests of the open take that were removed, with their audio
+    std::set<juce::String> onTrial;    // paths of files of an ISO folder: they stay only if they belong to the take
 
-    // Results that are meant for a take that has been replaced since are dropped.
-    int loadSerial = 0, takeSerial = 0;
-    bool isLoading = false;
-    std::shared_ptr<std::atomic<bool>> alignmentIsWanted = std::make_shared<std::atomic<bool>> (true);
+    std::unique_ptr<RecoveryFile> recovery;
+    std::vector<LostWork> reopened;    // held until the own copy is written
+    juce::int64 recoveredState = 0;    // of the work, as it was copied last
+    juce::uint32 recoveredAt = 0;      // milliseconds
 
-    JobRunner jobs;    // the last member: what it delivers must find the others
+    JobDesk desk;    // the last member: what it delivers must find the others
 };
 
 }    // namespace ld

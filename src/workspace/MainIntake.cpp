@@ -56,16 +56,24 @@ void MainComponent::filesDropped (const juce::StringArray& paths, int, int)
     repaint();
 }
 
+// A scan or a combine run that is under way comes first: what it leaves decides what becomes of the files.
+bool MainComponent::mustWait() const
+{
+    return desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write) || desk.isRunning (JobKind::load);
+}
+
 void MainComponent::handleIncomingFiles (const juce::StringArray& paths)
 {
     auto dropped = sortDroppedPaths (paths);
-    const auto hasHost = session.host.format.valid;
 
     if (! dropped.sessions.empty())
         return loadSessionFile (dropped.sessions.front());
 
+    if (mustWait())
+        return desk.whenFree ([this, paths] { handleIncomingFiles (paths); });
+
     if (! dropped.folders.empty())
-        return hasHost ? addIsoFolderAsync (dropped.folders.front()) : runBatchAsync (dropped.folders.front());
+        return hasWork() ? addIsoFolderAsync (dropped.folders.front()) : runBatchAsync (dropped.folders.front());
 
     for (const auto& picture : dropped.pictures)
         loadVideo (picture);
@@ -73,25 +81,37 @@ void MainComponent::handleIncomingFiles (const juce::StringArray& paths)
     if (dropped.audio.empty())
         return;
 
-    if (hasHost)
+    if (hasWork())
         return addDroppedAudio (std::move (dropped.audio));
 
     const auto host = dropped.audio.front();
     dropped.audio.erase (dropped.audio.begin());
-    loadHostAsync (host, std::move (dropped.audio), false);
+    loadHostAsync (host, std::move (dropped.audio));
+}
+
+// Several polys take the place of the takes at hand; a single one joins them.
+void MainComponent::openPolys (std::vector<juce::File> files)
+{
+    std::erase_if (files, [] (const auto& file) { return ! file.existsAsFile(); });
+
+    if (desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write))
+        return desk.whenFree ([this, files] { openPolys (files); });
+
+    if (files.size() == 1)
+        return loadHostAsync (files.front(), {});
+
+    if (! files.empty())
+        askToSave ([self = juce::Component::SafePointer<MainComponent> (this), files] {
+            if (self != nullptr)
+                self->loadPolyBatchAsync (files);
+        });
 }
 
 void MainComponent::openHostChooser()
 {
-    questions.chooseFiles ({ "Open one or more polyphonic BWFs", {}, "*.wav;*.WAV;*.bwf;*.BWF", openSeveral },
-                           answeredBy (this, [this] (std::vector<juce::File> files) {
-                               std::erase_if (files, [] (const auto& file) { return ! file.existsAsFile(); });
-
-                               if (files.size() == 1)
-                                   loadHostAsync (files.front(), {}, false);
-                               else if (files.size() > 1)
-                                   loadPolyBatchAsync (files);
-                           }));
+    questions.chooseFiles (
+        { "Open one or more polyphonic BWFs", {}, "*.wav;*.WAV;*.bwf;*.BWF", openSeveral },
+        answeredBy (this, [this] (std::vector<juce::File> files) { openPolys (std::move (files)); }));
 }
 
 void MainComponent::openFolderChooser()
@@ -99,13 +119,13 @@ void MainComponent::openFolderChooser()
     questions.chooseFiles ({ "Scan shoot folder and all subfolders", {}, "*", openFolder },
                            answeredBy (this, [this] (const std::vector<juce::File>& folders) {
                                if (folders.front().isDirectory())
-                                   runBatchAsync (folders.front());
+                                   handleIncomingFiles ({ folders.front().getFullPathName() });
                            }));
 }
 
 void MainComponent::openIsoFolderChooser()
 {
-    if (! session.host.format.valid)
+    if (! hasWork())
         return;
 
     questions.chooseFiles (
@@ -124,13 +144,10 @@ void MainComponent::openVideoChooser()
 
 void MainComponent::openSessionChooser()
 {
-    if (busy)
-    {
-        showStatus (waitBeforeOpening);
-        return;
-    }
+    if (desk.isBusy())
+        return showStatus (waitBeforeOpening);
 
-    questions.chooseFiles ({ "Open session", sessionFile, "*.ldsession", openOne },
+    questions.chooseFiles ({ "Open session", work.file(), "*.ldsession", openOne },
                            answeredBy (this, [this] (const std::vector<juce::File>& files) {
                                if (files.front().existsAsFile())
                                    loadSessionFile (files.front());
@@ -139,31 +156,80 @@ void MainComponent::openSessionChooser()
 
 void MainComponent::saveSessionChooser()
 {
-    if (! session.host.format.valid || busy)
+    if (! hasWork())
         return;
 
-    if (sessionFile != juce::File())
-        return saveSessionTo (sessionFile);
+    if (work.file() != juce::File())
+        return saveSessionTo (work.file());
 
-    const auto& host = session.host.file;
-    questions.chooseFiles ({ "Save session", host.withFileExtension (".ldsession"), "*.ldsession", saveOne },
-                           answeredBy (this, [this] (const std::vector<juce::File>& files) {
-                               const auto& file = files.front();
-                               saveSessionTo (file.getFileExtension().isEmpty() ? file.withFileExtension ("ldsession")
-                                                                                : file);
+    saveSessionAs ([] {});
+}
+
+// saved   what follows
+void MainComponent::saveSessionAs (std::function<void()> saved)
+{
+    const auto asked = work.file();
+    const auto poly = openTakeOf (work.document())->host.file;
+    const auto start = asked != juce::File() ? asked : poly.withFileExtension (".ldsession");
+    questions.chooseFiles ({ "Save session", start, "*.ldsession", saveOne },
+                           answeredBy (this, [this, asked, saved = std::move (saved)] (const auto& files) {
+                               // Meanwhile it may have become another work, or none.
+                               if (hasWork() && work.file() == asked)
+                                   saveUnlessThereIsAnother (files.front(), saved);
                            }));
+}
+
+// The dialog has asked already where the name that was typed is that of a file; not where only its ending makes it so.
+void MainComponent::saveUnlessThereIsAnother (const juce::File& typed, const std::function<void()>& saved)
+{
+    const auto isComplete = typed.getFileExtension().isNotEmpty();
+    const auto file = isComplete ? typed : typed.withFileExtension ("ldsession");
+    const auto save = [this, file, saved] {
+        saveSessionTo (file);
+
+        if (! work.isUnsaved())
+            saved();
+    };
+
+    if (isComplete || file == work.file() || ! file.existsAsFile())
+        return save();
+
+    questions.choose (
+        { "Save session", file.getFileName() + " is there already. Replace it?", { "Replace", "Cancel" } },
+        this,
+        [self = juce::Component::SafePointer<MainComponent> (this), save] (int answer) {
+        if (self != nullptr && answer == 0)
+            save();
+        });
 }
 
 void MainComponent::combineAllChooser()
 {
-    if (! session.host.format.valid || busy)
+    const auto* const take = openTakeOf (work.document());
+
+    if (take == nullptr || desk.isBusy())
         return;
 
     questions.chooseFiles (
-        { "Choose a folder for COMBINED WAV files", session.host.file.getParentDirectory(), "*", openFolder },
+        { "Choose a folder for COMBINED WAV files", take->host.file.getParentDirectory(), "*", openFolder },
         answeredBy (this, [this] (const std::vector<juce::File>& folders) {
-            if (folders.front().isDirectory())
+            if (hasWork() && folders.front().isDirectory())
                 combineInto (folders.front());
+        }));
+}
+
+void MainComponent::findMissingChooser()
+{
+    const auto* const take = openTakeOf (work.document());
+
+    if (take == nullptr)
+        return;
+
+    questions.chooseFiles (
+        { "Find missing files in a folder and all below it", take->host.file.getParentDirectory(), "*", openFolder },
+        answeredBy (this, [this] (const std::vector<juce::File>& folders) {
+            if (hasWork() && folders.front().isDirectory())
+                findMissingIn (folders.front());
         }));
 }
 

@@ -35,7 +35,29 @@ void layOutTransport (MainLayout& at, int right, int row)
     at.forwardFive = Bounds (226, row, 54, 32);
     at.monitorMix = Bounds (right - 152, row, 128, 32);
     at.drawFaders = Bounds (at.monitorMix.getX() - 118, row, 110, 32);
-    at.transport = Bounds (294, row, std::max (at.drawFaders.getX(), 424) - 304, 32);
+}
+
+// Beside the takes where they have a row, else in that of the transport.
+void layOutEdits (MainLayout& at, int right, int row, const MainFace& face)
+{
+    const auto isOwnRow = face.hasSeveralTakes || face.hasPicture;
+    const auto end = isOwnRow ? right - 24 : at.drawFaders.getX() - 8;
+    const auto y = isOwnRow ? 92 : row, height = isOwnRow ? 30 : 32;
+    at.redo = Bounds (end - 62, y, 62, height);
+    at.undo = Bounds (end - 130, y, 62, height);
+    auto left = at.undo.getX();
+
+    if (face.hasMissing)
+    {
+        at.findMissing = Bounds (left - 134, y, 126, height);
+        left = at.findMissing.getX();
+    }
+
+    if (face.hasSeveralTakes)
+        at.batchLabel.setRight (std::min (at.batchLabel.getRight(), left - 8));
+
+    const auto transportEnd = isOwnRow ? at.drawFaders.getX() : left;
+    at.transport = Bounds (294, row, std::max (transportEnd, 424) - 304, 32);
 }
 
 void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
@@ -59,6 +81,7 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
 
     layOutTopBand (at, right);
     layOutTransport (at, right, row);
+    layOutEdits (at, right, row, face);
     at.output = Bounds (w - 286, h - 33, 262, 28);
 
     const auto below = std::max (h - row - 42, 0);
@@ -73,9 +96,11 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
 MainLayout layOutMain (int width, int height, const MainFace& face)
 {
     MainLayout at;
-    at.progressBar = Bounds (24, height - 31, std::max (width, 454) - 334, 22);
+    const auto progress = Bounds (24, height - 31, std::max (width, 454) - 334, 22);
+    at.progressBar = progress.withTrimmedRight (84);
+    at.cancel = progress.withLeft (progress.getRight() - 76);
 
-    if (face.hasHost)
+    if (face.hasWork)
         layOutWorkspace (at, width, height, face);
     else
         layOutWelcome (at, width, height);

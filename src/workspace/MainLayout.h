@@ -8,21 +8,23 @@ namespace ld
 /** What the main view has to find room for. */
 struct MainFace
 {
-    bool hasHost = false;    // the workspace; else the welcome card
+    bool hasWork = false;    // the workspace; else the welcome card
     bool hasPicture = false;
     bool hasSeveralTakes = false;
+    bool hasMissing = false;    // files that are not there
     bool showsInspector = false;
 };
 
 /** Where the main view's children stand, in its own coordinates. Those that a face does not show have empty bounds. */
 struct MainLayout
 {
-    juce::Rectangle<int> progressBar, output, openPolys;                    // both faces
-    juce::Rectangle<int> openFolder, openSession;                           // welcome card
-    juce::Rectangle<int> combine, save, addIso, reset;                      // workspace, top band
-    juce::Rectangle<int> previousTake, nextTake, batchLabel;                // with several takes
+    juce::Rectangle<int> progressBar, cancel, output, openPolys;    // both faces; the bar ends left of its button
+    juce::Rectangle<int> openFolder, openSession;                   // welcome card
+    juce::Rectangle<int> combine, save, addIso, reset;              // workspace, top band
+    juce::Rectangle<int> previousTake, nextTake, batchLabel;        // with several takes
     juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
-    juce::Rectangle<int> monitorMix, drawFaders, spine, inspector;
+    juce::Rectangle<int> monitorMix, drawFaders, undo, redo, spine, inspector;
+    juce::Rectangle<int> findMissing;                 // with missing files
     juce::Rectangle<int> picture, pictureTimecode;    // with a picture
 };
 

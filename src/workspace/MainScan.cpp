@@ -4,23 +4,27 @@
 #include "session/BatchTakes.h"
 #include "workspace/MainText.h"
 
-// Many recordings at once: a shoot folder, several polys, a folder of ISO files.
+// Many recordings at once: a shoot folder, several polys, a folder of ISO files, a drop.
 
 namespace ld
 {
 namespace
 {
 
-std::vector<ScanFile> inspectAll (const std::vector<juce::File>& files)
+std::vector<ScanFile> inspectAll (const std::vector<juce::File>& files, const JobDesk::Wanted& isWanted)
 {
     std::vector<ScanFile> scans;
-    std::transform (files.begin(), files.end(), std::back_inserter (scans), inspectAudioFile);
+
+    for (const auto& file : files)
+        if (isWanted())
+            scans.push_back (inspectAudioFile (file));
+
     return scans;
 }
 
 using ShowProgress = std::function<void (const juce::String& what, int done, int total)>;
 
-ShootProgress postedTo (const JobRunner::Progress& progress, ShowProgress show)
+ShootProgress postedTo (const JobDesk::Progress& progress, ShowProgress show)
 {
     return [progress, show = std::move (show)] (const juce::String& what, int done, int total) {
         if (total >= 1)
@@ -28,12 +32,17 @@ ShootProgress postedTo (const JobRunner::Progress& progress, ShowProgress show)
     };
 }
 
-// What a folder gave to the open take.
-struct FoundForTake
+MatchOptions optionsFor (const JobDesk::Progress& progress)
 {
-    AddedFiles files;
-    int skipped = 0;
-};
+    MatchOptions options;
+    options.isWanted = progress.wanted;
+    return options;
+}
+
+juce::String nameOfDrop (const std::vector<ScanFile>& files)
+{
+    return files.size() == 1 ? files.front().file.getFileName() : juce::String ((int) files.size()) + " files";
+}
 
 }    // namespace
 
@@ -47,78 +56,78 @@ std::function<void (const juce::String&, int, int)> MainComponent::matchProgress
     return [this] (const juce::String& what, int done, int total) { showMatchProgress (what, done, total); };
 }
 
-void MainComponent::endScan()
-{
-    busy = false;
-    addIsoButton.setEnabled (true);
-    finishProgress();
-}
-
 void MainComponent::runBatchAsync (const juce::File& folder)
 {
-    busy = true;
     showStatus ("Scanning " + folder.getFileName() + "...");
     beginProgress ("Examining shoot folder...", -1.0);
 
-    jobs.start (
-        [folder, show = matchProgress()] (const JobRunner::Progress& progress) {
-        return matchShoot (inspectAll (collectMediaFiles (folder)), postedTo (progress, show));
+    desk.start (
+        JobKind::scan,
+        {},
+        [folder, show = matchProgress()] (const JobDesk::Progress& progress) {
+        return matchShoot (
+            inspectAll (collectMediaFiles (folder), progress.wanted), postedTo (progress, show), optionsFor (progress));
         },
         [this, folder] (ShootMatch shoot) {
-        endScan();
-        batch = std::move (shoot.matches);
-        recorders = std::move (shoot.recorders);
-        batchIndex = 0;
-
-        if (batch.empty())
+        if (shoot.matches.empty())
             return showStatus ("No polyphonic takes in that folder.");
 
-        showStatus (scanText (batch, folder.getFileName()));
-        loadBatchIndex (0);
+        const auto text = scanText (shoot.matches, folder.getFileName());
+        announce (text);
+        perform (replaceTakes (work.document(),
+                               std::move (shoot.matches),
+                               std::move (shoot.recorders),
+                               "Scan " + folder.getFileName()),
+                 true);
     },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
 void MainComponent::loadPolyBatchAsync (const std::vector<juce::File>& files)
 {
-    if (files.empty() || busy)
+    if (files.empty() || desk.isBusy())
         return;
 
-    busy = true;
     showStatus ("Reading " + juce::String (files.size()) + " poly files...");
     beginProgress ("Examining poly files...", -1.0);
 
-    jobs.start (
-        [files] (const auto&) {
-        auto scans = inspectAll (files);
+    desk.start (
+        JobKind::scan,
+        {},
+        [files] (const JobDesk::Progress& progress) {
+        auto scans = inspectAll (files, progress.wanted);
         std::erase_if (scans, [] (const auto& scan) { return ! isPoly (scan); });
         return matchBatch (scans);
         },
         [this] (std::vector<BatchMatch> matches) {
-        endScan();
-
         if (matches.empty())
             return showStatus ("None of the selected files are polyphonic BWFs.");
 
-        batch = std::move (matches);
-        batchIndex = 0;
-        showStatus ("Loaded " + juce::String (batch.size()) + " polys | add an ISO folder to match all of them.");
-        loadBatchIndex (0);
+        const auto count = (int) matches.size();
+        const auto text = "Loaded " + juce::String (count) + " polys | add an ISO folder to match all of them.";
+        announce (text);
+        perform (replaceTakes (work.document(), std::move (matches), {}, "Open " + juce::String (count) + " polys"),
+                 true);
     },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
 void MainComponent::addIsoFolderAsync (const juce::File& folder)
 {
-    if (! session.host.format.valid || ! folder.isDirectory() || busy)
+    if (! hasWork() || ! folder.isDirectory())
         return;
 
-    busy = true;
-    addIsoButton.setEnabled (false);
+    if (desk.isBusy())
+    {
+        showStatus (folder.getFileName() + " follows when the current work is done.");
+        announce (folder.getFileName() + " follows");
+        return desk.whenFree ([this, folder] { addIsoFolderAsync (folder); });
+    }
+
     showStatus ("Scanning every subfolder in " + folder.getFileName() + "...");
     beginProgress ("Examining ISO folder...", -1.0);
 
-    if (batch.size() < 2)
+    if (work.document().takes.size() < 2)
         addIsoFolderToTake (folder);
     else
         addIsoFolderToBatch (folder);
@@ -126,59 +135,91 @@ void MainComponent::addIsoFolderAsync (const juce::File& folder)
 
 void MainComponent::addIsoFolderToTake (const juce::File& folder)
 {
-    std::vector<GuestClip> guests;
-    std::transform (session.guests.begin(), session.guests.end(), std::back_inserter (guests), describeGuest);
+    desk.start (
+        JobKind::scan,
+        {},
+        [folder, host = describeHost (session.host)] (const auto&) { return filesForTake (host, folder); },
+        [this, folder] (FilesForTake found) {
+        const auto before = openTakeOf (work.document())->guests.size();
+        auto edit = addFiles (work.document(), session.host.file, found.files, "ISO folder " + folder.getFileName());
+        const auto added = (int) (openTakeOf (edit.document)->guests.size() - before);
 
-    jobs.start (
-        [folder, host = describeHost (session.host), guests = std::move (guests)] (const auto&) {
-        const auto found = filesForTake (host, folder);
-        return FoundForTake { addFiles (host, guests, found.files), found.skipped };
-        },
-        [this, folder, serial = takeSerial] (FoundForTake found) {
-        addIsoButton.setEnabled (true);
-
-        if (serial != takeSerial)
-            return;
-
-        if (found.files.added == 0)
-        {
-            endScan();
+        if (added == 0)
             return showStatus ("No new ISO files matched " + folder.getFileName() + ".");
-        }
 
-        std::vector<juce::Uuid> ids;
+        for (const auto& scan : found.files)
+            if (! desk.isAt (scan.file))
+                onTrial.insert (scan.file.getFullPathName());
 
-        for (auto& guest : found.files.guests)
-        {
-            guest.matchPending = guest.lanesHidden = true;
-            ids.push_back (guest.id);
-        }
-
-        commitAddedFiles (std::move (found.files.guests));
         selectGuest (juce::Uuid::null());
-        beginAlignmentProgress ((int) ids.size());
-        showStatus (isosAddedText (found.files.added, found.skipped));
-        alignGuestsAsync (ids, true);
-    },
+        showStatus (isosAddedText (added, found.skipped));
+        perform (std::move (edit));
+        },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
 void MainComponent::addIsoFolderToBatch (const juce::File& folder)
 {
-    jobs.start (
-        [folder, takes = batch, show = matchProgress()] (const JobRunner::Progress& progress) {
-        auto shoot = matchShoot (scansForBatch (takes, folder), postedTo (progress, show));
-        shoot.matches = mergeMatches (takes, shoot.matches);
-        return shoot;
+    desk.start (
+        JobKind::scan,
+        {},
+        [folder, takes = work.document().takes, show = matchProgress()] (const JobDesk::Progress& progress) {
+        return matchShoot (scansForBatch (takes, folder), postedTo (progress, show), optionsFor (progress));
         },
-        [this, folder, index = batchIndex] (ShootMatch shoot) {
-        endScan();
-        batch = std::move (shoot.matches);
-        recorders = std::move (shoot.recorders);
-        batchIndex = juce::jlimit (0, (int) batch.size() - 1, index);
-        showStatus (isosMatchedText (batch, folder.getFileName()));
-        loadBatchIndex (batchIndex);
+        [this, folder] (ShootMatch shoot) {
+        const auto text = isosMatchedText (shoot.matches, folder.getFileName());
+        announce (text);
+        perform (joinMatches (work.document(), shoot.matches, std::move (shoot.recorders), folder.getFileName()));
     },
+        [this] (const juce::String& sentence) { fail (sentence); });
+}
+
+void MainComponent::addDroppedAudio (std::vector<juce::File> files)
+{
+    if (desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write) || desk.isRunning (JobKind::load))
+    {
+        showStatus (files.front().getFileName() + " follows when the current work is done.");
+        return desk.whenFree ([this, files = std::move (files)] { addDroppedAudio (files); });
+    }
+
+    if (! session.host.format.valid)
+        return;
+
+    desk.start (
+        JobKind::search,
+        {},
+        [files = std::move (files)] (const JobDesk::Progress& progress) {
+        auto scans = inspectAll (files, progress.wanted);
+        std::erase_if (scans, [] (const auto& scan) { return ! scan.format.valid; });
+        return scans;
+        },
+        [this] (const std::vector<ScanFile>& scans) {
+        perform (addFiles (work.document(), session.host.file, scans, nameOfDrop (scans)));
+    },
+        [this] (const juce::String& sentence) { fail (sentence); });
+}
+
+void MainComponent::findMissingIn (const juce::File& folder)
+{
+    if (desk.isBusy())
+        return desk.whenFree ([this, folder] { findMissingIn (folder); });
+
+    beginProgress ("Looking for missing files...", -1.0);
+    desk.start (
+        JobKind::scan,
+        {},
+        [folder, document = work.document()] (const auto&) { return findMissingFiles (document, folder); },
+        [this, folder] (const FoundFiles& found) {
+        const auto missing = (int) missingFilesOf (work.document()).size();
+        auto text = "Found " + juce::String ((int) found.moved.size()) + " of " + juce::String (missing)
+                    + " missing files in " + folder.getFileName() + ".";
+
+        if (found.ambiguous > 0)
+            text << " " << found.ambiguous << " stand there more than once.";
+
+        announce (text);
+        perform (relocateFiles (work.document(), found));
+        },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 

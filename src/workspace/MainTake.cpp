@@ -1,10 +1,11 @@
 #include "workspace/MainComponent.h"
 
 #include "batch/Workers.h"
+#include "media/BextIxml.h"
 #include "session/GuestPlacing.h"
 #include "workspace/MainText.h"
 
-// The open take: loading it, adding files to it, and the parallel alignment in which both end.
+// The open take: opening it, reading what belongs to it, and the parallel search in which all of that ends.
 
 namespace ld
 {
@@ -13,243 +14,346 @@ namespace
 
 constexpr auto aligningText = "Examining and lining up tracks  ";
 
+std::vector<GuestClip> describeGuests (const std::vector<GuestClip>& guests)
+{
+    std::vector<GuestClip> described;
+    std::transform (guests.begin(), guests.end(), std::back_inserter (described), describeGuest);
+    return described;
+}
+
+std::vector<juce::File> filesOf (const std::vector<ScanFile>& scans)
+{
+    std::vector<juce::File> files;
+    std::transform (
+        scans.begin(), scans.end(), std::back_inserter (files), [] (const auto& scan) { return scan.file; });
+    return files;
+}
+
+// What the work says about the places of a guest's files.
+std::vector<FilePlace> placesOf (const GuestClip& guest, const BatchMatch& take)
+{
+    std::vector<FilePlace> places;
+
+    for (const auto& file : filesOf (guest))
+        for (const auto& scan : take.guests)
+            if (scan.file == file)
+            {
+                places.push_back ({ file, scan.alignment });
+                break;
+            }
+
+    return places;
+}
+
+LockedPlacements knownOf (const std::vector<FilePlace>& places)
+{
+    LockedPlacements known;
+
+    for (const auto& place : places)
+        if (! isUnsearched (place.place))
+            known.try_emplace (place.file.getFullPathName(), place.place);
+
+    return known;
+}
+
 }    // namespace
 
-void MainComponent::loadHostAsync (const juce::File& host, std::vector<juce::File> guests, bool removeUnmatched)
+void MainComponent::openTake (int index)
 {
-    preview.stop();
-    resetPlayhead();
-    busy = true;
-    showStatus ("Reading " + host.getFileName() + "...");
-    beginProgress ("Examining " + host.getFileName() + "...", -1.0);
+    if (work.document().takes.empty())
+        return;
+
+    work.openTake (index);
+    showWork();
+    loadOpenTake();
+}
+
+void MainComponent::stepBatch (int by)
+{
+    if (! desk.isRunning (JobKind::scan) && ! desk.isRunning (JobKind::write))
+        openTake (work.document().batchIndex + by);
+}
+
+void MainComponent::loadOpenTake()
+{
+    const auto& doc = work.document();
+    const auto* const take = openTakeOf (doc);
+
+    if (take == nullptr || desk.isAt (take->host.file))
+        return;
 
     LoadRequest request;
-    request.host = host;
-    request.guests = std::move (guests);
-    request.removesUnmatched = removeUnmatched;
+    request.take = *take;
 
-    if (juce::isPositiveAndBelow (batchIndex, (int) batch.size()))
-        if (const auto& take = batch[(size_t) batchIndex]; take.host.file == host)
+    if (doc.referenceChannel >= 0)
+        request.referenceChannel = doc.referenceChannel;
+
+    startLoad (
+        std::move (request),
+        [this] { bringSession(); },
+        [this, poly = take->host] (const juce::String& sentence) {
+        // The take stays among the others, so that they can be reached and it can be found again.
+        closeTake();
+
         {
-            request.locked = lockedPlacementsOf (take);
-            request.omittedHost = take.omittedHost;
+            const juce::ScopedLock lock (sessionLock);
+            session.host.file = poly.file;
         }
 
-    if (pendingReferenceChannel >= 0)
-        request.referenceChannel = pendingReferenceChannel;
-
-    isLoading = true;
-    const auto serial = ++loadSerial;
-    jobs.start ([request = std::move (request)] (const auto&) { return loadTake (request); },
-                [this, serial, removeUnmatched] (LoadedTake loaded) {
-        if (serial == loadSerial)
-            commitTake (std::move (loaded), removeUnmatched);
-    },
-                [this, serial] (const juce::String& sentence) {
-        if (serial == loadSerial)
-            fail (sentence);
-    });
+        fail (sentence);
+        showWork();
+        });
 }
 
-void MainComponent::commitTake (LoadedTake loaded, bool removeUnmatched)
+// A poly that the user has chosen: nothing changes where it cannot be read.
+void MainComponent::loadHostAsync (const juce::File& host, std::vector<juce::File> guests)
 {
-    isLoading = false;
+    const auto& takes = work.document().takes;
+    const auto known =
+        std::ranges::find_if (takes, [&] (const auto& take) { return take.host.file == host; }) - takes.begin();
 
-    if (loaded.result.failed())
-        return fail (loaded.result.getErrorMessage());
+    if (known < (std::ptrdiff_t) takes.size())
+        return openTake ((int) known);
 
-    closeInspector();
-    auto& fresh = *loaded.session;
-    applyMetadataOverrides (fresh, metadataOverrides, nameOverrides);
-    fresh.applyMixerTemplate (mixerTemplate);
-    ++takeSerial;
-    *alignmentIsWanted = false;
+    LoadRequest request;
+    request.take.host.file = host;
+
+    for (const auto& file : guests)
+        request.take.guests.emplace_back().file = file;
+
+    startLoad (
+        request,
+        [this, take = request.take]() mutable {
+        copyIdentity (session.host, take.host);
+
+        for (auto& scan : take.guests)
+            for (const auto& guest : session.guests)
+                for (const auto& piece : guest.pieces)
+                    if (piece.file == scan.file)
+                        copyIdentity (piece, scan);
+
+        // What cannot be read belongs to nothing yet.
+        std::erase_if (take.guests, [] (const auto& scan) { return ! scan.format.valid; });
+        perform (openPoly (work.document(), take), ! work.document().takes.empty());
+        },
+        [this] (const juce::String& sentence) { fail (sentence); });
+}
+
+void MainComponent::startLoad (LoadRequest request,
+                               std::function<void()> loaded,
+                               std::function<void (const juce::String&)> failed)
+{
+    const auto host = request.take.host.file;
+    preview.stop();
+    resetPlayhead();
+    showStatus ("Reading " + host.getFileName() + "...");
+    beginProgress ("Examining " + host.getFileName() + "...", -1.0);
+    desk.start (
+        JobKind::load,
+        { host },
+        [request = std::move (request)] (const JobDesk::Progress& progress) mutable {
+        request.isWanted = progress.wanted;
+        return loadTake (request);
+        },
+        [this, loaded = std::move (loaded), failed] (LoadedTake take) {
+        if (take.result.failed())
+            failed (take.result.getErrorMessage());
+        else
+            commitTake (std::move (take), loaded);
+    },
+        failed);
+}
+
+void MainComponent::commitTake (LoadedTake take, const std::function<void()>& loaded)
+{
+    closePanels();
 
     {
         const juce::ScopedLock lock (sessionLock);
-        session.swapTake (fresh);
+        session.swapTake (*take.session);
     }
 
-    jobs.discard (std::move (loaded.session));
-    playButton.setEnabled (true);
-    combineButton.setEnabled (true);
-    restorePendingVideo();
+    desk.discard (std::move (take.session));
+    desk.discard (std::exchange (shelf, {}));
+    onTrial.clear();
+    const auto before = std::exchange (announcement, {});
+    announce (takeLoadedText (session.guests));
+
+    if (before.isNotEmpty())
+        announce (before);
+
+    loaded();
     refreshTake();
-    repaint();
-    showStatus (takeLoadedText (session.guests));
+    showAnnouncement();
     grabKeyboardFocus();
+    searchGuestsAsync (take.pending);
+}
 
-    if (loaded.pending.empty())
-    {
-        busy = false;
-        finishProgress();
+void MainComponent::addFilesAsync (const std::vector<ScanFile>& scans)
+{
+    if (scans.empty())
         return;
-    }
 
-    beginAlignmentProgress ((int) loaded.pending.size());
-    alignGuestsAsync (loaded.pending, removeUnmatched);
+    desk.start (
+        JobKind::search,
+        filesOf (scans),
+        [host = describeHost (session.host), guests = describeGuests (session.guests), scans] (
+            const JobDesk::Progress& progress) { return addGuests (host, guests, scans, progress.wanted); },
+        [this] (AddedGuests added) { commitAddedGuests (std::move (added)); },
+        [this] (const juce::String& sentence) { fail (sentence); });
 }
 
-void MainComponent::addDroppedAudio (std::vector<juce::File> files)
+void MainComponent::commitAddedGuests (AddedGuests added)
 {
-    std::vector<GuestClip> guests;
-    std::transform (session.guests.begin(), session.guests.end(), std::back_inserter (guests), describeGuest);
+    const auto* const take = openTakeOf (work.document());
 
-    jobs.start ([host = describeHost (session.host), guests = std::move (guests), files = std::move (files)] (
-                    const auto&) { return addFiles (host, guests, files); },
-                [this, serial = takeSerial] (AddedFiles added) {
-        if (serial != takeSerial)
-            return;
+    if (take == nullptr)
+        return;
 
-        commitAddedFiles (std::move (added.guests));
-        std::vector<juce::Uuid> ids;
-
-        for (const auto& guest : session.guests)
-            ids.push_back (guest.id);
-
-        busy = ! ids.empty();
-        beginAlignmentProgress ((int) ids.size());
-        alignGuestsAsync (ids, false);
-    },
-                [this] (const juce::String& sentence) { fail (sentence); });
-}
-
-void MainComponent::commitAddedFiles (std::vector<GuestClip> guests)
-{
     std::vector<GuestClip> replaced;
-    closeInspector();
+    closePanels();
 
     {
         const juce::ScopedLock lock (sessionLock);
-        replaced = takeOverAddedFiles (session, std::move (guests));
-        applyMetadataOverrides (session, metadataOverrides, nameOverrides);
-        session.applyMixerTemplate (mixerTemplate);
+
+        for (auto& guest : added.guests)
+        {
+            guest.lanesHidden = guest.matchPending && std::ranges::any_of (filesOf (guest), [this] (const auto& file) {
+                                    return onTrial.contains (file.getFullPathName());
+                                });
+
+            if (! guest.lanesHidden && session.findGuest (guest.id) == nullptr)
+                session.selectedGuest = guest.id;
+
+            if (auto* const live = session.findGuest (guest.id))
+            {
+                std::swap (*live, guest);
+                replaced.push_back (std::move (guest));
+            }
+            else
+                session.guests.push_back (std::move (guest));
+        }
+
+        dressSession (session, work.document(), *take);
     }
 
-    jobs.discard (std::move (replaced));
+    desk.discard (std::move (replaced));
+    searchGuestsAsync (added.pending);
     refreshTake();
 }
 
-void MainComponent::alignGuestsAsync (const std::vector<juce::Uuid>& ids, bool removeUnmatched)
+void MainComponent::searchGuestsAsync (const std::vector<juce::Uuid>& ids)
 {
-    if (ids.empty() || ! session.host.format.valid)
+    const auto* const take = openTakeOf (work.document());
+
+    if (ids.empty() || take == nullptr || ! session.host.format.valid)
         return;
 
-    std::vector<GuestClip> guests;
+    struct Search
+    {
+        GuestClip guest;
+        std::vector<FilePlace> places;    // as the work has them now
+    };
+
+    std::vector<Search> searches;
+    std::vector<juce::File> files;
 
     for (const auto& id : ids)
         if (const auto* guest = session.findGuest (id))
-            guests.push_back (describeGuest (*guest));
+        {
+            searches.push_back ({ describeGuest (*guest), placesOf (*guest, *take) });
+            const auto own = filesOf (*guest);
+            files.insert (files.end(), own.begin(), own.end());
+        }
 
-    // What comes from an alignment that another one has replaced is dropped.
-    *alignmentIsWanted = false;
-    alignmentIsWanted = std::make_shared<std::atomic<bool>> (true);
-    const auto ifWanted = [isWanted = alignmentIsWanted] (auto&& call) {
-        return [isWanted, call] {
-            if (*isWanted)
-                call();
-        };
-    };
+    const auto count = (int) searches.size();
+    beginProgress (countText (aligningText, 0, count), 0.0);
 
-    const auto align = [this,
-                        ifWanted,
-                        isWanted = alignmentIsWanted,
-                        removeUnmatched,
-                        guests = std::move (guests),
-                        described = describeHost (session.host),
-                        reference = session.referenceChannel] (const JobRunner::Progress& progress) {
+    const auto search = [this,
+                         count,
+                         searches = std::move (searches),
+                         described = describeHost (session.host),
+                         reference = session.referenceChannel] (const JobDesk::Progress& progress) {
         const auto host = readHostForSearch (described, reference);
+        std::atomic<int> done { 0 };
 
-        runWorkers ((int) guests.size(), [&] (int i) {
-            if (! *isWanted)
+        runWorkers (count, [&] (int i) {
+            if (! progress.wanted())
                 return;
 
-            const auto& guest = guests[(size_t) i];
+            const auto& [guest, places] = searches[(size_t) i];
             const auto label = guestName (guest);
             const auto told = [&] (float, const juce::String& phase) {
-                progress.post (ifWanted ([this, text = label + juce::String::fromUTF8 (" · ") + phase] {
-                    if (progressVisible)
-                        progressBar.setText (text);
-                }));
+                progress.post (
+                    [this, text = label + juce::String::fromUTF8 (" · ") + phase] { progressBar.setText (text); });
             };
-            const auto placed = std::make_shared<PlacedGuest> (placeGuest (host, guest, {}, told));
-            progress.post (ifWanted ([this, placed, removeUnmatched] {
-                commitPlace (std::move (*placed), removeUnmatched);
-                completeAlignmentProgress();
-            }));
+            const auto placed = std::make_shared<PlacedGuest> (placeGuest (host, guest, knownOf (places), told));
+            progress.post ([this, placed, places = places] { commitPlace (std::move (*placed), places); });
+            progress.post ([this, number = ++done, count] {
+                updateProgress ((double) number / count, countText (aligningText, number, count));
+            });
         });
 
         return true;
     };
 
-    jobs.start (
-        align,
+    desk.start (
+        JobKind::search,
+        std::move (files),
+        search,
         [] (bool) {},
-        [this, isWanted = alignmentIsWanted] (const juce::String& sentence) {
-        if (*isWanted)
-            fail (sentence);
-        });
+        [this] (const juce::String& sentence) { fail (sentence); });
 }
 
-// By now the guest may be gone: its result is dropped.
-void MainComponent::commitPlace (PlacedGuest placed, bool removeUnmatched)
+// known   what the work said of the guest's files when the search began
+void MainComponent::commitPlace (PlacedGuest placed, const std::vector<FilePlace>& known)
 {
     const auto id = placed.guest.id;
     const auto alignment = placed.alignment;
-    const auto isHidden = removeUnmatched && alignment.needsManual && session.findGuest (id) != nullptr;
-    GuestClip replaced;
+    auto* const live = session.findGuest (id);
+    const auto* const take = openTakeOf (work.document());
+    const auto files = filesOf (placed.guest);
+    desk.leave (files);
 
-    if (isHidden)
+    // By now the guest may be gone.
+    if (live == nullptr || take == nullptr)
+        return desk.discard (std::move (placed));
+
+    // Or the user has set its place: what was found counts no more, and the guest is laid out where it belongs.
+    if (placesOf (*live, *take) != known)
+        return bringSession();
+
+    const auto poly = session.host.file;
+    const auto isStranger = alignment.needsManual && live->lanesHidden && ! offsetByStamps (session.host, *live);
+
+    if (isStranger)
     {
-        closeInspector();
-        const juce::ScopedLock lock (sessionLock);
-        replaced = takeOutGuest (session, id);
-        session.applyMixerTemplate (mixerTemplate);
+        showStatus (alignedText (alignment, true));
+        return amend (withoutFiles (work.document(), poly, files));
     }
-    else if (auto* const live = session.findGuest (id))
+
+    GuestClip replaced;
+    auto found = filePlacesOf (placed.guest);
+    const auto hasAudio = ! placed.guest.channelAudio.empty();
+
     {
         const juce::ScopedLock lock (sessionLock);
         replaced = takeOverPlace (*live, std::move (placed));
+
+        if (! hasAudio)
+            moveGuest (*live, known);
 
         if (session.selectedGuest.isNull())
             session.selectedGuest = id;
     }
 
-    jobs.discard (std::move (replaced));
+    desk.discard (std::move (replaced));
+    showStatus (alignedText (alignment, false));
+
+    if (hasAudio)
+        amend (withPlaces (work.document(), poly, found));
+
     refreshTake();
-    showStatus (alignedText (alignment, isHidden));
-}
-
-void MainComponent::beginAlignmentProgress (int count)
-{
-    alignmentTotal = std::max (count, 0);
-    alignmentDone = 0;
-
-    if (count < 1)
-        return finishProgress();
-
-    beginProgress (countText (aligningText, 0, count), 0.0);
-}
-
-void MainComponent::completeAlignmentProgress()
-{
-    if (alignmentTotal < 1)
-        return;
-
-    alignmentDone = std::min (alignmentDone + 1, alignmentTotal);
-    updateProgress ((double) alignmentDone / alignmentTotal, countText (aligningText, alignmentDone, alignmentTotal));
-
-    if (alignmentDone < alignmentTotal)
-        return;
-
-    // Another poly may be on its way already; the bar is its own then.
-    alignmentTotal = alignmentDone = 0;
-
-    if (isLoading)
-        return;
-
-    busy = false;
-    finishProgress();
 }
 
 }    // namespace ld

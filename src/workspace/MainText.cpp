@@ -151,6 +151,35 @@ juce::String alignedText (const Alignment& alignment, bool isHidden)
     return alignment.detail + (alignment.needsManual ? " -- nudge if it feels off." : " -- matched.");
 }
 
+juce::String titleOf (const WorkHistory& work)
+{
+    if (work.document().takes.empty())
+        return {};
+
+    const auto name =
+        work.file() == juce::File() ? juce::String ("Untitled") : work.file().getFileNameWithoutExtension();
+    return (work.isUnsaved() ? "*" : "") + name;
+}
+
+juce::String namesOfLeftOut (const std::vector<TakeOutcome>& takes)
+{
+    constexpr int mostNames = 5;
+    juce::StringArray names;
+
+    for (const auto& take : takes)
+        for (const auto& guest : take.guests)
+            if (guest.rejected && ! guest.pieces.empty())
+                names.addIfNotAlreadyThere (guest.pieces.front().file.getFileName());
+
+    const auto more = names.size() - mostNames;
+
+    if (more <= 0)
+        return names.joinIntoString (", ");
+
+    names.removeRange (mostNames, more);
+    return names.joinIntoString (", ") + " and " + juce::String (more) + " more";
+}
+
 juce::String countText (const juce::String& what, int done, int total)
 {
     return what + juce::String (done) + " / " + juce::String (total);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "conform/CombineRun.h"
 #include "output/GuestSpans.h"
+#include "work/WorkHistory.h"
 
 namespace ld
 {
@@ -24,6 +26,12 @@ namespace ld
 [[nodiscard]] juce::String isosAddedText (int added, int skipped);
 [[nodiscard]] juce::String isosMatchedText (const std::vector<BatchMatch>& matches, const juce::String& folderName);
 [[nodiscard]] juce::String alignedText (const Alignment&, bool isHidden);
+
+/** What stands in the window's title: the session's name, with a mark while it is not saved; empty where there is no work. */
+[[nodiscard]] juce::String titleOf (const WorkHistory&);
+
+/** The files that no combined file holds, by name, the first few of them; empty where there are none. */
+[[nodiscard]] juce::String namesOfLeftOut (const std::vector<TakeOutcome>&);
 
 /** "3 / 40" and the like behind what is counted. */
 [[nodiscard]] juce::String countText (const juce::String& what, int done, int total);

@@ -1,112 +1,105 @@
 #include "workspace/MainComponent.h"
 
-#include "session/BatchTakes.h"
-#include "workspace/MainText.h"
+#include "monitor/MixerPanelLayout.h"
+#include "output/GuestSpans.h"
 
 // What the user does to single tracks: choose, nudge, mix, name, remove; and to all of them: reset.
 
 namespace ld
 {
+namespace
+{
 
-void MainComponent::selectGuest (const juce::Uuid& id)
+constexpr auto waitBeforeRemoving = "Wait for the current scan or export to finish before removing a track.";
+constexpr auto waitBeforeResetting = "Wait for the current scan or export to finish before resetting.";
+
+}    // namespace
+
+void MainComponent::selectGuest (const juce::Uuid& id, int lane)
 {
     {
         const juce::ScopedLock lock (sessionLock);
         session.selectedGuest = id;
     }
 
+    selectedLane = lane;
+    work.endStroke();
     refreshTake();
 }
 
 void MainComponent::setReferenceChannel (int channel)
 {
-    pendingReferenceChannel = channel;
-    const auto hostFile = session.host.file;
-    const auto serial = takeSerial;
-
-    jobs.start (
-        [host = describeHost (session.host), channel] (const auto&) {
-        Session reader;
-        reader.host = host;
-        reader.setReferenceChannel (channel);
-        return std::make_pair (reader.referenceChannel, std::move (reader.host.referenceAudio));
-        },
-        [this, serial] (auto read) {
-        if (serial != takeSerial)
-            return;
-
-        {
-            const juce::ScopedLock lock (sessionLock);
-            session.referenceChannel = read.first;
-            std::swap (session.host.referenceAudio, read.second);
-        }
-
-        jobs.discard (std::move (read.second));
-        spine.repaint();
-    },
-        [this] (const auto& sentence) { showStatus (sentence); });
+    perform (ld::setReferenceChannel (work.document(), channel));
 
     if (juce::isPositiveAndBelow (channel, (int) session.host.tracks.size()))
         showStatus ("Displayed poly channel: " + session.host.tracks[(size_t) channel].name
                     + " | Sync still searches every poly channel.");
 }
 
-void MainComponent::changeMixer (const std::function<void()>& change)
+// A mute is a step of its own; levels that change one after another without the button coming up are one.
+void MainComponent::changeMixer (const juce::String& what, int mixerIndex, const std::function<void()>& change)
 {
     {
         const juce::ScopedLock lock (sessionLock);
         change();
     }
 
-    rememberMixer();
+    rememberLevels (what + " of " + laneName (mixerIndex), what + " " + juce::String (mixerIndex));
     spine.repaint();
 }
 
-// Every change of a fader or mute is known by its source at once, so that it outlives the take and its alignment.
-void MainComponent::rememberMixer()
+void MainComponent::rememberLevels (const juce::String& name, const juce::String& stroke)
 {
-    mixerTemplate =
-        captureMixerTemplate (session.host, session.guests, channelsInUse (session.mixer, session.mixerCount()));
+    perform (setLevels (work.document(), session, name, stroke));
 }
 
 void MainComponent::nudgeSelected (juce::int64 delta)
 {
-    if (session.selectedGuest.isNull())
+    constexpr float glow = 0.6f;
+    const auto id = session.selectedGuest;
+    const auto* const guest = session.findGuest (id);
+
+    if (guest == nullptr || ! perform (nudgeGuest (work.document(), session.host.file, *guest, delta)))
         return;
 
-    if (auto* const guest = session.findGuest (session.selectedGuest))
-    {
-        constexpr float glow = 0.6f;
-        const juce::ScopedLock lock (sessionLock);
-        guest->alignment = SyncEngine::applyNudge (guest->alignment, delta);
-        guest->waveEmphasis = glow;
-    }
-
-    refreshInspector();
-    spine.repaint();
+    if (auto* const moved = session.findGuest (id))
+        moved->waveEmphasis = glow;
 }
 
 void MainComponent::setOffset (const juce::Uuid& id, juce::int64 offset)
 {
-    if (auto* const guest = session.findGuest (id))
-    {
-        const juce::ScopedLock lock (sessionLock);
-        guest->alignment = SyncEngine::applyNudge (guest->alignment, offset - guest->alignment.offsetSamples);
-    }
-
-    refreshInspector();
-    spine.repaint();
+    if (const auto* const guest = session.findGuest (id))
+        perform (nudgeGuest (work.document(),
+                             session.host.file,
+                             *guest,
+                             offset - guest->alignment.offsetSamples,
+                             "move " + id.toString()));
 }
 
-void MainComponent::persistSelectedMetadata()
+void MainComponent::editLane (const juce::Uuid& id, int lane, LaneField field, const juce::String& text)
 {
-    {
-        const juce::ScopedLock lock (sessionLock);
-        rememberMetadata (
-            session, metadataOverrides, nameOverrides, session.selectedGuest, inspector.appliesToFamily());
-    }
+    const auto& doc = work.document();
 
-    spine.repaint();
+    if (field == LaneField::name)
+        perform (renameLane (doc, session, id, lane, text, inspector.appliesToFamily()));
+    else if (field == LaneField::note)
+        perform (noteGuest (doc, session, id, text));
+    else if (text.getIntValue() >= 1)
+        perform (numberLane (doc, session, id, lane, text.getIntValue()));
+}
+
+void MainComponent::searchSelected()
+{
+    if (const auto* const guest = session.findGuest (session.selectedGuest);
+        guest != nullptr && ! guest->isMissing && ! guest->matchPending)
+        perform (searchGuestAgain (work.document(), session.host.file, *guest));
+}
+
+juce::String MainComponent::laneName (int mixerIndex) const
+{
+    const auto texts = mixerRowTexts (session);
+    return juce::isPositiveAndBelow (mixerIndex, (int) texts.size()) ? mixerRowName (texts[(size_t) mixerIndex])
+                                                                     : juce::String();
 }
 
 juce::String
@@ -121,11 +114,8 @@ MainComponent::trackName (bool isGuest, const juce::Uuid& id, int channel, const
 
 void MainComponent::confirmRemoveTrack (bool isGuest, const juce::Uuid& id, int channel)
 {
-    if (busy)
-    {
-        showStatus ("Wait for the current scan or export to finish before removing a track.");
-        return;
-    }
+    if (desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write))
+        return showStatus (waitBeforeRemoving);
 
     const auto name = trackName (isGuest, id, channel, "this track");
     questions.confirmRemoval ("Remove \"" + name + "\" from the combined WAV?\n\nThe original file is not changed.",
@@ -138,51 +128,41 @@ void MainComponent::confirmRemoveTrack (bool isGuest, const juce::Uuid& id, int 
 
 void MainComponent::removeTrackConfirmed (bool isGuest, const juce::Uuid& id, int channel)
 {
-    if (busy)
+    if (desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write))
+        return showStatus (waitBeforeRemoving);
+
+    const auto& doc = work.document();
+    const auto& poly = session.host.file;
+    const auto name = trackName (isGuest, id, channel, {});
+    const auto* const guest = session.findGuest (id);
+
+    if (isGuest && guest == nullptr)
         return;
 
     stopPlaying();
-    const auto name = trackName (isGuest, id, channel, {});
-    closeInspector();
-    GuestClip removed;
-
-    {
-        const juce::ScopedLock lock (sessionLock);
-
-        if (isGuest)
-            removed = takeOutGuest (session, id);
-        else
-            session.omitHostChannel (channel);
-
-        session.applyMixerTemplate (mixerTemplate);
-    }
-
-    jobs.discard (std::move (removed));
-    rememberMixer();
-    syncCurrentTakeIntoBatch();
-    refreshTake();
+    perform (isGuest ? removeGuest (doc, poly, *guest) : removeChannel (doc, poly, channel, name));
     showStatus ("Removed " + name + " from the combined WAV.");
 }
 
 void MainComponent::resetFolders()
 {
-    if (busy)
-    {
-        showStatus ("Wait for the current scan or export to finish before resetting.");
-        return;
-    }
+    if (desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write))
+        return showStatus (waitBeforeResetting);
 
-    preview.stop();
-    forgetTakes();
+    askToSave ([self = juce::Component::SafePointer<MainComponent> (this)] {
+        if (self != nullptr)
+            self->resetConfirmed();
+    });
+}
+
+void MainComponent::resetConfirmed()
+{
+    desk.cancel();
+    perform (resetWork(), true);
     statusText.clear();
     transportLabel.setText ({}, juce::dontSendNotification);
-    finishProgress();
-    playButton.setEnabled (false);
-    combineButton.setEnabled (false);
     drawFadersButton.setToggleState (false, juce::dontSendNotification);
     spine.setDrawFaderMode (false);
-    resized();
-    repaint();
     grabKeyboardFocus();
 }
 

@@ -19,7 +19,8 @@ constexpr double pictureTolerance = 0.08;    // seconds; within it a running pic
 
 void MainComponent::togglePlay()
 {
-    if (! session.host.format.valid || ! playButton.isEnabled())
+    // While a take loads, the one that is still to be seen is gone already.
+    if (! session.host.format.valid || desk.isRunning (JobKind::load))
         return;
 
     preview.toggle (session, sessionLock);
@@ -103,33 +104,34 @@ void MainComponent::loadVideo (const juce::File& file)
     if (const auto result = video.load (file); result.failed())
     {
         showStatus (result.getErrorMessage());
-        return;
+        session.video.file = juce::File();
+        return bringPicture();
     }
 
-    video.setVolume (0.0f);
     const auto& host = session.host;
     const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
     const auto timecode = guessTimecodeFromFilename (file.getFileName());
+    ReferencePicture picture;
+    picture.file = file;
+    picture.timecodeRate = host.format.valid ? host.ixml.timecodeRate : juce::String ("24/1");
 
-    {
-        const juce::ScopedLock lock (sessionLock);
-        auto& picture = session.video;
-        picture.file = file;
-        picture.loaded = true;
-        picture.durationSeconds = video.duration();
-        picture.timecodeRate = host.format.valid ? host.ixml.timecodeRate : juce::String ("24/1");
-
-        // A picture without a time in its name starts with the host.
-        picture.timestampSamples = timecode.isNotEmpty()
-                                       ? timecodeToSamples (timecode, parseFrameRate (picture.timecodeRate), stampRate)
-                                       : (juce::int64) timestampFromIxmlOrBext (host.ixml, host.bext);
-    }
-
-    showVideoTimecode();
-    resized();
-    repaint();
-    syncVideoTransport();
+    // A picture without a time in its name starts with the host.
+    picture.timestampSamples = timecode.isNotEmpty()
+                                   ? timecodeToSamples (timecode, parseFrameRate (picture.timecodeRate), stampRate)
+                                   : (juce::int64) timestampFromIxmlOrBext (host.ixml, host.bext);
+    takePicture (file);
+    perform (setPicture (work.document(), picture));
     showStatus ("Picture loaded | " + file.getFileName());
+}
+
+// The player has it open.
+void MainComponent::takePicture (const juce::File& file)
+{
+    video.setVolume (0.0f);
+    const juce::ScopedLock lock (sessionLock);
+    session.video.file = file;
+    session.video.loaded = true;
+    session.video.durationSeconds = video.duration();
 }
 
 void MainComponent::showVideoTimecode()
@@ -145,45 +147,12 @@ void MainComponent::showVideoTimecode()
 void MainComponent::setVideoTimecode()
 {
     const auto& host = session.host;
-
-    {
-        const juce::ScopedLock lock (sessionLock);
-        session.video.timestampSamples = timecodeToSamples (videoTimecodeEditor.getText(),
-                                                            parseFrameRate (host.ixml.timecodeRate),
-                                                            sampleRateForTimestamp (host.ixml, host.format));
-    }
-
+    auto picture = session.video;
+    picture.timestampSamples = timecodeToSamples (videoTimecodeEditor.getText(),
+                                                  parseFrameRate (host.ixml.timecodeRate),
+                                                  sampleRateForTimestamp (host.ixml, host.format));
+    perform (setPicture (work.document(), picture));
     showStatus ("Video timecode set.");
-}
-
-// Once the first take of an opened session has loaded.
-void MainComponent::restorePendingVideo()
-{
-    const auto file = std::exchange (pendingVideoFile, {});
-    const auto timestamp = std::exchange (pendingVideoTimestamp, 0);
-    const auto rate = std::exchange (pendingVideoRate, {});
-
-    if (file == juce::File())
-        return;
-
-    if (! file.existsAsFile())
-    {
-        showStatus ("Session opened | picture missing: " + file.getFileName());
-        return;
-    }
-
-    loadVideo (file);
-
-    {
-        const juce::ScopedLock lock (sessionLock);
-        session.video.timestampSamples = timestamp;
-
-        if (rate.isNotEmpty())
-            session.video.timecodeRate = rate;
-    }
-
-    if (session.host.format.valid)
-        showVideoTimecode();
 }
 
 }    // namespace ld

@@ -16,9 +16,9 @@ using juce::int64;
 constexpr float margin = 8.0f, topMargin = 4.0f, rulerHeight = 46.0f, handleWidth = 30.0f;
 constexpr float guestGap = 36.0f, lowestLane = 52.0f, highestLane = 92.0f, buttonSize = 22.0f;
 
-int lanesOf (const GuestClip& guest)
+int lanesShown (const GuestClip& guest)
 {
-    return guest.lanesHidden ? 0 : std::max ((int) guest.channelAudio.size(), 1);
+    return guest.lanesHidden ? 0 : lanesOf (guest);
 }
 
 int countHostLanes (const HostTake& host)
@@ -36,7 +36,7 @@ int countGuestLanes (const std::vector<GuestClip>& guests)
     auto count = 0;
 
     for (const auto& guest : guests)
-        count += lanesOf (guest);
+        count += lanesShown (guest);
 
     return count;
 }
@@ -96,7 +96,7 @@ std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
     top += gap;
 
     for (const auto& guest : session.guests)
-        for (int c = 0; c < lanesOf (guest); ++c)
+        for (int c = 0; c < lanesShown (guest); ++c)
             add ({ .isGuest = true, .guestId = guest.id, .channel = c, .hasMixer = ! isOriginalMixLane (guest, c) });
 
     return lanes;

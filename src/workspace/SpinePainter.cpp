@@ -218,11 +218,12 @@ private:
     void paintGuestLane (const SpineLane& lane, const GuestClip& guest)
     {
         const auto isSelected = session.selectedGuest == guest.id;
-        paintLabel (lane, 5.0f, 24.0f, guest.alignment.needsManual ? palette.bad : palette.muted, 12.0f);
+        const auto isDoubtful = guest.alignment.needsManual || guest.isMissing;
+        paintLabel (lane, 5.0f, 24.0f, isDoubtful ? palette.bad : palette.muted, 12.0f);
         const auto blocks = blocksOf (guest, session.host.format.sampleRate);
 
         for (const auto& block : blocks)
-            paintBlock (blockBounds (lane.timeline, block.span, length), isSelected);
+            paintBlock (blockBounds (lane.timeline, block.span, length), isSelected, isDoubtful);
 
         if (! guest.peaks.empty())
             paintWave (lane,
@@ -246,16 +247,18 @@ private:
                     juce::Justification::centredRight);
     }
 
-    void paintBlock (Area block, bool isSelected)
+    void paintBlock (Area block, bool isSelected, bool isDoubtful)
     {
         constexpr float corner = 4.0f;
 
         if (block.isEmpty())
             return;
 
-        g.setColour (palette.warn.withAlpha (isSelected ? 0.3f : 0.2f));
+        const auto ground = isDoubtful ? palette.bad : palette.warn;
+        const auto edge = isDoubtful ? palette.bad : palette.accent;
+        g.setColour (ground.withAlpha (isSelected ? 0.3f : 0.2f));
         g.fillRoundedRectangle (block, corner);
-        g.setColour (isSelected ? palette.accentBright : palette.accent.withAlpha (0.75f));
+        g.setColour (isSelected ? palette.accentBright : edge.withAlpha (0.75f));
         g.drawRoundedRectangle (block, corner, isSelected ? 1.5f : 1.0f);
     }
 

@@ -55,6 +55,12 @@ LaneText guestLaneText (const GuestClip& guest, int channel)
     else
         text.name = guest.tracks.empty() ? guest.file.getFileNameWithoutExtension() : guest.tracks.front().name;
 
+    if (guest.isMissing)
+    {
+        text.detail = guest.file.existsAsFile() ? "CANNOT BE READ" : "FILE NOT FOUND";
+        return text;
+    }
+
     text.detail = placeText (alignment);
 
     // A score of a search is above 1, and no share of anything.
@@ -63,6 +69,9 @@ LaneText guestLaneText (const GuestClip& guest, int channel)
 
     if (guest.pieces.size() >= 2)
         text.detail << "  |  " << (int) guest.pieces.size() << " files";
+
+    if (! guest.leftOut.empty())
+        text.detail << "  |  " << (int) guest.leftOut.size() << " without a place";
 
     return text;
 }

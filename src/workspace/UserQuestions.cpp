@@ -36,11 +36,28 @@ void confirmRemoval (const juce::String& message, juce::Component* parent, std::
     });
 }
 
+void choose (const Choice& choice, juce::Component* parent, std::function<void (int)> answer)
+{
+    auto options = juce::MessageBoxOptions()
+                       .withIconType (juce::MessageBoxIconType::QuestionIcon)
+                       .withTitle (choice.title)
+                       .withMessage (choice.message)
+                       .withAssociatedComponent (parent);
+
+    for (const auto& text : choice.answers)
+        options = options.withButton (text);
+
+    juce::NativeMessageBox::showAsync (options,
+                                       [count = choice.answers.size(), answer = std::move (answer)] (int button) {
+        answer (juce::isPositiveAndBelow (button, count) ? button : count - 1);
+    });
+}
+
 }    // namespace
 
 UserQuestions systemQuestions()
 {
-    return { chooseFiles, confirmRemoval };
+    return { chooseFiles, confirmRemoval, choose };
 }
 
 }    // namespace ld

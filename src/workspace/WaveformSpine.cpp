@@ -98,7 +98,7 @@ void WaveformSpine::mouseExit (const juce::MouseEvent&)
 void WaveformSpine::mouseDown (const juce::MouseEvent& event)
 {
     draggedGuest = juce::Uuid::null();
-    seeking = false;
+    seeking = isMoving = false;
     faderDragIndex = -1;
 
     if (! hasHost())
@@ -144,7 +144,7 @@ bool WaveformSpine::pressLane (const LaneHit& lane, juce::Point<float> at)
         if (const auto* guest = session->findGuest (lane.guestId))
             dragStartOffset = guest->alignment.offsetSamples;
 
-        tell (onGuestSelected, lane.guestId);
+        tell (onGuestSelected, lane.guestId, lane.channel);
     }
     else
         return false;
@@ -157,9 +157,13 @@ void WaveformSpine::mouseDrag (const juce::MouseEvent& event)
     if (! hasHost() || dragDrawing (event.position) || dragFader (event.position))
         return;
 
+    // A hand that shakes while it clicks moves nothing.
+    constexpr float shake = 4.0f;
+    isMoving = isMoving || std::abs (event.position.x - dragStartX) >= shake;
+
     if (seeking)
         seekTo (event.position.x);
-    else if (! draggedGuest.isNull())
+    else if (! draggedGuest.isNull() && isMoving)
         dragGuest (event.position.x);
 }
 
@@ -189,6 +193,7 @@ void WaveformSpine::mouseUp (const juce::MouseEvent&)
     seeking = false;
     faderDragIndex = -1;
     lastDrawSample = -1;
+    tell (onStrokeEnded);
 }
 
 void WaveformSpine::seekTo (float x)

@@ -18,7 +18,7 @@ public:
 
     WaveformSpine();
 
-    std::function<void (juce::Uuid)> onGuestSelected;
+    std::function<void (juce::Uuid, int lane)> onGuestSelected;
     std::function<void (juce::Uuid, juce::int64 offset)> onGuestMoved;
     std::function<void()> onSelectionCleared;
     std::function<void (int channel)> onReferenceChannel;    // for a control that is yet to come
@@ -27,6 +27,7 @@ public:
     std::function<void (int mixerIndex, float db, juce::int64 sample, juce::int64 previousSample)> onDrawGain;
     std::function<void (int mixerIndex, bool isMuted)> onMixerMute;
     std::function<void (bool isGuest, juce::Uuid, int channel)> onRemoveTrack;
+    std::function<void()> onStrokeEnded;    // the button is up: what comes next is another gesture
 
     // The owner's, who outlives this.
     LookAndFeel* lookAndFeel = nullptr;
@@ -62,7 +63,7 @@ private:
     void setMute (int mixerIndex, bool isMuted);
 
     juce::Uuid draggedGuest = juce::Uuid::null();
-    bool seeking = false;
+    bool seeking = false, isMoving = false;
     int faderDragIndex = -1;
     int drawIndex = -1;    // of the last stroke; it outlives it
     float dragStartX = 0.0f;

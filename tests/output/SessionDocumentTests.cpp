@@ -90,9 +90,9 @@ TEST (SessionDocument, HasItsKeysInOrderAndNoVideoWithoutOne)
     doc.takes.resize (1);
     ASSERT_TRUE (writeSessionDocument (temp.file ("a"), doc).wasOk());
     EXPECT_EQ (temp.file ("a").loadFileAsString(),
-               "{\"version\": 2, \"batchIndex\": 0, \"referenceChannel\": 0, \"takes\": [{\"host\": \"\", \"reason\": "
+               "{\"version\": 3, \"batchIndex\": 0, \"referenceChannel\": 0, \"takes\": [{\"host\": \"\", \"reason\": "
                "\"\", \"score\": 0.0, \"guests\": [], \"omittedHost\": []}], \"mixer\": [], \"metadataOverrides\": [], "
-               "\"nameOverrides\": [], \"recorders\": []}");
+               "\"nameOverrides\": [], \"recorders\": [], \"levels\": []}");
 }
 
 TEST (SessionDocument, WhatIsMissingOrOfAnotherTypeTakesItsDefault)

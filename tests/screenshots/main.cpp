@@ -111,7 +111,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     studio.take ("take");
 
     auto& spine = studio.child<ld::WaveformSpine>();
-    spine.onGuestSelected (studio.view.openSession().guests.front().id);
+    spine.onGuestSelected (studio.view.openSession().guests.front().id, 0);
     studio.take ("selected");
     spine.onSelectionCleared();
     studio.takeDrawing();

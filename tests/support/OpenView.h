@@ -28,6 +28,10 @@ public:
             if (agrees)
                 agreed();
         };
+        view->questions.choose = [this] (const Choice& choice, auto*, std::function<void (int)> answer) {
+            questionAsked = choice.message;
+            answer (std::max (choice.answers.indexOf (chosenAnswer), 0));
+        };
     }
 
     /** What workers still do must not outlive the test. */
@@ -71,6 +75,7 @@ public:
     FileQuestion asked;
     juce::String removalMessage;
     bool agrees = true;    // to a removal
+    juce::String questionAsked, chosenAnswer { "Discard" };
 
 private:
     template <typename Child>

@@ -37,8 +37,8 @@ BatchMatch takeOf (const juce::String& host, const std::vector<juce::String>& gu
 
 TEST (MainLayout, PlacesTheWorkspace)
 {
-    const auto at = layOutMain (1440, 900, { .hasHost = true });
-    check ({ { "progress", at.progressBar, { 24, 869, 1106, 22 } },
+    const auto at = layOutMain (1440, 900, { .hasWork = true });
+    check ({ { "progress", at.progressBar, { 24, 869, 1022, 22 } },
              { "combine", at.combine, { 1250, 22, 170, 40 } },
              { "save", at.save, { 1122, 22, 118, 40 } },
              { "iso", at.addIso, { 970, 22, 142, 40 } },
@@ -50,7 +50,7 @@ TEST (MainLayout, PlacesTheWorkspace)
              { "forward", at.forwardFive, { 226, 92, 54, 32 } },
              { "mix", at.monitorMix, { 1288, 92, 128, 32 } },
              { "draw", at.drawFaders, { 1170, 92, 110, 32 } },
-             { "transport", at.transport, { 294, 92, 866, 32 } },
+             { "transport", at.transport, { 294, 92, 728, 32 } },
              { "output", at.output, { 1154, 867, 262, 28 } },
              { "spine", at.spine, { 16, 134, 1408, 730 } },
              { "no takes", at.previousTake, {} },
@@ -60,15 +60,23 @@ TEST (MainLayout, PlacesTheWorkspace)
 
 TEST (MainLayout, MakesRoomForTakesPictureAndInspector)
 {
-    const auto takes = layOutMain (1440, 900, { .hasHost = true, .hasSeveralTakes = true, .showsInspector = true });
+    const auto takes = layOutMain (1440, 900, { .hasWork = true, .hasSeveralTakes = true, .showsInspector = true });
     check ({ { "previous", takes.previousTake, { 24, 92, 64, 30 } },
              { "next", takes.nextTake, { 94, 92, 64, 30 } },
              { "label", takes.batchLabel, { 174, 92, 1040, 30 } },
              { "play", takes.play, { 138, 130, 82, 32 } },
+             { "undo", takes.undo, { 1286, 92, 62, 30 } },
              { "spine", takes.spine, { 16, 172, 1408, 566 } },
              { "inspector", takes.inspector, { 0, 738, 1440, 126 } } });
 
-    const auto picture = layOutMain (1440, 900, { .hasHost = true, .hasPicture = true, .hasSeveralTakes = true });
+    const auto picture = layOutMain (1440, 900, { .hasWork = true, .hasPicture = true, .hasSeveralTakes = true });
+    const auto missing = layOutMain (1100, 700, { .hasWork = true, .hasMissing = true });
+    check ({ { "cancel", missing.cancel, { 714, 669, 76, 22 } },
+             { "find", missing.findMissing, { 558, 92, 126, 32 } },
+             { "undo", missing.undo, { 692, 92, 62, 32 } },
+             { "redo", missing.redo, { 760, 92, 62, 32 } },
+             { "transport", missing.transport, { 294, 92, 254, 32 } } });
+
     check ({ { "picture", picture.picture, { 1196, 12, 220, 124 } },
              { "timecode", picture.pictureTimecode, { 1196, 140, 110, 22 } },
              { "combine", picture.combine, { 1018, 22, 170, 40 } },
@@ -89,10 +97,10 @@ TEST (MainLayout, PlacesTheWelcomeCardAndStaysInBoundsWhenTiny)
     EXPECT_EQ (layOutWelcomeCard (1100, 700).card.toString(), "190 167 720 330");
     EXPECT_EQ (layOutWelcomeCard (600, 700).card.getWidth(), 536.0f);
 
-    const auto tiny = layOutMain (10, 10, { .hasHost = true, .showsInspector = true });
+    const auto tiny = layOutMain (10, 10, { .hasWork = true, .showsInspector = true });
     EXPECT_EQ (tiny.spine.getWidth(), 0);
     EXPECT_EQ (tiny.spine.getHeight(), 0);
-    EXPECT_EQ (tiny.progressBar.getWidth(), 120);
+    EXPECT_EQ (tiny.progressBar.getWidth(), 36);
 }
 
 TEST (MainText, TellsTheTakeAndItsPlaceOnTheClock)

@@ -176,7 +176,7 @@ TEST_F (MainView, MatchesAnIsoFolderAgainstSeveralPolys)
     EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate);
 
     // A nudge stays with the take while another one is open.
-    open.child<WaveformSpine> ("Timeline").onGuestSelected (session().guests[0].id);
+    open.child<WaveformSpine> ("Timeline").onGuestSelected (session().guests[0].id, 0);
     EXPECT_TRUE (open.press (KeyPress (KeyPress::rightKey)));
     EXPECT_EQ (session().guests[0].alignment.offsetSamples, 3 * rate + 1);
     open.click ("Next");
@@ -192,8 +192,8 @@ TEST_F (MainView, RefusesWhileItIsBusy)
 {
     load ({ poly(), iso ("b.wav", 0) });
     const auto before = open.view->openBatch().size();
-    open.chosen = { poly() };
-    open.click ("Open polys");
+    temp.file ("more").createDirectory();
+    open.drop ({ temp.file ("more") });
     ASSERT_TRUE (open.view->isBusy());
     open.click ("Open session");
     EXPECT_EQ (status(), "Wait for the current scan or export to finish before opening a session.");
@@ -202,8 +202,9 @@ TEST_F (MainView, RefusesWhileItIsBusy)
     open.child<WaveformSpine> ("Timeline").onRemoveTrack (false, juce::Uuid::null(), 0);
     EXPECT_EQ (status(), "Wait for the current scan or export to finish before removing a track.");
     open.asked = {};
-    open.click ("Save session");
     open.click ("Combine all tracks");
+    open.press (KeyPress ('z', command, 0));
+    EXPECT_EQ (status(), "Wait for the current scan or export to finish before undoing.");
     EXPECT_EQ (open.asked.title, "");
     EXPECT_EQ (open.view->openBatch().size(), before);
     ASSERT_TRUE (open.settle());

@@ -80,7 +80,7 @@ TEST_F (Road, SavedAndReopenedGivesTheSameFiles)
 
         // A place, a name for the whole source, a fader and a removed track.
         const auto guest = open.view->openSession().guests.front().id;
-        open.child<WaveformSpine> ("Timeline").onGuestSelected (guest);
+        open.child<WaveformSpine> ("Timeline").onGuestSelected (guest, 0);
         open.click ("One sample later");
         open.child<juce::TextEditor> ("Name").setText ("Renamed", true);
         open.child<juce::ToggleButton> ("Apply name to all matching tracks")

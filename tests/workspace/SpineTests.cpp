@@ -89,7 +89,7 @@ struct Log
     explicit Log (WaveformSpine& spine)
     {
         spine.onSeek = [this] (int64 s) { add ("seek " + juce::String (s)); };
-        spine.onGuestSelected = [this] (auto) { add ("select"); };
+        spine.onGuestSelected = [this] (auto, int lane) { add ("select " + juce::String (lane)); };
         spine.onSelectionCleared = [this] { add ("clear"); };
         spine.onGuestMoved = [this] (auto, int64 offset) { add ("move " + juce::String (offset)); };
         spine.onMixerGain = [this] (int i, float db) { add ("gain " + juce::String (i) + " " + juce::String (db, 1)); };
@@ -312,7 +312,7 @@ TEST (Spine, TellsWhatIsPressedInTheOrderOfWhatLiesOnTop)
     scene.press (lanes[2].label.getCentre());
     scene.drag (lanes[2].label.getCentre().translated (66.2f, 40.0f));
     scene.release();
-    EXPECT_THAT (log.lines, ElementsAre ("select", "move 30000")) << "a tenth of the width";
+    EXPECT_THAT (log.lines, ElementsAre ("select 0", "move 30000")) << "a tenth of the width";
 }
 
 TEST (Spine, DrawsFadersOnTheLaneWhereTheStrokeBegan)

@@ -1,4 +1,4 @@
-#include "conform/MetadataOverrides.h"
+#include "session/MetadataOverrides.h"
 
 #include <gmock/gmock.h>
 
@@ -102,7 +102,7 @@ TEST (MetadataOverrides, NamesComeByFamilyAndThenByOccurrence)
     {
         Session session;
         fill (session, "/poly.wav", { guestOf ({ "/cam_01.wav" }, { "cam L", "cam R" }) });
-        session.guests[0].notes = "as added";
+        session.guests[0].notes = "of an edit that was undone";
         MetadataOverrides overrides { { "/other.wav\n/cam_01.wav",
                                         { "st:2:cam", tracksNamed ({ "no", "no" }), "no" } } };
         const NameOverrides names { { "st:2:cam", family }, { "st:1:cam", { "no" } } };
@@ -112,7 +112,7 @@ TEST (MetadataOverrides, NamesComeByFamilyAndThenByOccurrence)
 
         applyMetadataOverrides (session, overrides, names);
         EXPECT_EQ (namesOf (session.guests[0].tracks), expected);
-        EXPECT_EQ (session.guests[0].notes, occurrence ? "windy" : "as added");
+        EXPECT_EQ (session.guests[0].notes, occurrence ? "windy" : "");
     }
 }
 

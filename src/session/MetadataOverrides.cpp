@@ -1,4 +1,4 @@
-#include "conform/MetadataOverrides.h"
+#include "session/MetadataOverrides.h"
 
 #include "batch/FolderScan.h"
 
@@ -27,6 +27,38 @@ void rename (std::vector<TrackInfo>& tracks, const std::vector<juce::String>& na
         tracks[i].name = names[i];
 }
 
+bool isFileOf (const GuestClip& guest, const juce::String& path)
+{
+    return std::ranges::any_of (filesOf (guest), [&] (const auto& file) { return file.getFullPathName() == path; });
+}
+
+// The edits of a guest; after it got or lost files, those of the set of files with which it shares the most.
+const SavedGuestMeta* findSaved (const MetadataOverrides& overrides, const HostTake& host, const GuestClip& guest)
+{
+    if (const auto exact = overrides.find (guestOccurrenceKey (host, guest)); exact != overrides.end())
+        return &exact->second;
+
+    const auto prefix = host.file.getFullPathName() + "\n";
+    const SavedGuestMeta* best = nullptr;
+    auto mostShared = 0;
+
+    for (auto at = overrides.lower_bound (prefix); at != overrides.end() && at->first.startsWith (prefix); ++at)
+    {
+        auto shared = 0;
+
+        for (const auto& path : juce::StringArray::fromLines (at->first.substring (prefix.length())))
+            shared += isFileOf (guest, path) ? 1 : 0;
+
+        if (shared > mostShared)
+        {
+            mostShared = shared;
+            best = &at->second;
+        }
+    }
+
+    return best;
+}
+
 // Names that differ in nothing but capitals have an order too, or the order of adding would show.
 bool precedes (const juce::String& a, const juce::String& b)
 {
@@ -50,11 +82,8 @@ juce::String guestOccurrenceKey (const HostTake& host, const GuestClip& guest)
 {
     std::vector<juce::String> paths;
 
-    for (const auto& piece : guest.pieces)
-        paths.push_back (piece.file.getFullPathName());
-
-    if (paths.empty())
-        paths.push_back (guest.file.getFullPathName());
+    for (const auto& file : filesOf (guest))
+        paths.push_back (file.getFullPathName());
 
     std::sort (paths.begin(), paths.end(), precedes);
     auto key = host.file.getFullPathName();
@@ -69,19 +98,24 @@ void applyMetadataOverrides (Session& session, const MetadataOverrides& override
 {
     for (auto& guest : session.guests)
     {
+        // Names that were taken back again are those of the files.
+        if (! guest.givenTracks.empty())
+            guest.tracks = guest.givenTracks;
+
+        guest.notes.clear();
+
         if (const auto family = names.find (guestFamilyKey (guest)); family != names.end())
             rename (guest.tracks, family->second);
 
-        const auto occurrence = overrides.find (guestOccurrenceKey (session.host, guest));
+        const auto* const saved = findSaved (overrides, session.host, guest);
 
-        if (occurrence == overrides.end())
+        if (saved == nullptr)
             continue;
 
-        const auto& saved = occurrence->second;
-        guest.notes = saved.notes;
+        guest.notes = saved->notes;
 
-        if (saved.tracks.size() == guest.tracks.size())
-            guest.tracks = saved.tracks;
+        if (saved->tracks.size() == guest.tracks.size())
+            guest.tracks = saved->tracks;
     }
 }
 
