@@ -46,6 +46,10 @@ void MainComponent::saveSessionTo (const juce::File& file)
     }
 
     work.markSaved (file);
+
+    if (recovery != nullptr)
+        recovery->remove();
+
     showStatus ("Session saved | " + file.getFileName());
     showWork();
 }

@@ -277,8 +277,13 @@ void MainComponent::offerLostWork (const std::vector<LostWork>& lost)
     message << "Work was not saved when the program ended: " << count << (count == 1 ? " take, " : " takes, ")
             << latest.time.toString (true, true, false, true);
 
-    if (latest.document.recoveredFrom != juce::File())
-        message << "\n" << latest.document.recoveredFrom.getFullPathName();
+    if (const auto& saved = latest.document.recoveredFrom; saved != juce::File())
+    {
+        message << "\n" << saved.getFullPathName();
+
+        if (saved.getLastModificationTime() > latest.time)
+            message << "\nThat session was saved again later.";
+    }
 
     questions.choose ({ "Recover work", message, { "Recover", "Discard", "Later" } },
                       this,
