@@ -20,6 +20,7 @@ void LodestrandApp::initialise (const juce::String&)
 {
     ld::reportFileSizeLimitAsError();
     window = std::make_unique<LodestrandWindow>();
+    window->view().questions = questions();
     window->view().rememberOutput (outputSettings());
     window->view().keepRecovery (std::make_unique<ld::RecoveryFile>());
 }

@@ -16,6 +16,10 @@ public:
     void shutdown() override;
     void systemRequestedQuit() override { quit(); }
 
+protected:
+    /** Asked before the first question can arise. */
+    [[nodiscard]] virtual ld::UserQuestions questions() { return ld::systemQuestions(); }
+
 private:
     std::unique_ptr<LodestrandWindow> window;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/FindChild.h"
 #include "support/IdleView.h"
 
 #include <stdexcept>
@@ -64,7 +65,7 @@ public:
     template <typename Child>
     Child& child (const juce::String& textOrTitle)
     {
-        auto* const found = find<Child> (*view, textOrTitle);
+        auto* const found = findChild<Child> (*view, textOrTitle);
         return found != nullptr ? *found : throw std::runtime_error ("no child " + textOrTitle.toStdString());
     }
 
@@ -76,26 +77,6 @@ public:
     juce::String removalMessage;
     bool agrees = true;    // to a removal
     juce::String questionAsked, chosenAnswer { "Discard" };
-
-private:
-    template <typename Child>
-    static Child* find (juce::Component& parent, const juce::String& text)
-    {
-        for (auto* component : parent.getChildren())
-        {
-            const auto* const button = dynamic_cast<juce::Button*> (component);
-            const auto isMeant =
-                component->getTitle() == text || (button != nullptr && button->getButtonText() == text);
-
-            if (auto* const child = dynamic_cast<Child*> (component); child != nullptr && isMeant)
-                return child;
-
-            if (auto* const child = find<Child> (*component, text))
-                return child;
-        }
-
-        return nullptr;
-    }
 };
 
 }    // namespace ld::test
