@@ -28,6 +28,12 @@ void WorkHistory::restart (SessionDocument document, juce::File file)
     isStrokeOpen = false;
 }
 
+void WorkHistory::recover (SessionDocument document, juce::File file)
+{
+    restart (std::move (document), std::move (file));
+    revision = ++lastRevision;
+}
+
 bool WorkHistory::perform (WorkEdit edit, bool isOtherWork)
 {
     auto change = DocumentChange::between (present, edit.document);

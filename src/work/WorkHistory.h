@@ -28,6 +28,10 @@ public:
     /** Begins anew: with a document that was opened, or with none. */
     void restart (SessionDocument = emptyDocument(), juce::File = {});
 
+    /** Begins anew with work that was not saved when it was lost; the file is the one that it belongs to. No step leads back
+        behind it. */
+    void recover (SessionDocument, juce::File);
+
     /** Takes an edit as the next step; what was undone is gone. Returns false where it changes nothing.
         isOtherWork   the takes of another session from here on: it has no file yet */
     bool perform (WorkEdit, bool isOtherWork = false);

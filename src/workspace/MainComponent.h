@@ -124,6 +124,8 @@ private:
     void showPicture (const juce::File&);
     void closeTake();
     void keepUpRecovery();
+    void discardReopened();
+    void removeRecovery();
     void offerLostWork (const std::vector<LostWork>&);
 
     // Transport and picture (MainTransport.cpp)

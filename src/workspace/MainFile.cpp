@@ -46,10 +46,7 @@ void MainComponent::saveSessionTo (const juce::File& file)
     }
 
     work.markSaved (file);
-
-    if (recovery != nullptr)
-        recovery->remove();
-
+    removeRecovery();
     showStatus ("Session saved | " + file.getFileName());
     showWork();
 }

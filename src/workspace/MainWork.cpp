@@ -297,9 +297,10 @@ void MainComponent::offerLostWork (const std::vector<LostWork>& lost)
         auto document = latest.document;
         const auto file = std::exchange (document.recoveredFrom, {});
         self->reopened.push_back (latest);
-        self->work.restart (WorkHistory::emptyDocument(), file);
+        self->work.recover (std::move (document), file);
         self->announce ("Recovered unsaved work");
-        self->perform ({ "Recover work", std::move (document) });
+        self->bringSession();
+        self->showAnnouncement();
     });
 }
 
@@ -316,7 +317,7 @@ void MainComponent::keepUpRecovery()
     recoveredState = work.state();
 
     if (! work.isUnsaved())
-        return recovery->remove();
+        return removeRecovery();
 
     desk.start (
         JobKind::side,
@@ -331,19 +332,35 @@ void MainComponent::keepUpRecovery()
         if (written.failed())
             return showStatus ("No recovery copy could be written: " + written.getErrorMessage());
 
-        for (const auto& lost : std::exchange (reopened, {}))
-            recovery->discard (lost);
+        discardReopened();
 
         if (! work.isUnsaved())
-            recovery->remove();    // saved meanwhile
+            removeRecovery();    // saved meanwhile
     },
         [this] (const juce::String& sentence) { showStatus (sentence); });
 }
 
+// What was opened from the copy of a lost program is kept elsewhere by now.
+void MainComponent::discardReopened()
+{
+    for (const auto& lost : std::exchange (reopened, {}))
+        recovery->discard (lost);
+}
+
+// Nothing would be lost any more.
+void MainComponent::removeRecovery()
+{
+    if (recovery == nullptr)
+        return;
+
+    discardReopened();
+    recovery->remove();
+}
+
 void MainComponent::endRecovery()
 {
-    if (const auto ended = std::exchange (recovery, nullptr))
-        ended->remove();
+    removeRecovery();
+    recovery.reset();
 }
 
 void MainComponent::flushRecovery()
@@ -352,10 +369,9 @@ void MainComponent::flushRecovery()
         return;
 
     if (! work.isUnsaved())
-        recovery->remove();
+        removeRecovery();
     else if (writeRecovery (recovery->target(), work.document(), work.file()).wasOk())
-        for (const auto& lost : std::exchange (reopened, {}))
-            recovery->discard (lost);
+        discardReopened();
 }
 
 }    // namespace ld

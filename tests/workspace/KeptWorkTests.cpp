@@ -274,6 +274,8 @@ TEST_F (KeptWork, UnsavedWorkIsOfferedAfterACrashAndOnlyThen)
     ASSERT_EQ (next.view->openSession().guests.size(), 1u);
     EXPECT_EQ (next.view->openSession().guests[0].alignment.offsetSamples, 777);
     EXPECT_TRUE (next.view->history().isUnsaved());
+    next.view->keyPressed (juce::KeyPress ('z', juce::ModifierKeys::commandModifier, 0));
+    EXPECT_EQ (next.view->openBatch().size(), 1u) << "no step leads behind the lost work";
 }
 
 }    // namespace ld::test
