@@ -2,6 +2,7 @@
 
 #if JUCE_LINUX
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -36,6 +37,22 @@ juce::File unfinishedSiblingOf (const juce::File& target)
     return target.getSiblingFile (".lodestrand-" + juce::Uuid().toString() + ".part");
 }
 
+#if JUCE_LINUX
+
+// Not every file system has files without a name.
+int openNameless (const juce::File& target)
+{
+    const auto folder = target.getParentDirectory().getFullPathName();
+    return ::open (folder.toRawUTF8(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0644);
+}
+
+juce::String pathOf (int descriptor)
+{
+    return "/proc/self/fd/" + juce::String (descriptor);
+}
+
+#endif
+
 // Listed before it exists, so that none escapes.
 juce::File listed (const juce::File& file)
 {
@@ -54,21 +71,59 @@ void reportFileSizeLimitAsError()
 #endif
 }
 
-ReplacingFile::ReplacingFile (const juce::File& target)
-    : temporary (target, unfinishedSiblingOf (target)),
-      stream (std::make_unique<juce::FileOutputStream> (listed (temporary.getFile()), streamBufferBytes))
+ReplacingFile::ReplacingFile (const juce::File& target) : temporary (target, unfinishedSiblingOf (target))
 {
+    auto file = listed (temporary.getFile());
+
+#if JUCE_LINUX
+    nameless = openNameless (target);
+
+    if (nameless >= 0)
+        file = juce::File (pathOf (nameless));
+#endif
+
+    stream = std::make_unique<juce::FileOutputStream> (file, streamBufferBytes);
 }
 
 ReplacingFile::~ReplacingFile()
 {
     stream.reset();
 
+#if JUCE_LINUX
+    if (nameless >= 0)
+        ::close (nameless);
+#endif
+
     // Struck off only when it is gone: an interrupt between the two would leave it behind.
     auto& unfinished = UnfinishedFiles::get();
     const std::scoped_lock lock (unfinished.mutex);
     juce::ignoreUnused (temporary.deleteTemporaryFile());
     unfinished.paths.erase (temporary.getFile().getFullPathName());
+}
+
+juce::int64 ReplacingFile::sizeWritten() const
+{
+#if JUCE_LINUX
+    struct stat facts
+    {
+    };
+
+    if (nameless >= 0)
+        return fstat (nameless, &facts) == 0 ? (juce::int64) facts.st_size : -1;
+#endif
+
+    return temporary.getFile().getSize();
+}
+
+bool ReplacingFile::nameFile()
+{
+#if JUCE_LINUX
+    const auto name = temporary.getFile().getFullPathName();
+    return nameless < 0
+           || linkat (AT_FDCWD, pathOf (nameless).toRawUTF8(), AT_FDCWD, name.toRawUTF8(), AT_SYMLINK_FOLLOW) == 0;
+#else
+    return true;
+#endif
 }
 
 void abandonUnfinishedFiles()
@@ -106,7 +161,7 @@ ReplacingFile::Outcome ReplacingFile::finish()
     stream.reset();
 
     // A disk that fills up takes a part of the last bytes, which the stream does not tell.
-    if (temporary.getFile().getSize() != numBytes)
+    if (sizeWritten() != numBytes)
         return Outcome::notWritten;
 
     // An empty folder in the target's place would be removed for it.
@@ -114,7 +169,7 @@ ReplacingFile::Outcome ReplacingFile::finish()
         return Outcome::notReplaced;
 
     const std::scoped_lock lock (UnfinishedFiles::get().mutex);
-    return temporary.overwriteTargetFileWithTemporary() ? Outcome::replaced : Outcome::notReplaced;
+    return nameFile() && temporary.overwriteTargetFileWithTemporary() ? Outcome::replaced : Outcome::notReplaced;
 }
 
 bool replaceTextFile (const juce::File& target, const juce::String& text)

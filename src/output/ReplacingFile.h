@@ -15,7 +15,8 @@ void reportFileSizeLimitAsError();
 void abandonUnfinishedFiles();
 
 /** Writes a file beside its target and moves it there only when every byte is known to be written and flushed. Until
-    then, and after any failure, the target is as it was; the file beside it goes with this object. */
+    then, and after any failure, the target is as it was; the file beside it goes with this object. Where the system can, that
+    file has no name until it is whole: it goes with the process, too, however that ends. */
 class ReplacingFile
 {
 public:
@@ -42,7 +43,11 @@ public:
     [[nodiscard]] Outcome finish();
 
 private:
+    [[nodiscard]] juce::int64 sizeWritten() const;
+    [[nodiscard]] bool nameFile();
+
     juce::TemporaryFile temporary;
+    int nameless = -1;                                 // its descriptor, as long as it has no name
     std::unique_ptr<juce::FileOutputStream> stream;    // closed, some systems will move its file
     bool allWritten = true;
     juce::int64 numBytes = 0;    // that the file must have in the end

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -80,6 +81,19 @@ void ChildProgram::send (int signal) const
 {
     if (pid > 0 && ! status)
         kill (pid, signal);
+}
+
+bool ChildProgram::hasOpenBelow (const juce::File& folder) const
+{
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const auto below = (folder.getFullPathName() + "/").toStdString();
+
+    for (const auto& descriptor : fs::directory_iterator ("/proc/" + std::to_string (pid) + "/fd", ignored))
+        if (fs::read_symlink (descriptor, ignored).string().starts_with (below))
+            return true;
+
+    return false;
 }
 
 int ChildProgram::wait()

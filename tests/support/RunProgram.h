@@ -22,6 +22,9 @@ public:
     [[nodiscard]] bool isRunning();
     void send (int signal) const;
 
+    /** True where it has a file open in a folder, with or without a name. Linux only. */
+    [[nodiscard]] bool hasOpenBelow (const juce::File& folder) const;
+
     /** Waits for its end, kills it after a minute. Returns its exit status, or minus the signal that ended it. */
     int wait();
 
