@@ -39,20 +39,6 @@ juce::int64 deliverableFrames (juce::int64 wanted, juce::int64 held, juce::int64
     return held >= wanted ? wanted : std::max<juce::int64> (held, 0) / blockFrames * blockFrames;
 }
 
-// The first frame of a bucket: the lowest whose index, cut to a whole bucket, is the bucket's own.
-juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
-{
-    auto frame = (juce::int64) ((double) bucket * framesPerBucket);
-
-    while (frame > 0 && (juce::int64) ((double) (frame - 1) / framesPerBucket) >= bucket)
-        --frame;
-
-    while ((juce::int64) ((double) frame / framesPerBucket) < bucket)
-        ++frame;
-
-    return frame;
-}
-
 }    // namespace
 
 BwfReader::BwfReader() = default;
@@ -437,37 +423,17 @@ std::vector<PeakLane>
 BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const
 {
     const auto firstChannel = onlyChannel.value_or (0);
-    PeakLane flat { std::vector<float> ((size_t) buckets), std::vector<float> ((size_t) buckets), format.numFrames };
-    std::vector<PeakLane> lanes (onlyChannel ? 1 : (size_t) format.channels, flat);
-
-    if (format.numFrames < 1)
-        return lanes;
-
+    PeakCollector lanes (onlyChannel ? 1 : (size_t) format.channels, format.numFrames, buckets);
     const auto coding = sampleCodingOf (format);
-    const auto framesPerBucket = (double) format.numFrames / buckets;
     const auto held = framesInFile();
     const auto peakFrames = deliverableFrames (format.numFrames, held, peakBlockFrames);
     const auto outFrames = deliverableFrames (format.numFrames, held, channelBlockFrames);
     ExtremesFinder extremes (coding, format.channels, format.bytesPerSample);
-    juce::int64 bucket = 0, bucketEnd = 0;
 
-    const auto storeBucket = [&] {
-        for (size_t i = 0; i < lanes.size(); ++i)
-        {
-            const auto range = extremes.rangeOf (firstChannel + (int) i);
-            lanes[i].minValues[(size_t) bucket] = range.low;
-            lanes[i].maxValues[(size_t) bucket] = range.high;
-        }
-
+    const auto close = [&] (juce::int64 frame) {
+        lanes.add (frame, [&] (int i) { return extremes.rangeOf (firstChannel + i); });
         extremes.reset();
     };
-
-    const auto endOfBucketAt = [&] (juce::int64 frame) {
-        bucket = std::min<juce::int64> ((juce::int64) ((double) frame / framesPerBucket), buckets - 1);
-        bucketEnd = bucket == buckets - 1 ? format.numFrames : firstFrameOf (bucket + 1, framesPerBucket);
-    };
-
-    endOfBucketAt (0);
 
     visitBlocks (0, outFrames, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
         if (channelOut != nullptr)
@@ -476,24 +442,21 @@ BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* cha
 
         for (auto at = frame; at < std::min (frame + count, peakFrames);)
         {
-            const auto until = std::min ({ frame + count, peakFrames, bucketEnd });
+            const auto until = std::min ({ frame + count, peakFrames, lanes.nextEdge() });
             extremes.add (frames + (at - frame) * frameBytes(), until - at);
             at = until;
 
-            if (at == bucketEnd)
-            {
-                storeBucket();
-                endOfBucketAt (at);
-            }
+            if (at == lanes.nextEdge())
+                close (at);
         }
 
         return true;
     });
 
     if (! extremes.isEmpty())
-        storeBucket();
+        close (peakFrames);
 
-    return lanes;
+    return lanes.finish();
 }
 
 std::vector<TrackInfo> BwfReader::resolvedTracks() const

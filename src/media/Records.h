@@ -1,6 +1,6 @@
 #pragma once
 
-#include <juce_core/juce_core.h>
+#include "media/PeakCurve.h"
 
 #include <array>
 #include <cstdint>
@@ -106,18 +106,6 @@ struct IxmlMetadata
 
     bool operator== (const IxmlMetadata&) const = default;
 };
-
-/** The drawn curves of one channel: lowest and highest sample of each bucket. */
-struct PeakLane
-{
-    std::vector<float> minValues, maxValues;
-    juce::int64 sourceSamples = 0;    // samples that the lane spans
-
-    bool operator== (const PeakLane&) const = default;
-};
-
-constexpr int hostPeakBuckets = 4096;
-constexpr int guestPeakBuckets = 2048;
 
 /** A stretch of a file along which its clock ran evenly: frame f of the file lies on host sample
     hostSample + (f - fromSample) * host rate / file rate * (1 + slope), up to where the next stretch begins. */

@@ -271,10 +271,10 @@ void ExtremesFinder::add (const juce::uint8* frames, juce::int64 numFrames) noex
         addRows (real, frames, numFrames);
 }
 
-ExtremesFinder::Range ExtremesFinder::rangeOf (int channel) const noexcept
+PeakRange ExtremesFinder::rangeOf (int channel) const noexcept
 {
     if (framesAdded == 0 || coding == SampleCoding::silence)
-        return { 0.0f, 0.0f };
+        return {};
 
     const auto over = [&] (const auto& lanes) {
         auto low = lanes.low[(size_t) channel];
@@ -291,7 +291,7 @@ ExtremesFinder::Range ExtremesFinder::rangeOf (int channel) const noexcept
 
     const auto factor = factorOf (coding);
     const auto [low, high] = real.row.empty() ? over (whole) : over (real);
-    return high < low ? Range { 0.0f, 0.0f } : Range { low * factor, high * factor };
+    return high < low ? PeakRange() : PeakRange { low * factor, high * factor };
 }
 
 }    // namespace ld

@@ -52,13 +52,8 @@ public:
     void add (const juce::uint8* frames, juce::int64 numFrames) noexcept;
     [[nodiscard]] bool isEmpty() const noexcept { return framesAdded == 0; }
 
-    struct Range
-    {
-        float low, high;
-    };
-
     /** The range of a channel since reset, {0, 0} if no frame was added. */
-    [[nodiscard]] Range rangeOf (int channel) const noexcept;
+    [[nodiscard]] PeakRange rangeOf (int channel) const noexcept;
 
 private:
     template <typename Value>

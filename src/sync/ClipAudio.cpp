@@ -24,32 +24,6 @@ LD_VECTOR_CLONES void averageInto (float* out, juce::uint8* covered, const float
     }
 }
 
-PeakLane peaksOf (const std::vector<float>& audio)
-{
-    PeakLane lane { std::vector<float> (guestPeakBuckets),
-                    std::vector<float> (guestPeakBuckets),
-                    (juce::int64) audio.size() };
-    const auto step = audio.empty() ? 1.0 : (double) audio.size() / guestPeakBuckets;
-
-    for (size_t bucket = 0; bucket < guestPeakBuckets; ++bucket)
-    {
-        const auto from = (size_t) (step * (double) bucket);
-        const auto to = std::min ((size_t) (step * (double) (bucket + 1)), audio.size());
-        auto low = 0.0f, high = 0.0f;
-
-        for (auto i = from; i < to; ++i)
-        {
-            low = audio[i] < low ? audio[i] : low;
-            high = audio[i] > high ? audio[i] : high;
-        }
-
-        lane.minValues[bucket] = low;
-        lane.maxValues[bucket] = high;
-    }
-
-    return lane;
-}
-
 }    // namespace
 
 std::vector<std::vector<float>>
@@ -98,7 +72,7 @@ void rebuildGuestPeaks (GuestClip& guest)
     guest.peaks.clear();
 
     for (const auto& channel : guest.channelAudio)
-        guest.peaks.push_back (peaksOf (channel));
+        guest.peaks.push_back (peaksOf (channel, guestPeakBuckets));
 }
 
 void stretchGuest (GuestClip& guest, double driftSlope)

@@ -1,0 +1,238 @@
+#include "media/PeakCurve.h"
+
+#include "media/VectorClones.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <tuple>
+
+namespace ld
+{
+namespace
+{
+
+constexpr size_t levelFactor = 4;
+constexpr size_t fewestBuckets = 4096;    // of a level; coarser ones would not be quicker to draw
+
+// Ahead of the first sample; samples beyond full scale on one side alone leave the other at full scale.
+constexpr PeakRange nothingYet { 1.0f, -1.0f };
+
+// The first frame of a bucket: the lowest whose index, cut to a whole bucket, is the bucket's own.
+juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
+{
+    auto frame = (juce::int64) ((double) bucket * framesPerBucket);
+
+    while (frame > 0 && (juce::int64) ((double) (frame - 1) / framesPerBucket) >= bucket)
+        --frame;
+
+    while ((juce::int64) ((double) frame / framesPerBucket) < bucket)
+        ++frame;
+
+    return frame;
+}
+
+// What is no number counts for nothing.
+LD_VECTOR_CLONES PeakRange rangeOfSamples (const float* samples, size_t count, PeakRange range) noexcept
+{
+    for (size_t i = 0; i < count; ++i)
+    {
+        range.low = samples[i] < range.low ? samples[i] : range.low;
+        range.high = samples[i] > range.high ? samples[i] : range.high;
+    }
+
+    return range;
+}
+
+size_t bucketsFor (juce::int64 samples, juce::int64 perBucket) noexcept
+{
+    return (size_t) ((samples + perBucket - 1) / perBucket);
+}
+
+PeakLevel emptyLevel (juce::int64 samples, juce::int64 perBucket)
+{
+    const auto count = bucketsFor (samples, perBucket);
+    return { perBucket, std::vector<float> (count), std::vector<float> (count) };
+}
+
+PeakLevel coarserThan (const PeakLevel& finer)
+{
+    const auto count = finer.minValues.size();
+    PeakLevel level { finer.samplesPerBucket * (juce::int64) levelFactor, {}, {} };
+    level.minValues.reserve (count / levelFactor + 1);
+    level.maxValues.reserve (count / levelFactor + 1);
+
+    for (size_t from = 0; from < count; from += levelFactor)
+    {
+        const auto to = (std::ptrdiff_t) std::min (from + levelFactor, count);
+        const auto& [low, high] = std::tie (finer.minValues, finer.maxValues);
+        level.minValues.push_back (*std::min_element (low.begin() + (std::ptrdiff_t) from, low.begin() + to));
+        level.maxValues.push_back (*std::max_element (high.begin() + (std::ptrdiff_t) from, high.begin() + to));
+    }
+
+    return level;
+}
+
+void addCoarserLevels (PeakLane& lane)
+{
+    while (lane.levels.back().minValues.size() > fewestBuckets)
+        lane.levels.push_back (coarserThan (lane.levels.back()));
+}
+
+PeakLane emptyLane (juce::int64 samples, int buckets)
+{
+    PeakLane lane { std::vector<float> ((size_t) buckets), std::vector<float> ((size_t) buckets), samples };
+
+    if (samples > finestPeakBucket * buckets)
+        lane.levels.push_back (emptyLevel (samples, finestPeakBucket));
+
+    return lane;
+}
+
+PeakLevel finestLevelOf (std::span<const float> audio)
+{
+    auto level = emptyLevel ((juce::int64) audio.size(), finestPeakBucket);
+
+    for (size_t i = 0; i < level.minValues.size(); ++i)
+    {
+        const auto from = i * (size_t) finestPeakBucket;
+        const auto block = audio.subspan (from, std::min ((size_t) finestPeakBucket, audio.size() - from));
+        constexpr auto most = std::numeric_limits<float>::max();
+        const auto range = rangeOfSamples (block.data(), block.size(), { most, -most });
+
+        if (range.low <= range.high)
+        {
+            level.minValues[i] = range.low;
+            level.maxValues[i] = range.high;
+        }
+    }
+
+    return level;
+}
+
+}    // namespace
+
+const PeakLevel* levelFor (const PeakLane& lane, double samplesPerPixel) noexcept
+{
+    const PeakLevel* best = lane.levels.empty() ? nullptr : &lane.levels.front();
+
+    for (const auto& level : lane.levels)
+        if ((double) level.samplesPerBucket * 2.0 <= samplesPerPixel)
+            best = &level;
+
+    return best;
+}
+
+std::optional<PeakRange> rangeOver (const PeakLevel& level, double fromSample, double toSample) noexcept
+{
+    const auto perBucket = (double) level.samplesPerBucket;
+    const auto count = (double) level.minValues.size();
+    const auto from = (size_t) std::clamp (std::floor (fromSample / perBucket), 0.0, count);
+    const auto to = (size_t) std::clamp (std::ceil (toSample / perBucket), 0.0, count);
+
+    if (from >= to)
+        return {};
+
+    PeakRange range { level.minValues[from], level.maxValues[from] };
+
+    for (auto i = from + 1; i < to; ++i)
+        range = { std::min (range.low, level.minValues[i]), std::max (range.high, level.maxValues[i]) };
+
+    return range;
+}
+
+PeakLane peaksOf (std::span<const float> audio, int buckets)
+{
+    auto lane = emptyLane ((juce::int64) audio.size(), buckets);
+    const auto step = audio.empty() ? 1.0 : (double) audio.size() / buckets;
+
+    for (size_t bucket = 0; bucket < (size_t) buckets; ++bucket)
+    {
+        const auto from = (size_t) (step * (double) bucket);
+        const auto to = std::min ((size_t) (step * (double) (bucket + 1)), audio.size());
+        const auto range = to > from ? rangeOfSamples (audio.data() + from, to - from, {}) : PeakRange {};
+        lane.minValues[bucket] = range.low;
+        lane.maxValues[bucket] = range.high;
+    }
+
+    if (! lane.levels.empty())
+    {
+        lane.levels.front() = finestLevelOf (audio);
+        addCoarserLevels (lane);
+    }
+
+    return lane;
+}
+
+PeakCollector::PeakCollector (size_t channels, juce::int64 frames, int bucketCount)
+    : lanes (channels, emptyLane (frames, bucketCount)), coarse (channels, nothingYet), fine (channels, nothingYet),
+      numFrames (frames), buckets (bucketCount), framesPerBucket ((double) frames / bucketCount)
+{
+    findBucketAt (0);
+    fineEnd = lanes.empty() || lanes.front().levels.empty() ? frames : std::min (finestPeakBucket, frames);
+}
+
+void PeakCollector::extend (PeakRange& range, const PeakRange& by) noexcept
+{
+    range = { std::min (range.low, by.low), std::max (range.high, by.high) };
+}
+
+void PeakCollector::findBucketAt (juce::int64 frame) noexcept
+{
+    if (framesPerBucket <= 0.0)
+        return;
+
+    bucket = std::min<juce::int64> ((juce::int64) ((double) frame / framesPerBucket), buckets - 1);
+    bucketEnd = bucket == buckets - 1 ? numFrames : firstFrameOf (bucket + 1, framesPerBucket);
+}
+
+void PeakCollector::endBucket (juce::int64 frame)
+{
+    for (size_t i = 0; i < lanes.size(); ++i)
+    {
+        lanes[i].minValues[(size_t) bucket] = coarse[i].low;
+        lanes[i].maxValues[(size_t) bucket] = coarse[i].high;
+        coarse[i] = nothingYet;
+    }
+
+    findBucketAt (frame);
+}
+
+void PeakCollector::endFineBucket()
+{
+    const auto index = (size_t) ((fineEnd - 1) / finestPeakBucket);
+
+    for (size_t i = 0; i < lanes.size(); ++i)
+    {
+        if (auto& levels = lanes[i].levels; ! levels.empty())
+        {
+            levels.front().minValues[index] = fine[i].low;
+            levels.front().maxValues[index] = fine[i].high;
+        }
+
+        fine[i] = nothingYet;
+    }
+
+    fineEnd = std::min (fineEnd + finestPeakBucket, numFrames);
+}
+
+std::vector<PeakLane> PeakCollector::finish()
+{
+    const auto isBegun = [] (const std::vector<PeakRange>& ranges) {
+        return std::ranges::any_of (ranges, [] (const auto& range) { return range != nothingYet; });
+    };
+
+    if (isBegun (coarse))
+        endBucket (numFrames);
+
+    if (isBegun (fine))
+        endFineBucket();
+
+    for (auto& lane : lanes)
+        if (! lane.levels.empty())
+            addCoarserLevels (lane);
+
+    return std::move (lanes);
+}
+
+}    // namespace ld
