@@ -153,20 +153,28 @@ void PreviewEngine::playBlock (float* const* outputs, int numOutputs, int numSam
     if (const auto asked = pendingSeek.exchange (noSeek); asked >= 0)
         position = (double) asked;
 
-    const auto frames = readHost (position, step, numSamples);
+    // Backwards, the block ahead of the position is mixed and turned round.
+    const bool isBackwards = backwards;
+    const auto from = isBackwards ? std::max (position - step * numSamples, 0.0) : position;
+    const auto frames = readHost (from, step, numSamples);
     const juce::ScopedLock held (*lock);
 
     if (! session->host.format.valid)
         return;
 
-    const auto outcome = mix.mix (*session, frames, position, step, numSamples);
+    const auto outcome = mix.mix (*session, frames, from, step, numSamples);
 
-    if (outcome.hasEnded)
+    if (isBackwards ? from <= 0.0 : outcome.hasEnded)
         playing = false;
 
     deliver (outputs, numOutputs);
     fallMeters (outcome);
-    position = outcome.position;
+    position = isBackwards ? from : outcome.position;
+
+    if (isBackwards)
+        for (int c = 0; c < std::min (numOutputs, 2); ++c)
+            if (outputs[c] != nullptr)
+                std::reverse (outputs[c], outputs[c] + numSamples);
 
     // A seek that came in meanwhile has set the playhead already.
     if (pendingSeek < 0)

@@ -31,6 +31,9 @@ public:
     std::atomic<juce::int64> playhead { 0 };    // host samples
     std::atomic<bool> playing { false };
 
+    /** Set while stopped: the next start plays towards the beginning of the take. */
+    std::atomic<bool> backwards { false };
+
     /** Goes on from where the playback was left. Both must stay until stop. A poly that cannot be read is silent. */
     [[nodiscard]] juce::Result start (Session&, juce::CriticalSection& sessionLock);
     void stop();

@@ -57,6 +57,18 @@ void MainComponent::setUpButtons()
     forwardFiveButton.setTitle ("Forward five seconds");
     prevButton.setTitle ("Previous take");
     nextButton.setTitle ("Next take");
+
+    const std::pair<juce::Button*, Command> hints[] = {
+        { &openPolysButton, Command::openPolys },  { &openSessionButton, Command::openSession },
+        { &addIsoButton, Command::addFolder },     { &saveButton, Command::save },
+        { &combineButton, Command::combine },      { &prevButton, Command::previousTake },
+        { &nextButton, Command::nextTake },        { &rewindButton, Command::takeStart },
+        { &playButton, Command::playOrPause },     { &drawFadersButton, Command::drawFaders },
+        { &monitorMixButton, Command::monitorMix }
+    };
+
+    for (const auto& [button, command] : hints)
+        button->setTooltip (keyHint (command));
 }
 
 void MainComponent::setUpLabels()
@@ -90,6 +102,7 @@ void MainComponent::setUpPanels()
     addChildComponent (spine);
     addChildComponent (inspector);
     addChildComponent (video);
+    addChildComponent (keyPanel);
 }
 
 void MainComponent::setUpSpine()
@@ -116,6 +129,7 @@ void MainComponent::setUpSpine()
         confirmRemoveTrack (isGuest, id, channel);
     };
     spine.onStrokeEnded = [this] { work.endStroke(); };
+    spine.onSamplesWanted = [this] (SpineSpan span) { readSamplesAsync (span); };
 }
 
 void MainComponent::setUpInspector()

@@ -97,50 +97,11 @@ void MainComponent::resized()
         { &inspector, at.inspector },
         { &video, at.picture },
         { &videoTimecodeEditor, at.pictureTimecode },
+        { &keyPanel, keyPanel.fittedInto (getLocalBounds()) },
     };
 
     for (const auto& [child, bounds] : places)
         child->setBounds (bounds);
-}
-
-bool MainComponent::keyPressed (const juce::KeyPress& key)
-{
-    using Key = juce::KeyPress;
-    const auto hasHost = session.host.format.valid;
-    const auto command = juce::ModifierKeys::commandModifier;
-    const auto commandShift = command | juce::ModifierKeys::shiftModifier;
-    const auto isCommand = [&] (char letter) { return key == Key (letter, command, 0); };
-
-    if (key == Key ('d') && hasHost)
-        drawFadersButton.setToggleState (! drawFadersButton.getToggleState(), juce::sendNotification);
-    else if (isCommand ('z'))
-        undo();
-    else if (isCommand ('y') || key == Key ('z', commandShift, 0))
-        redo();
-    else if (isCommand ('s'))
-        saveSessionChooser();
-    else if (key == Key ('s', commandShift, 0) && hasWork())
-        saveSessionAs ([] {});
-    else if (key == Key ('o', commandShift, 0))
-        openSessionChooser();
-    else if (isCommand ('o'))
-        openHostChooser();
-    else if (isCommand ('f'))
-        hasHost ? openIsoFolderChooser() : openFolderChooser();
-    else if (isCommand ('i'))
-        openVideoChooser();
-    else if (isCommand ('e'))
-        combineAllChooser();
-    else if (key == Key::spaceKey)
-        togglePlay();
-    else if (key == Key::leftKey)
-        nudgeSelected (-1);
-    else if (key == Key::rightKey)
-        nudgeSelected (1);
-    else
-        return false;
-
-    return true;
 }
 
 void MainComponent::timerCallback()
@@ -171,6 +132,10 @@ void MainComponent::timerCallback()
         syncVideoTransport();
 
     wasPlaying = isPlaying;
+
+    if (isPlaying)
+        spine.followPlayhead();
+
     spine.repaint();
 
     if (! session.host.format.valid)

@@ -11,6 +11,8 @@
 #include "work/WorkEdits.h"
 #include "workspace/InspectorPanel.h"
 #include "workspace/JobDesk.h"
+#include "workspace/KeyPanel.h"
+#include "workspace/KeyTable.h"
 #include "workspace/PicturePlayer.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
@@ -142,6 +144,17 @@ private:
     void showVideoTimecode();
     void setVideoTimecode();
 
+    // Keys, and what part of the take is seen (MainKeys.cpp)
+    void obey (Command);
+    [[nodiscard]] juce::int64 samplesPerFrame() const;
+    void nudgeOrStep (juce::int64 nudge, juce::int64 step);
+    void seekEdge (bool isForward);
+    void playIn (bool isBackwards);
+    void switchSelected (bool isSolo);
+    void showSelected();
+    void readSamplesAsync (SpineSpan);
+    void toggleKeyPanel();
+
     // What the user does to tracks (MainTracks.cpp)
     void selectGuest (const juce::Uuid&, int lane = 0);
     void setReferenceChannel (int channel);
@@ -221,6 +234,7 @@ private:
     double progressValue = 0.0;    // -1: nothing can be counted
     WorkBar progressBar { progressValue, lookAndFeel };
 
+    KeyPanel keyPanel { lookAndFeel };
     juce::TooltipWindow tooltips { this };
     juce::Component::SafePointer<juce::CallOutBox> mixerPanel;
 

@@ -176,6 +176,7 @@ void MainComponent::commitTake (LoadedTake take, const std::function<void()>& lo
     desk.discard (std::move (take.session));
     desk.discard (std::exchange (shelf, {}));
     onTrial.clear();
+    spine.showWholeTake();
     const auto before = std::exchange (announcement, {});
     announce (takeLoadedText (session.guests));
 

@@ -211,6 +211,7 @@ void MainComponent::closeTake()
     desk.discard (std::exchange (shelf, {}));
     playButton.setButtonText ("Play");
     spine.playhead = 0;
+    spine.showWholeTake();
     refreshTake();
     repaint();
 }

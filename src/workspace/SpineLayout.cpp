@@ -15,6 +15,7 @@ using juce::int64;
 
 constexpr float margin = 8.0f, topMargin = 4.0f, rulerHeight = 46.0f, handleWidth = 30.0f;
 constexpr float guestGap = 36.0f, lowestLane = 52.0f, highestLane = 92.0f, buttonSize = 22.0f;
+constexpr float overviewHeight = 34.0f, laneBarWidth = 6.0f;
 
 int lanesShown (const GuestClip& guest)
 {
@@ -53,19 +54,37 @@ void placeLane (SpineLane& lane, const SpineFrame& frame, float top, float heigh
 
 }    // namespace
 
-SpineFrame layOutSpine (Area bounds)
+SpineFrame layOutSpine (Area bounds, const TimelineView& view)
 {
     const auto x = bounds.getX() + margin, y = bounds.getY() + topMargin;
     const auto width = std::max (bounds.getWidth() - 2.0f * margin, 0.0f);
     const auto height = std::max (bounds.getHeight() - 2.0f * topMargin, 0.0f);
     const auto ruler = std::min (height, rulerHeight), label = std::min (width, SpineFrame::labelColumn);
     const auto lane = width - label, handle = std::min (lane, handleWidth);
+    const auto overview = view.isZoomed() ? std::min (height - ruler, overviewHeight) : 0.0f;
+    const auto lanes = height - ruler - overview;
     return { .ruler = Area (x + label, y, lane, ruler),
-             .timeline = Area (x + label, y + ruler, lane - handle, height - ruler),
-             .labels = Area (x, y, SpineFrame::labelColumn, height) };
+             .timeline = Area (x + label, y + ruler, lane - handle, lanes),
+             .labels = Area (x, y, SpineFrame::labelColumn, height),
+             .overview = Area (x + label, y + ruler + lanes, lane - handle, overview),
+             .laneBar = Area (bounds.getRight() - margin + 1.0f, y + ruler, laneBarWidth, lanes) };
 }
 
-std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
+LaneWindow laneWindow (const Session& session, Area bounds, const TimelineView& view)
+{
+    const auto guestLanes = countGuestLanes (session.guests);
+    const auto gap = guestLanes >= 1 ? guestGap : 0.0f;
+    const auto space = layOutSpine (bounds, view).timeline.getHeight();
+    LaneWindow lanes { .total = countHostLanes (session.host) + guestLanes };
+    lanes.height = view.laneHeight > 0.0f
+                       ? view.laneHeight
+                       : std::clamp ((space - gap) / (float) std::max (lanes.total, 1), lowestLane, highestLane);
+    lanes.last = std::max (lanes.total - std::max ((int) ((space - gap) / lanes.height + 0.01f), 1), 0);
+    lanes.first = std::clamp (view.firstLane, 0, lanes.last);
+    return lanes;
+}
+
+std::vector<SpineLane> layOutLanes (const Session& session, Area bounds, const TimelineView& view)
 {
     const auto& host = session.host;
     std::vector<SpineLane> lanes;
@@ -73,18 +92,20 @@ std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
     if (! host.format.valid)
         return lanes;
 
-    const auto frame = layOutSpine (bounds);
-    const auto guestLanes = countGuestLanes (session.guests);
-    const auto gap = guestLanes >= 1 ? guestGap : 0.0f;
-    const auto total = (float) std::max (countHostLanes (host) + guestLanes, 1);
-    const auto height = std::clamp ((frame.timeline.getHeight() - gap) / total, lowestLane, highestLane);
+    const auto frame = layOutSpine (bounds, view);
+    const auto window = laneWindow (session, bounds, view);
     auto top = frame.timeline.getY();
+    auto index = 0;
 
     const auto add = [&] (SpineLane lane) {
-        lane.mixerIndex = (int) lanes.size();
-        placeLane (lane, frame, top, height);
+        lane.mixerIndex = index++;
+
+        if (lane.mixerIndex < window.first)
+            return;
+
+        placeLane (lane, frame, top, window.height);
         lanes.push_back (lane);
-        top += height;
+        top += window.height;
     };
 
     for (int c = 0; c < std::max (host.format.channels, 1); ++c)
@@ -93,7 +114,7 @@ std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
                    .channel = c,
                    .hasMixer = (size_t) c >= host.tracks.size() || isMixSourceTrack (host.tracks[(size_t) c]) });
 
-    top += gap;
+    top += countGuestLanes (session.guests) >= 1 ? guestGap : 0.0f;
 
     for (const auto& guest : session.guests)
         for (int c = 0; c < lanesShown (guest); ++c)
@@ -105,16 +126,6 @@ std::vector<SpineLane> layOutLanes (const Session& session, Area bounds)
 int64 takeLength (const Session& session) noexcept
 {
     return std::max<int64> (session.host.format.numFrames, 1);
-}
-
-float xOfSample (Area timeline, int64 sample, int64 length) noexcept
-{
-    return timeline.getX() + (float) ((double) sample / (double) length) * timeline.getWidth();
-}
-
-double shareAt (Area timeline, float x) noexcept
-{
-    return std::clamp ((double) (x - timeline.getX()) / std::max ((double) timeline.getWidth(), 1.0), 0.0, 1.0);
 }
 
 float gainDbAtHeight (Area area, float y) noexcept
@@ -150,18 +161,89 @@ std::vector<SpineBlock> blocksOf (const GuestClip& guest, int hostSampleRate)
     return blocks;
 }
 
-Area blockBounds (Area timeline, SpineSpan span, int64 length) noexcept
+Area blockBounds (Area timeline, SpineSpan span, SpineSpan visible) noexcept
 {
     const auto clamped = [&] (int64 sample) {
-        return std::clamp (xOfSample (timeline, sample, length), timeline.getX(), timeline.getRight());
+        return std::clamp (xOfSample (timeline, sample, visible), timeline.getX(), timeline.getRight());
     };
-    const auto from = clamped (span.start), to = clamped (span.start + span.length);
+    const auto from = clamped (span.start), to = clamped (span.end());
 
     if (to <= from)
         return {};
 
     constexpr float narrowest = 3.0f;
     return { from, timeline.getY() + 5.0f, std::max (to - from, narrowest), timeline.getHeight() - 10.0f };
+}
+
+std::optional<int> mixerIndexOf (const Session& session, const juce::Uuid& guest, int channel)
+{
+    const auto lanes = layOutLanes (session, {});
+    const auto found = std::ranges::find_if (
+        lanes, [&] (const auto& lane) { return lane.isGuest && lane.guestId == guest && lane.channel == channel; });
+    return found != lanes.end() && found->mixerIndex < session.mixerCount() ? std::optional (found->mixerIndex)
+                                                                            : std::nullopt;
+}
+
+std::optional<int64> edgeBeside (const Session& session, int64 sample, bool isForward)
+{
+    std::optional<int64> nearest;
+
+    for (const auto& guest : session.guests)
+        for (const auto& block : blocksOf (guest, session.host.format.sampleRate))
+            for (const auto edge : { block.span.start, block.span.end() })
+            {
+                const auto isBeyond = isForward ? edge > sample : edge < sample;
+                const auto isInTake = edge >= 0 && edge < takeLength (session);
+
+                if (isBeyond && isInTake && (! nearest || (isForward ? edge < *nearest : edge > *nearest)))
+                    nearest = edge;
+            }
+
+    return nearest;
+}
+
+SpineSpan spanOf (const GuestClip& guest, int hostSampleRate)
+{
+    const auto blocks = blocksOf (guest, hostSampleRate);
+
+    if (blocks.empty())
+        return {};
+
+    auto span = blocks.front().span;
+
+    for (const auto& block : blocks)
+    {
+        const auto start = std::min (span.start, block.span.start);
+        span = { start, std::max (span.end(), block.span.end()) - start };
+    }
+
+    return span;
+}
+
+std::vector<MixAutomationPoint> visibleGainLine (const std::vector<MixAutomationPoint>& points, SpineSpan visible)
+{
+    std::vector<MixAutomationPoint> line;
+    const auto at = [] (const MixAutomationPoint& a, const MixAutomationPoint& b, int64 sample) {
+        auto between = a;
+        between.sample = sample;
+        between.gainDb +=
+            (b.gainDb - a.gainDb) * (float) ((double) (sample - a.sample) / (double) (b.sample - a.sample));
+        return between;
+    };
+
+    for (size_t i = 0; i < points.size(); ++i)
+    {
+        const auto& point = points[i];
+
+        for (const auto edge : { visible.start, visible.end() })
+            if (i > 0 && points[i - 1].sample < edge && edge < point.sample)
+                line.push_back (at (points[i - 1], point, edge));
+
+        if (point.sample >= visible.start && point.sample <= visible.end())
+            line.push_back (point);
+    }
+
+    return line;
 }
 
 std::vector<SpineSpan> mutedSpans (const std::vector<MixMutePoint>& points, int64 length)

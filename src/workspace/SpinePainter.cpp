@@ -1,5 +1,6 @@
 #include "workspace/SpinePainter.h"
 
+#include "workspace/SpineRuler.h"
 #include "workspace/SpineText.h"
 #include "workspace/WavePicture.h"
 
@@ -26,7 +27,9 @@ public:
                   Area bounds,
                   const SpineView& viewToPaint)
         : g (graphics), theme (lookAndFeel), palette (lookAndFeel.palette), session (sessionToPaint),
-          view (viewToPaint), frame (layOutSpine (bounds)), lanes (layOutLanes (sessionToPaint, bounds)),
+          view (viewToPaint), frame (layOutSpine (bounds, viewToPaint.timeline)),
+          lanes (layOutLanes (sessionToPaint, bounds, viewToPaint.timeline)),
+          window (laneWindow (sessionToPaint, bounds, viewToPaint.timeline)), visible (viewToPaint.timeline.visible()),
           length (takeLength (sessionToPaint))
     {
     }
@@ -35,12 +38,19 @@ public:
     {
         paintHeading();
         paintRuler();
-        const auto firstGuest = std::ranges::find_if (lanes, &SpineLane::isGuest);
 
-        for (auto lane = lanes.begin(); lane != lanes.end(); ++lane)
-            if (isInSight (*lane))
-                paintLane (*lane, lane == firstGuest);
+        {
+            const juce::Graphics::ScopedSaveState state (g);
+            g.reduceClipRegion (g.getClipBounds().withTop ((int) frame.timeline.getY()).withBottom (lanesBottom()));
+            const auto firstGuest = std::ranges::find_if (lanes, &SpineLane::isGuest);
 
+            for (auto lane = lanes.begin(); lane != lanes.end(); ++lane)
+                if (isInSight (*lane))
+                    paintLane (*lane, lane == firstGuest);
+        }
+
+        paintOverview();
+        paintLaneBar();
         paintPlayhead();
         paintFileHover();
     }
@@ -114,26 +124,66 @@ private:
 
     void paintRuler()
     {
-        constexpr float boxWidth = 108.0f;
         const auto area = frame.ruler;
         g.setFont (theme.monoFont (13.0f));
 
-        for (int mark = 0; mark <= 4; ++mark)
+        for (const auto& mark : rulerMarks (session.host, area, frame.timeline, view.timeline))
         {
-            const auto share = (float) mark / 4.0f;
-            const auto x = area.getX() + area.getWidth() * share;
-            const auto justification = mark == 0   ? juce::Justification::left
-                                       : mark == 4 ? juce::Justification::right
-                                                   : juce::Justification::centred;
-            const auto boxX = mark == 0 ? x : mark == 4 ? x - boxWidth : x - boxWidth / 2.0f;
-            fill (palette.line, { x, area.getBottom() - 5.0f, 1.0f, 5.0f });
+            fill (palette.line, { mark.x, area.getBottom() - 5.0f, 1.0f, 5.0f });
             g.setColour (palette.text);
-            g.drawText (rulerText (session.host, share),
-                        Area (boxX, area.getY(), boxWidth, area.getHeight() - 5.0f),
-                        juce::Justification (justification | juce::Justification::verticallyCentred));
+            g.drawText (mark.text,
+                        mark.box,
+                        juce::Justification (mark.justification.getFlags() | juce::Justification::verticallyCentred));
         }
 
         fill (palette.line, area.withTop (area.getBottom() - 1.0f));
+    }
+
+    // Where the take is seen whole, the last lane may run off below, as far as there is room.
+    [[nodiscard]] int lanesBottom() const
+    {
+        return frame.overview.isEmpty() ? g.getClipBounds().getBottom() : (int) frame.timeline.getBottom();
+    }
+
+    // The reference channel of the whole take, and which part of it is shown above.
+    void paintOverview()
+    {
+        const auto& area = frame.overview;
+
+        if (area.isEmpty())
+            return;
+
+        const SpineSpan whole { 0, length };
+        const auto box = area.withTrimmedTop (4.0f);
+        const auto from = xOfSample (box, visible.start, whole), to = xOfSample (box, visible.end(), whole);
+        fill (palette.panel, box);
+
+        if (const auto channel = (size_t) session.referenceChannel; channel < session.host.peaks.size())
+            drawWave (g, waveShape (box, { session.host.peaks[channel] }, whole, waveReach), palette.muted);
+
+        constexpr float narrowest = 4.0f;
+        const auto shown = box.withLeft (from).withWidth (std::max (to - from, narrowest));
+        fill (palette.accent.withAlpha (0.22f), shown);
+        g.setColour (palette.accent);
+        g.drawRect (shown, 1.0f);
+        fill (palette.accentBright, { xOfSample (box, view.playhead, whole), box.getY(), 1.4f, box.getHeight() });
+    }
+
+    // Only where not all lanes are seen.
+    void paintLaneBar()
+    {
+        if (window.last == 0)
+            return;
+
+        const auto& bar = frame.laneBar;
+        const auto shown = (float) (window.total - window.last) / (float) window.total;
+        const auto top = (float) window.first / (float) window.total;
+        g.setColour (palette.panel);
+        g.fillRoundedRectangle (bar, 3.0f);
+        g.setColour (palette.muted);
+        g.fillRoundedRectangle (
+            bar.withY (bar.getY() + top * bar.getHeight()).withHeight (std::max (shown * bar.getHeight(), 12.0f)),
+            3.0f);
     }
 
     void paintGround (const SpineLane& lane)
@@ -192,13 +242,35 @@ private:
              name.withY (name.getBottom()).withHeight (inner - nameHeight));
     }
 
-    void paintWave (
-        const SpineLane& lane, const PeakLane& peaks, float inset, juce::Colour colour, int64 offset, float emphasis)
+    void paintWave (const SpineLane& lane, const WaveSource& wave, float inset, juce::Colour colour, float emphasis)
     {
         const auto& timeline = lane.timeline;
         const auto height = std::max (std::max (timeline.getHeight() - inset, 0.0f) - inset, 0.0f);
         const auto area = timeline.withY (timeline.getY() + inset).withHeight (height);
-        fillWave (g, waveColumns (area, peaks, length, offset), colour.withAlpha (0.84f + 0.16f * emphasis));
+        const juce::Graphics::ScopedSaveState state (g);
+        g.reduceClipRegion (timeline.withX (timeline.getX() - 2.0f)
+                                .withRight (timeline.getRight() + 2.0f)
+                                .getSmallestIntegerContainer());
+        drawWave (g,
+                  waveShape (area, wave, visible, waveReach * view.timeline.waveHeight),
+                  colour.withAlpha (0.84f + 0.16f * emphasis));
+    }
+
+    // What is at hand of a poly's channel for a close look: the reference channel, or what was read for it.
+    [[nodiscard]] WaveSource hostWave (size_t channel) const
+    {
+        const auto& host = session.host;
+        WaveSource wave { host.peaks[channel] };
+
+        if (view.samples != nullptr && view.samples->file == host.file && channel < view.samples->channels.size())
+        {
+            wave.samples = view.samples->channels[channel];
+            wave.firstSample = view.samples->start;
+        }
+        else if ((int) channel == session.referenceChannel)
+            wave.samples = host.referenceAudio;
+
+        return wave;
     }
 
     void paintHostLane (const SpineLane& lane)
@@ -207,12 +279,8 @@ private:
         paintLabel (lane, 6.0f, 22.0f, palette.muted, 11.0f);
 
         if ((size_t) lane.channel < session.host.peaks.size())
-            paintWave (lane,
-                       session.host.peaks[(size_t) lane.channel],
-                       8.0f,
-                       isMuted (lane) ? palette.muted : palette.good,
-                       0,
-                       0.0f);
+            paintWave (
+                lane, hostWave ((size_t) lane.channel), 8.0f, isMuted (lane) ? palette.muted : palette.good, 0.0f);
     }
 
     void paintGuestLane (const SpineLane& lane, const GuestClip& guest)
@@ -223,18 +291,21 @@ private:
         const auto blocks = blocksOf (guest, session.host.format.sampleRate);
 
         for (const auto& block : blocks)
-            paintBlock (blockBounds (lane.timeline, block.span, length), isSelected, isDoubtful);
+            paintBlock (blockBounds (lane.timeline, block.span, visible), isSelected, isDoubtful);
 
         if (! guest.peaks.empty())
-            paintWave (lane,
-                       guest.peaks[(size_t) std::clamp (lane.channel, 0, (int) guest.peaks.size() - 1)],
-                       7.0f,
-                       isMuted (lane) ? palette.muted : palette.warn,
-                       guest.alignment.offsetSamples,
-                       guest.waveEmphasis);
+        {
+            const auto channel = (size_t) std::clamp (lane.channel, 0, (int) guest.peaks.size() - 1);
+            WaveSource wave { guest.peaks[channel], guest.alignment.offsetSamples };
+
+            if (channel < guest.channelAudio.size())
+                wave.samples = guest.channelAudio[channel];
+
+            paintWave (lane, wave, 7.0f, isMuted (lane) ? palette.muted : palette.warn, guest.waveEmphasis);
+        }
 
         for (const auto& block : blocks)
-            paintBlockName (blockBounds (lane.timeline, block.span, length), block.file);
+            paintBlockName (blockBounds (lane.timeline, block.span, visible), block.file);
 
         if (! guest.matchPending)
             return;
@@ -289,13 +360,15 @@ private:
 
         for (const auto& span : mutedSpans (channel.muteAutomation, length))
         {
-            const auto from = xOfSample (lane.timeline, span.start, length);
-            const auto to = xOfSample (lane.timeline, span.start + span.length, length);
-            fill (palette.bad.withAlpha (0.18f),
-                  { from,
-                    lane.timeline.getY() + 4.0f,
-                    std::max (to - from, 1.0f),
-                    std::max (lane.timeline.getHeight() - 8.0f, 0.0f) });
+            const auto from = std::max (xOfSample (lane.timeline, span.start, visible), lane.timeline.getX());
+            const auto to = std::min (xOfSample (lane.timeline, span.end(), visible), lane.timeline.getRight());
+
+            if (to > from || (span.start >= visible.start && span.end() <= visible.end()))
+                fill (palette.bad.withAlpha (0.18f),
+                      { from,
+                        lane.timeline.getY() + 4.0f,
+                        std::max (to - from, 1.0f),
+                        std::max (lane.timeline.getHeight() - 8.0f, 0.0f) });
         }
 
         paintGainLine (lane, channel.automation);
@@ -326,20 +399,22 @@ private:
 
     void paintGainLine (const SpineLane& lane, const std::vector<MixAutomationPoint>& points)
     {
-        if (points.size() < 2)
+        const auto line = points.size() < 2 ? points : visibleGainLine (points, visible);
+
+        if (points.size() < 2 || line.empty())
             return;
 
         const auto& timeline = lane.timeline;
         const auto placeOf = [&] (const MixAutomationPoint& point) {
             const auto share = std::clamp (shareOfGain (point.gainDb), 0.0f, 1.0f);
-            return juce::Point<float> (xOfSample (timeline, point.sample, length),
+            return juce::Point<float> (xOfSample (timeline, point.sample, visible),
                                        timeline.getBottom() - 8.0f - share * (timeline.getHeight() - 16.0f));
         };
         juce::Path path;
-        path.startNewSubPath (placeOf (points.front()));
+        path.startNewSubPath (placeOf (line.front()));
 
-        for (size_t i = 1; i < points.size(); ++i)
-            path.lineTo (placeOf (points[i]));
+        for (size_t i = 1; i < line.size(); ++i)
+            path.lineTo (placeOf (line[i]));
 
         g.setColour (palette.accentBright.withAlpha (0.85f));
         g.strokePath (path, juce::PathStrokeType (1.4f));
@@ -368,7 +443,7 @@ private:
 
     void paintPlayhead()
     {
-        const auto x = xOfSample (frame.timeline, view.playhead, length);
+        const auto x = xOfSample (frame.timeline, view.playhead, visible);
 
         if (view.playhead >= 1 && x >= frame.timeline.getX() && x <= frame.timeline.getRight())
             fill (palette.accent, { x, frame.timeline.getY() - 2.0f, 1.4f, frame.timeline.getHeight() + 2.0f });
@@ -391,6 +466,8 @@ private:
     const SpineView& view;
     const SpineFrame frame;
     const std::vector<SpineLane> lanes;
+    const LaneWindow window;
+    const SpineSpan visible;
     const int64 length;
 };
 

@@ -6,12 +6,27 @@
 namespace ld
 {
 
+/** Samples of the poly's channels that were read for a close look. */
+struct HostSamples
+{
+    juce::File file;
+    juce::int64 start = 0;                       // host samples
+    std::vector<std::vector<float>> channels;    // all of one length
+
+    [[nodiscard]] SpineSpan span() const noexcept
+    {
+        return { start, channels.empty() ? 0 : (juce::int64) channels.front().size() };
+    }
+};
+
 /** What the timeline shows beside the session. */
 struct SpineView
 {
     juce::int64 playhead = 0;    // host samples
     bool isDrawing = false;      // of fader lines
     bool isFileOver = false;
+    TimelineView timeline {};
+    const HostSamples* samples = nullptr;
 };
 
 void paintSpine (juce::Graphics&, const LookAndFeel&, const Session&, juce::Rectangle<float> bounds, const SpineView&);

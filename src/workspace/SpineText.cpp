@@ -1,11 +1,6 @@
 #include "workspace/SpineText.h"
 
-#include "media/BextIxml.h"
-#include "media/Timecode.h"
 #include "workspace/MainText.h"
-
-#include <algorithm>
-#include <cmath>
 
 namespace ld
 {
@@ -74,16 +69,6 @@ LaneText guestLaneText (const GuestClip& guest, int channel)
         text.detail << "  |  " << (int) guest.leftOut.size() << " without a place";
 
     return text;
-}
-
-juce::String rulerText (const HostTake& host, double share)
-{
-    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
-    const auto length = (double) std::max<juce::int64> (host.format.numFrames, 1);
-    const auto behind = std::round (stampRate * std::round (length * share) / std::max (host.format.sampleRate, 1));
-    const auto stamp = (double) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
-    return formatTimecode (
-        (juce::uint64) std::max (stamp, 0.0), stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
 }
 
 }    // namespace ld

@@ -57,6 +57,141 @@ private:
     size_t next = 0;
 };
 
+// Samples for each described bucket.
+double bucketLength (const PeakLane& peaks) noexcept
+{
+    const auto count = std::min (peaks.minValues.size(), peaks.maxValues.size());
+    return (double) peaks.sourceSamples / (double) std::max<size_t> (count > 0 ? count - 1 : 0, 1);
+}
+
+constexpr double furthestUnmarked = 1.0 / 6.0;    // samples to a pixel
+
+/** Turns a lane's curves and samples into pixels. */
+struct WavePlotter
+{
+    const juce::Rectangle<float> area;
+    const WaveSource& source;
+    const SpineSpan visible;
+    const float reach;
+
+    [[nodiscard]] float yOf (float value) const noexcept
+    {
+        return std::clamp (
+            area.getCentreY() - finite (value) * area.getHeight() * reach, area.getY(), area.getBottom());
+    }
+
+    // The samples that what is visible of the lane needs, one more on either side.
+    [[nodiscard]] SpineSpan needed() const noexcept
+    {
+        const auto from = std::clamp<juce::int64> (visible.start - source.offset - 1, 0, source.peaks.sourceSamples);
+        const auto to = std::clamp<juce::int64> (visible.end() - source.offset + 2, from, source.peaks.sourceSamples);
+        return { from, to - from };
+    }
+
+    [[nodiscard]] bool hasAllSamples() const noexcept
+    {
+        const auto span = needed();
+        return span.start >= source.firstSample
+               && span.end() <= source.firstSample + (juce::int64) source.samples.size();
+    }
+
+    [[nodiscard]] float sampleAt (juce::int64 laneSample) const noexcept
+    {
+        return source.samples[(size_t) (laneSample - source.firstSample)];
+    }
+
+    // With the sample ahead, so that one column reaches the next.
+    [[nodiscard]] std::optional<PeakRange> rangeOfSamples (double from, double to) const noexcept
+    {
+        const auto span = needed();
+        const auto first = std::max ((juce::int64) std::floor (from) - 1, span.start);
+        const auto end = std::min ((juce::int64) std::ceil (to), span.end());
+
+        if (first >= end)
+            return {};
+
+        PeakRange range { sampleAt (first), sampleAt (first) };
+
+        for (auto i = first + 1; i < end; ++i)
+            range = { std::min (range.low, sampleAt (i)), std::max (range.high, sampleAt (i)) };
+
+        return range;
+    }
+
+    [[nodiscard]] std::vector<juce::Point<float>> samplePoints() const
+    {
+        const auto span = needed();
+        std::vector<juce::Point<float>> points;
+
+        for (auto i = span.start; i < span.end(); ++i)
+            points.emplace_back (xOfSample (area, i + source.offset, visible), yOf (sampleAt (i)));
+
+        return points;
+    }
+
+    // A column for each pixel over which the lane runs, at least as high as a line is.
+    template <typename RangeOver>
+    [[nodiscard]] std::vector<WaveColumn> columnsOver (const RangeOver& rangeOver) const
+    {
+        constexpr float thinnest = 1.0f;
+        const auto perPixel = samplesPerPixel (area, visible);
+        const auto start = (double) (visible.start - source.offset);
+        const auto count = (int) std::ceil (area.getWidth());
+        std::vector<WaveColumn> columns;
+        columns.reserve ((size_t) count);
+
+        for (int i = 0; i < count; ++i)
+        {
+            const auto from = start + (double) i * perPixel, to = from + perPixel;
+
+            if (to <= 0.0 || from >= (double) source.peaks.sourceSamples)
+                continue;
+
+            if (const auto range = rangeOver (from, to))
+            {
+                const auto top = yOf (range->high), bottom = yOf (range->low);
+                const auto widening = std::max (thinnest - (bottom - top), 0.0f) / 2.0f;
+                columns.push_back ({ area.getX() + (float) i,
+                                     std::max (top - widening, area.getY()),
+                                     std::min (bottom + widening, area.getBottom()) });
+            }
+        }
+
+        return columns;
+    }
+
+    [[nodiscard]] std::vector<WaveColumn> buckets() const
+    {
+        constexpr float overhang = 2.0f;
+        const auto& peaks = source.peaks;
+        const auto count = std::min (peaks.minValues.size(), peaks.maxValues.size());
+        const auto perBucket = bucketLength (peaks);
+        std::vector<WaveColumn> columns;
+
+        for (size_t i = 0; i < count; ++i)
+        {
+            const auto sample = (double) i * perBucket + (double) (source.offset - visible.start);
+            const auto x = area.getX() + area.getWidth() * (float) (sample / (double) visible.length);
+
+            if (x < area.getX() - overhang || x > area.getRight() + overhang)
+                continue;
+
+            const WaveColumn column { x, yOf (peaks.maxValues[i]), yOf (peaks.minValues[i]) };
+
+            if (columns.empty() || std::floor (columns.back().x) != std::floor (x))
+            {
+                columns.push_back (column);
+                continue;
+            }
+
+            columns.back().top = std::min (columns.back().top, column.top);
+            columns.back().bottom = std::max (columns.back().bottom, column.bottom);
+        }
+
+        return columns;
+    }
+};
+
 void fillColumn (juce::Image::BitmapData& pixels, int x, float top, float bottom, juce::PixelARGB colour)
 {
     const auto first = std::max ((int) std::floor (top), 0);
@@ -76,40 +211,58 @@ void fillColumn (juce::Image::BitmapData& pixels, int x, float top, float bottom
 
 }    // namespace
 
-std::vector<WaveColumn>
-waveColumns (juce::Rectangle<float> area, const PeakLane& lane, juce::int64 length, juce::int64 offset)
+bool wantsSamples (const PeakLane& peaks, double samplesPerPixel) noexcept
 {
-    constexpr float overhang = 2.0f, reach = 0.42f;
-    const auto count = std::min (lane.minValues.size(), lane.maxValues.size());
-    std::vector<WaveColumn> columns;
+    return samplesPerPixel < (double) finestPeakBucket && samplesPerPixel < bucketLength (peaks);
+}
 
-    if (length < 1 || count == 0)
-        return columns;
+WaveShape waveShape (juce::Rectangle<float> area, const WaveSource& source, SpineSpan visible, float reach)
+{
+    const WavePlotter plot { area, source, visible, reach };
+    const auto perPixel = samplesPerPixel (area, visible);
 
-    const auto perBucket = (double) lane.sourceSamples / (double) std::max<size_t> (count - 1, 1);
-    const auto yOf = [&] (float value) { return area.getCentreY() - finite (value) * area.getHeight() * reach; };
+    if (visible.length < 1 || source.peaks.minValues.empty() || area.getWidth() <= 0.0f)
+        return {};
 
-    for (size_t i = 0; i < count; ++i)
-    {
-        const auto sample = (double) i * perBucket + (double) offset;
-        const auto x = area.getX() + area.getWidth() * (float) (sample / (double) length);
+    if (bucketLength (source.peaks) <= perPixel)
+        return { .columns = plot.buckets() };
 
-        if (x < area.getX() - overhang || x > area.getRight() + overhang)
-            continue;
+    const auto hasSamples = wantsSamples (source.peaks, perPixel) && plot.hasAllSamples();
 
-        const WaveColumn column { x, yOf (lane.maxValues[i]), yOf (lane.minValues[i]) };
+    if (hasSamples && perPixel < 1.0)
+        return { .points = plot.samplePoints(), .showsPoints = perPixel <= furthestUnmarked };
 
-        if (columns.empty() || std::floor (columns.back().x) != std::floor (x))
-        {
-            columns.push_back (column);
-            continue;
-        }
+    if (hasSamples)
+        return { .columns =
+                     plot.columnsOver ([&] (double from, double to) { return plot.rangeOfSamples (from, to); }) };
 
-        columns.back().top = std::min (columns.back().top, column.top);
-        columns.back().bottom = std::max (columns.back().bottom, column.bottom);
-    }
+    if (const auto* const level = levelFor (source.peaks, perPixel))
+        return { .columns = plot.columnsOver ([&] (double from, double to) { return rangeOver (*level, from, to); }) };
 
-    return columns;
+    return { .columns = plot.buckets() };
+}
+
+void drawWave (juce::Graphics& g, const WaveShape& shape, juce::Colour colour)
+{
+    fillWave (g, shape.columns, colour);
+
+    if (shape.points.size() < 2)
+        return;
+
+    juce::Path path;
+    path.startNewSubPath (shape.points.front());
+
+    for (const auto& point : shape.points)
+        path.lineTo (point);
+
+    g.setColour (colour);
+    g.strokePath (path, juce::PathStrokeType (1.2f));
+
+    constexpr float mark = 4.0f;
+
+    if (shape.showsPoints)
+        for (const auto& point : shape.points)
+            g.fillEllipse (juce::Rectangle<float> (mark, mark).withCentre (point));
 }
 
 void fillWave (juce::Graphics& g, const std::vector<WaveColumn>& columns, juce::Colour colour)

@@ -1,26 +1,52 @@
 #pragma once
 
 #include "media/Records.h"
+#include "workspace/TimelineView.h"
 
-#include <juce_graphics/juce_graphics.h>
+#include <span>
 
 namespace ld
 {
 
-/** One point of a lane's curve: its place, and how far the curve reaches there. */
+/** What a wave's curve covers at one x: from its highest sample to its lowest. */
 struct WaveColumn
 {
     float x = 0.0f, top = 0.0f, bottom = 0.0f;
 };
 
-/** The curve of a lane within an area, from left to right; empty where none of it is in sight. Buckets that share a pixel
-    are one that holds the extremes of all.
-    offset, length   of the lane's start and of the take, host samples */
-[[nodiscard]] std::vector<WaveColumn>
-waveColumns (juce::Rectangle<float> area, const PeakLane&, juce::int64 length, juce::int64 offset);
+/** What a lane's wave is drawn from. Positions within a lane are samples from its own start. */
+struct WaveSource
+{
+    const PeakLane& peaks;
+    juce::int64 offset = 0;               // host sample of the lane's first
+    std::span<const float> samples {};    // those that are at hand; drawn where the curves are too coarse
+    juce::int64 firstSample = 0;          // of these
+};
 
-/** Fills the outline that runs forward along the tops and back along the bottoms. It is drawn column by column and not as
-    a path, because a path's cost grows with every edge that a scan line meets, and a dense curve is nothing but edges. */
+/** A wave as it is to be drawn: columns, or, where samples lie further apart than pixels, the samples themselves. */
+struct WaveShape
+{
+    std::vector<WaveColumn> columns {};
+    std::vector<juce::Point<float>> points {};
+    bool showsPoints = false;    // each sample is marked
+};
+
+/** The wave of a lane in an area, for the stretch of the host that the area's width stands for; within the area, however loud
+    it is. Columns cover what lies in their pixel, or what the described buckets hold where these are finer; they reach 2 pixels
+    beyond the area's sides.
+    reach   of full scale, as a share of the area's height on either side of its middle */
+[[nodiscard]] WaveShape waveShape (juce::Rectangle<float> area, const WaveSource&, SpineSpan visible, float reach);
+
+/** Fills the outline through the columns, a column of pixels after the other: much faster than a path, and every pixel
+    column is covered as far as the curve covers it. */
 void fillWave (juce::Graphics&, const std::vector<WaveColumn>&, juce::Colour);
+
+/** Either. */
+void drawWave (juce::Graphics&, const WaveShape&, juce::Colour);
+
+constexpr float waveReach = 0.42f;
+
+/** True where the curves of a lane are too coarse and its samples are wanted. */
+[[nodiscard]] bool wantsSamples (const PeakLane&, double samplesPerPixel) noexcept;
 
 }    // namespace ld

@@ -1,7 +1,5 @@
 #include "workspace/WaveformSpine.h"
 
-#include "workspace/SpinePainter.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -40,12 +38,12 @@ bool WaveformSpine::isInUse (int mixerIndex) const
 
 juce::Rectangle<float> WaveformSpine::timelineBounds() const
 {
-    return layOutSpine (getLocalBounds().toFloat()).timeline;
+    return layOutSpine (getLocalBounds().toFloat(), view()).timeline;
 }
 
 std::vector<WaveformSpine::LaneHit> WaveformSpine::layoutLanes() const
 {
-    return session != nullptr ? layOutLanes (*session, getLocalBounds().toFloat()) : std::vector<LaneHit>();
+    return session != nullptr ? layOutLanes (*session, getLocalBounds().toFloat(), view()) : std::vector<LaneHit>();
 }
 
 std::optional<WaveformSpine::LaneHit> WaveformSpine::laneOf (int mixerIndex) const
@@ -65,7 +63,11 @@ void WaveformSpine::paint (juce::Graphics& g)
     if (session == nullptr)
         return paintEmptySpine (g, *lookAndFeel);
 
-    paintSpine (g, *lookAndFeel, *session, getLocalBounds().toFloat(), { playhead, drawFaderMode, fileDragOver });
+    paintSpine (g,
+                *lookAndFeel,
+                *session,
+                getLocalBounds().toFloat(),
+                { playhead, drawFaderMode, fileDragOver, view(), &samples });
 }
 
 void WaveformSpine::setDrawFaderMode (bool isOn)
@@ -98,10 +100,10 @@ void WaveformSpine::mouseExit (const juce::MouseEvent&)
 void WaveformSpine::mouseDown (const juce::MouseEvent& event)
 {
     draggedGuest = juce::Uuid::null();
-    seeking = isMoving = false;
+    seeking = isMoving = isInOverview = isInLaneBar = false;
     faderDragIndex = -1;
 
-    if (! hasHost())
+    if (! hasHost() || pressBars (event.position))
         return;
 
     const auto timeline = timelineBounds();
@@ -154,7 +156,16 @@ bool WaveformSpine::pressLane (const LaneHit& lane, juce::Point<float> at)
 
 void WaveformSpine::mouseDrag (const juce::MouseEvent& event)
 {
-    if (! hasHost() || dragDrawing (event.position) || dragFader (event.position))
+    if (! hasHost())
+        return;
+
+    if (isInOverview)
+        return dragOverview (event.position.x);
+
+    if (isInLaneBar)
+        return dragLaneBar (event.position.y);
+
+    if (dragDrawing (event.position) || dragFader (event.position))
         return;
 
     // A hand that shakes while it clicks moves nothing.
@@ -190,7 +201,7 @@ bool WaveformSpine::dragFader (juce::Point<float> at)
 void WaveformSpine::mouseUp (const juce::MouseEvent&)
 {
     draggedGuest = juce::Uuid::null();
-    seeking = false;
+    seeking = isInOverview = isInLaneBar = false;
     faderDragIndex = -1;
     lastDrawSample = -1;
     tell (onStrokeEnded);
@@ -198,15 +209,13 @@ void WaveformSpine::mouseUp (const juce::MouseEvent&)
 
 void WaveformSpine::seekTo (float x)
 {
-    const auto share = shareAt (timelineBounds(), x);
-    tell (onSeek, (juce::int64) std::round (share * (double) session->host.format.numFrames));
+    tell (onSeek, std::min (sampleAt (timelineBounds(), x, view().visible()), session->host.format.numFrames));
 }
 
 void WaveformSpine::dragGuest (float x)
 {
-    const auto width = std::max ((double) timelineBounds().getWidth(), 1.0);
-    const auto moved = std::round ((double) (x - dragStartX) / width * (double) takeLength (*session));
-    tell (onGuestMoved, draggedGuest, (juce::int64) moved + dragStartOffset);
+    const auto moved = samplesOfPixels (timelineBounds(), x - dragStartX, view().visible());
+    tell (onGuestMoved, draggedGuest, moved + dragStartOffset);
 }
 
 void WaveformSpine::drawFaderAt (const LaneHit& lane, juce::Point<float> at, bool startStroke)
@@ -214,8 +223,9 @@ void WaveformSpine::drawFaderAt (const LaneHit& lane, juce::Point<float> at, boo
     if (! hasHost() || ! lane.hasMixer || lane.mixerIndex < 0)
         return;
 
-    const auto share = shareAt (lane.timeline, at.x);
-    const auto sample = (juce::int64) std::round (share * (double) (takeLength (*session) - 1));
+    // A point on the last sample of what is visible is the last that can be drawn.
+    const auto visible = view().visible();
+    const auto sample = sampleAt (lane.timeline, at.x, { visible.start, visible.length - 1 });
     const auto db = gainDbAtHeight (lane.timeline, at.y);
     const auto previous = startStroke ? -1 : lastDrawSample;
 

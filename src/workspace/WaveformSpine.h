@@ -1,16 +1,16 @@
 #pragma once
 
 #include "theme/LookAndFeel.h"
-#include "workspace/SpineLayout.h"
+#include "workspace/SpinePainter.h"
 
 #include <functional>
 
 namespace ld
 {
 
-/** The timeline: the whole take on one screen, a lane for each channel of the poly and of its guests. It reads the session,
-    on the message thread, and hands every gesture to its owner; where no callback is set for the mixer it changes the
-    session itself. It is repainted when it is told to. */
+/** The timeline: a lane for each channel of the poly and of its guests, the whole take at first, and any part of it as closely
+    as one likes. It reads the session, on the message thread, and hands every gesture to its owner; where no callback is set
+    for the mixer it changes the session itself. What part is seen is its own affair. It is repainted when it is told to. */
 class WaveformSpine : public juce::Component
 {
 public:
@@ -29,6 +29,10 @@ public:
     std::function<void (bool isGuest, juce::Uuid, int channel)> onRemoveTrack;
     std::function<void()> onStrokeEnded;    // the button is up: what comes next is another gesture
 
+    /** Samples of the poly's channels are wanted for a close look, to be given by showSamples. Not asked again for what was
+        asked last. */
+    std::function<void (SpineSpan)> onSamplesWanted;
+
     // The owner's, who outlives this.
     LookAndFeel* lookAndFeel = nullptr;
     Session* session = nullptr;
@@ -39,9 +43,27 @@ public:
     [[nodiscard]] juce::Rectangle<float> timelineBounds() const;
     [[nodiscard]] std::vector<LaneHit> layoutLanes() const;
 
+    /** What is seen, for the take that the session holds. */
+    [[nodiscard]] TimelineView view() const;
+    void setView (const TimelineView&);
+
+    /** Closer by a factor above 1, or further; around the playhead where it is visible, else around the middle. */
+    void zoomBy (double factor);
+
+    /** Another take: the whole of it, from its first lane. Sizes stay. */
+    void showWholeTake();
+
+    /** Keeps the playhead in sight; for an owner that plays. */
+    void followPlayhead();
+
+    void showSamples (HostSamples);
+
     /** In draw mode a drag over a lane writes its fader line. */
     void setDrawFaderMode (bool);
 
+    void mouseWheelMove (const juce::MouseEvent&, const juce::MouseWheelDetails&) override;
+    void mouseMagnify (const juce::MouseEvent&, float scale) override;
+    void resized() override { askForSamples(); }
     void paint (juce::Graphics&) override;
     void mouseMove (const juce::MouseEvent&) override;
     void mouseExit (const juce::MouseEvent&) override;
@@ -56,6 +78,11 @@ private:
     bool pressLane (const LaneHit&, juce::Point<float>);
     bool dragDrawing (juce::Point<float>);
     bool dragFader (juce::Point<float>);
+    bool pressBars (juce::Point<float>);
+    void dragOverview (float x);
+    void dragLaneBar (float y);
+    void scrollLanes (float wheel);
+    void askForSamples();
     void seekTo (float x);
     void dragGuest (float x);
     void drawFaderAt (const LaneHit&, juce::Point<float>, bool startStroke);
@@ -63,12 +90,17 @@ private:
     void setMute (int mixerIndex, bool isMuted);
 
     juce::Uuid draggedGuest = juce::Uuid::null();
-    bool seeking = false, isMoving = false;
+    bool seeking = false, isMoving = false, isInOverview = false, isInLaneBar = false;
     int faderDragIndex = -1;
     int drawIndex = -1;    // of the last stroke; it outlives it
     float dragStartX = 0.0f;
     juce::int64 dragStartOffset = 0, lastDrawSample = -1;
     bool drawFaderMode = false;
+
+    TimelineView shown;
+    float laneScroll = 0.0f;    // what is left of the wheel's turns below a lane
+    HostSamples samples;
+    SpineSpan samplesAsked;
 };
 
 }    // namespace ld

@@ -75,6 +75,24 @@ struct Studio
         view.keyPressed (juce::KeyPress ('d'));
     }
 
+    void takeZoomed()
+    {
+        auto& spine = child<ld::WaveformSpine>();
+        const auto middle = view.openSession().host.format.numFrames / 2;
+
+        for (const auto& [name, length] : { std::pair { "zoom", 96000 }, std::pair { "samples", 120 } })
+        {
+            spine.setView (ld::showing (spine.view(), { middle, length }));
+            pumpFor (300);
+            take (name);
+        }
+
+        view.keyPressed (juce::KeyPress ('0'));
+        view.keyPressed (juce::KeyPress ('?'));
+        take ("keys");
+        view.keyPressed (juce::KeyPress ('?'));
+    }
+
     void takeMixer()
     {
         for (auto* component : view.getChildren())
@@ -114,6 +132,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     spine.onGuestSelected (studio.view.openSession().guests.front().id, 0);
     studio.take ("selected");
     spine.onSelectionCleared();
+    studio.takeZoomed();
     studio.takeDrawing();
     studio.takeMixer();
 

@@ -1,3 +1,4 @@
+#include "workspace/SpineRuler.h"
 #include "workspace/SpineText.h"
 #include "workspace/WavePicture.h"
 #include "workspace/WaveformSpine.h"
@@ -170,10 +171,10 @@ TEST (SpineLayout, PlacesBlocksAndMutedSpans)
     EXPECT_EQ (blocks[1].span, (SpineSpan { 50000, 20000 }));
 
     const Area timeline (100.0f, 0.0f, 1000.0f, 60.0f);
-    EXPECT_EQ (blockBounds (timeline, { 20000, 20000 }, takeFrames), Area (300.0f, 5.0f, 200.0f, 50.0f));
-    EXPECT_EQ (blockBounds (timeline, { -50000, 60000 }, takeFrames), Area (100.0f, 5.0f, 100.0f, 50.0f));
-    EXPECT_EQ (blockBounds (timeline, { 50000, 1 }, takeFrames).getWidth(), 3.0f);
-    EXPECT_TRUE (blockBounds (timeline, { 200000, 5000 }, takeFrames).isEmpty());
+    EXPECT_EQ (blockBounds (timeline, { 20000, 20000 }, { 0, takeFrames }), Area (300.0f, 5.0f, 200.0f, 50.0f));
+    EXPECT_EQ (blockBounds (timeline, { -50000, 60000 }, { 0, takeFrames }), Area (100.0f, 5.0f, 100.0f, 50.0f));
+    EXPECT_EQ (blockBounds (timeline, { 50000, 1 }, { 0, takeFrames }).getWidth(), 3.0f);
+    EXPECT_TRUE (blockBounds (timeline, { 200000, 5000 }, { 0, takeFrames }).isEmpty());
 
     EXPECT_THAT (mutedSpans ({ { 100, true } }, 1000), IsEmpty());
     EXPECT_THAT (mutedSpans ({ { 100, true }, { 300, false }, { 500, true } }, 1000),
@@ -200,15 +201,18 @@ TEST (WavePicture, ShowsTheExtremesOfAllBuckets)
     lane.minValues[777] = -1.0f;
     lane.maxValues[5] = std::numeric_limits<float>::quiet_NaN();
     const Area area (10.0f, 0.0f, 300.0f, 100.0f);
-    const auto bounds = boundsOf (waveColumns (area, lane, takeFrames, 0));
+    const auto columnsAt = [&] (const PeakLane& peaks, int64 offset) {
+        return waveShape (area, { peaks, offset }, { 0, takeFrames }, waveReach).columns;
+    };
+    const auto bounds = boundsOf (columnsAt (lane, 0));
 
     EXPECT_NEAR (bounds.getY(), 50.0f - 42.0f, 1e-3f);
     EXPECT_NEAR (bounds.getBottom(), 50.0f + 42.0f, 1e-3f);
     EXPECT_NEAR (bounds.getWidth(), 300.0f, 1.5f);
-    EXPECT_NEAR (waveColumns (area, lane, takeFrames, 50000).front().x, 160.0f, 1.0f);
-    EXPECT_NEAR (waveColumns (area, lane, takeFrames, -50000).front().x, 8.0f, 1.5f) << "two pixels over";
-    EXPECT_THAT (waveColumns (area, lane, takeFrames, 5 * takeFrames), IsEmpty());
-    EXPECT_THAT (waveColumns (area, {}, takeFrames, 0), IsEmpty());
+    EXPECT_NEAR (columnsAt (lane, 50000).front().x, 160.0f, 1.0f);
+    EXPECT_NEAR (columnsAt (lane, -50000).front().x, 8.0f, 1.5f) << "two pixels over";
+    EXPECT_THAT (columnsAt (lane, 5 * takeFrames), IsEmpty());
+    EXPECT_THAT (columnsAt ({}, 0), IsEmpty());
 }
 
 TEST (WavePicture, FillsTheOutlineOfTheCurve)
@@ -276,8 +280,8 @@ TEST (SpineText, NamesALaneAndItsPlace)
     auto stamped = host;
     stamped.ixml.hasTimestamp = stamped.ixml.present = true;
     stamped.ixml.timestampSamples = 48000;
-    EXPECT_EQ (rulerText (stamped, 0.0), "00:00:01:00");
-    EXPECT_EQ (rulerText (stamped, 1.0), "00:00:03:02") << "100000 samples are 50 frames of 24";
+    EXPECT_EQ (rulerText (stamped, 0), "00:00:01:00");
+    EXPECT_EQ (rulerText (stamped, takeFrames), "00:00:03:02") << "100000 samples are 50 frames of 24";
 }
 
 TEST (Spine, TellsWhatIsPressedInTheOrderOfWhatLiesOnTop)
