@@ -309,7 +309,7 @@ void MainComponent::keepUpRecovery()
     const auto now = juce::Time::getMillisecondCounter();
 
     if (recovery == nullptr || recoveredState == work.state() || now - recoveredAt < recoveryIntervalMs
-        || desk.isRunning (JobKind::side))
+        || isWritingRecovery)
         return;
 
     recoveredAt = now;
@@ -318,6 +318,7 @@ void MainComponent::keepUpRecovery()
     if (! work.isUnsaved())
         return recovery->remove();
 
+    isWritingRecovery = true;
     desk.start (
         JobKind::side,
         {},
@@ -325,6 +326,8 @@ void MainComponent::keepUpRecovery()
         return writeRecovery (target, document, file);
         },
         [this] (const juce::Result& written) {
+        isWritingRecovery = false;
+
         if (recovery == nullptr)
             return;
 
@@ -337,7 +340,10 @@ void MainComponent::keepUpRecovery()
         if (! work.isUnsaved())
             recovery->remove();    // saved meanwhile
     },
-        [this] (const juce::String& sentence) { showStatus (sentence); });
+        [this] (const juce::String& sentence) {
+        isWritingRecovery = false;
+        showStatus (sentence);
+    });
 }
 
 void MainComponent::endRecovery()
