@@ -83,25 +83,6 @@ Batch scanAndMatch (const ConformOptions& options, ProgressLine& line)
     return batch;
 }
 
-// The files of a session's takes, each once.
-std::vector<ScanFile> filesOf (const std::vector<BatchMatch>& takes)
-{
-    std::vector<ScanFile> files;
-    std::set<juce::String> listed;
-    const auto add = [&] (const ScanFile& scan) {
-        if (listed.insert (scan.file.getFullPathName()).second)
-            files.push_back (scan);
-    };
-
-    for (const auto& take : takes)
-    {
-        add (take.host);
-        std::for_each (take.guests.begin(), take.guests.end(), add);
-    }
-
-    return files;
-}
-
 double secondsOf (const BatchMatch& take)
 {
     // A session document does not say how long its media are.
@@ -153,13 +134,6 @@ ConformOutcome combineAll (const SessionDocument& document, const ConformOptions
     return outcome;
 }
 
-ConformOutcome describeScan (const std::vector<BatchMatch>& takes)
-{
-    ConformOutcome outcome;
-    std::transform (takes.begin(), takes.end(), std::back_inserter (outcome.takes), outcomeOfScan);
-    return outcome;
-}
-
 std::optional<juce::String> usageFault (const ConformOptions& options)
 {
     if (! options.input.exists())
@@ -182,7 +156,7 @@ std::optional<juce::String> usageFault (const ConformOptions& options)
 ConformStatus tell (const ConformOptions& options, const ConformOutcome& outcome, ConformStatus status)
 {
     if (! options.isQuiet)
-        std::cout << (options.isScanOnly ? makeScanTable (outcome) : makeConformTable (outcome)) << std::flush;
+        std::cout << textOfTable (options.isScanOnly ? tableOfScan (outcome) : tableOfCombine (outcome)) << std::flush;
 
     if (options.report && ! writeConformReport (outcome, *options.report))
         return fail (ConformStatus::incomplete, "Could not write " + options.report->getFullPathName() + ".");
@@ -205,7 +179,7 @@ ConformStatus runConform (const ConformOptions& options)
         if (const auto read = readSessionDocument (options.input, batch.document); read.failed())
             return fail (ConformStatus::incomplete, read.getErrorMessage());
 
-        batch.scans = filesOf (batch.document.takes);
+        batch.scans = filesOfTakes (batch.document.takes);
     }
     else
         batch = scanAndMatch (options, *line);
@@ -223,7 +197,7 @@ ConformStatus runConform (const ConformOptions& options)
     ConformOutcome outcome;
 
     if (options.isScanOnly)
-        outcome = describeScan (batch.document.takes);
+        outcome = outcomeOfScan (batch.document.takes);
     else if (options.output->createDirectory().failed())
         return fail (ConformStatus::incomplete, "Could not create " + options.output->getFullPathName() + ".");
     else

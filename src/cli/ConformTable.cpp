@@ -1,95 +1,35 @@
 #include "cli/ConformTable.h"
 
-#include "media/BextIxml.h"
-
-#include <algorithm>
-
 namespace ld
 {
 namespace
 {
 
-juce::String namesOf (const GuestOutcome& guest)
+juce::String textOf (const RunTable::Guest& guest)
 {
-    juce::StringArray names;
+    if (! guest.isPlaced)
+        return "    left out  " + namesOf (guest) + "\n              " + guest.why + "\n";
 
-    for (const auto& piece : guest.pieces)
-        names.add (piece.file.getFileName());
-
-    return names.joinIntoString (", ");
+    return "    placed    " + namesOf (guest) + "\n              " + guest.place + ": " + guest.why + "\n";
 }
 
-juce::String describeGuest (const GuestOutcome& guest)
+juce::String textOf (const RunTable::Take& take)
 {
-    if (guest.rejected)
-        return "    left out  " + namesOf (guest) + "\n              " + guest.alignment.detail + "\n";
-
-    return "    placed    " + namesOf (guest) + "\n              at sample "
-           + juce::String (guest.alignment.offsetSamples) + ", " + methodWord (guest.alignment.method) + ": "
-           + guest.alignment.detail + (guest.alignment.evidence.isEmpty() ? "" : "; " + guest.alignment.evidence)
-           + "\n";
-}
-
-// Every recording is tried on every take. One that was left out here and has its place in another take is no news,
-// unless nobody could hear whether it has one here too.
-bool belongsElsewhere (const GuestOutcome& guest, const std::set<juce::String>& placedFiles)
-{
-    const auto isPlaced = [&] (const GuestPiece& piece) { return placedFiles.contains (piece.file.getFullPathName()); };
-    return guest.rejected && ! guest.isUnreadable && std::any_of (guest.pieces.begin(), guest.pieces.end(), isPlaced);
-}
-
-juce::String fateOf (const TakeOutcome& take)
-{
-    if (take.output == juce::File())
-        return {};
-
-    if (! take.written)
-        return "  ->  not written: " + take.error;
-
-    const auto name = "  ->  " + take.output.getFileName();
-    return take.error.isEmpty() ? name : name + "; " + take.error;
-}
-
-juce::String describeTake (const TakeOutcome& take, const std::set<juce::String>& placedFiles)
-{
-    auto text = take.poly.getFileName() + fateOf (take) + "\n";
-    auto ofOtherTakes = 0;
+    auto text = take.poly.getFileName() + (take.fate.isEmpty() ? "" : "  ->  " + take.fate) + "\n";
 
     for (const auto& guest : take.guests)
-    {
-        if (belongsElsewhere (guest, placedFiles))
-            ++ofOtherTakes;
-        else
-            text << describeGuest (guest);
-    }
+        text << textOf (guest);
 
-    if (take.guests.empty())
+    if (! take.hasGuests)
         text << "    no guests\n";
 
-    if (ofOtherTakes > 0)
-        text << "    left out  " << ofOtherTakes << " of other takes\n";
+    if (take.ofOtherTakes > 0)
+        text << "    left out  " << take.ofOtherTakes << " of other takes\n";
 
     return text;
 }
 
-// What the best comparison of a file came to.
-juce::String nearestMatch (const juce::File& file, const std::vector<ProvedPair>& comparisons)
-{
-    const ProvedPair* best = nullptr;
-
-    for (const auto& verdict : comparisons)
-        if (verdict.guest.file == file && (best == nullptr || verdict.first.confidence > best->first.confidence))
-            best = &verdict;
-
-    if (best == nullptr)
-        return {};
-
-    return "        nearest: " + best->poly.getFileName() + ", " + best->guest.alignment.detail + "\n";
-}
-
-juce::String listFiles (const juce::String& heading,
-                        const std::vector<juce::File>& files,
-                        const std::vector<ProvedPair>& comparisons)
+juce::String listFiles (const juce::String& heading, const std::vector<RunTable::LooseFile>& files)
 {
     if (files.empty())
         return {};
@@ -97,52 +37,22 @@ juce::String listFiles (const juce::String& heading,
     auto text = heading + "\n";
 
     for (const auto& file : files)
-        text << "    " << file.getFullPathName() << "\n" << nearestMatch (file, comparisons);
+        text << "    " << file.path << "\n" << (file.note.isEmpty() ? "" : "        " + file.note + "\n");
 
     return text;
-}
-
-juce::String listUnreadable (const std::vector<juce::File>& files)
-{
-    juce::String text (files.empty() ? "" : "Could not be read:\n");
-
-    for (const auto& file : files)
-    {
-        // As text the path would be cut or show other letters than the system does.
-        const std::string_view path (file.getFullPathName().toRawUTF8());
-        text << "    " << textFromBytes (path) << "\n"
-             << (isUtf8 (path) ? "" : "        its name is no UTF-8 text; rename it, and it can be used\n");
-    }
-
-    return text;
-}
-
-juce::String describeTakes (const ConformOutcome& outcome)
-{
-    const auto placedFiles = outcome.placedFiles();
-    juce::String text;
-
-    for (const auto& take : outcome.takes)
-        text << describeTake (take, placedFiles);
-
-    text << listUnreadable (outcome.unreadable);
-    return text + listFiles ("Belong to no take:", outcome.unmatched, outcome.comparisons);
 }
 
 }    // namespace
 
-juce::String makeConformTable (const ConformOutcome& outcome)
+juce::String textOfTable (const RunTable& table)
 {
-    return describeTakes (outcome) + combineSummary (outcome.written(), (int) outcome.takes.size(), outcome.rejected())
-           + "\n";
-}
+    juce::String text;
 
-juce::String makeScanTable (const ConformOutcome& outcome)
-{
-    const auto isMatched = [] (const TakeOutcome& take) { return ! take.guests.empty(); };
-    const auto matched = std::count_if (outcome.takes.begin(), outcome.takes.end(), isMatched);
-    return describeTakes (outcome) + "Found " + juce::String ((int) outcome.takes.size()) + " takes, "
-           + juce::String ((int) matched) + " of them with guests. Nothing was written.\n";
+    for (const auto& take : table.takes)
+        text << textOf (take);
+
+    return text + listFiles ("Could not be read:", table.unreadable) + listFiles ("Belong to no take:", table.unmatched)
+           + table.summary + "\n";
 }
 
 }    // namespace ld

@@ -164,6 +164,34 @@ TakeOutcome outcomeOfScan (const BatchMatch& match)
     return take;
 }
 
+ConformOutcome outcomeOfScan (const std::vector<BatchMatch>& takes)
+{
+    ConformOutcome outcome;
+
+    for (const auto& take : takes)
+        outcome.takes.push_back (outcomeOfScan (take));
+
+    return outcome;
+}
+
+std::vector<ScanFile> filesOfTakes (const std::vector<BatchMatch>& takes)
+{
+    std::vector<ScanFile> files;
+    std::set<juce::String> listed;
+    const auto add = [&] (const ScanFile& scan) {
+        if (listed.insert (scan.file.getFullPathName()).second)
+            files.push_back (scan);
+    };
+
+    for (const auto& take : takes)
+    {
+        add (take.host);
+        std::for_each (take.guests.begin(), take.guests.end(), add);
+    }
+
+    return files;
+}
+
 void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scans)
 {
     const auto placed = outcome.placedFiles(), unreadable = unreadableGuestFiles (outcome);

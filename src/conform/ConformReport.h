@@ -26,6 +26,12 @@ struct ConformOutcome
 /** A take as a scan left it: matched, and nothing written. */
 [[nodiscard]] TakeOutcome outcomeOfScan (const BatchMatch&);
 
+/** A whole batch as a scan left it. */
+[[nodiscard]] ConformOutcome outcomeOfScan (const std::vector<BatchMatch>&);
+
+/** The files of a batch's takes, each once: what a run begins with that scans nothing. */
+[[nodiscard]] std::vector<ScanFile> filesOfTakes (const std::vector<BatchMatch>&);
+
 /** Fills unreadable and unmatched from the scans that the run began with. */
 void accountForFiles (ConformOutcome&, const std::vector<ScanFile>& scans);
 

@@ -1,6 +1,7 @@
 #include "workspace/MainComponent.h"
 
 #include "monitor/MonitorMixer.h"
+#include "workspace/MainLayout.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
 
@@ -32,6 +33,10 @@ void MainComponent::setUpButtons()
     setUpButton (combineButton, "Combine all tracks", palette.accent, [this] { combineAllChooser(); });
     setUpButton (prevButton, "Prev", palette.ink, [this] { stepBatch (-1); });
     setUpButton (nextButton, "Next", palette.ink, [this] { stepBatch (1); });
+    setUpButton (takesButton, "Takes", palette.ink, [this] {
+        showsTakes = ! showsTakes;
+        resized();
+    });
     setUpButton (undoButton, "Undo", palette.ink, [this] { undo(); });
     setUpButton (redoButton, "Redo", palette.ink, [this] { redo(); });
     setUpButton (findButton, "Find missing...", palette.raised, [this] { findMissingChooser(); });
@@ -96,6 +101,7 @@ void MainComponent::setUpLabels()
 
 void MainComponent::setUpPanels()
 {
+    setUpTakeList();
     setUpSpine();
     setUpInspector();
     video.setVolume (0.0f);
@@ -181,6 +187,12 @@ void MainComponent::showChildren()
     prevButton.setVisible (hasSeveralTakes);
     nextButton.setVisible (hasSeveralTakes);
     batchLabel.setVisible (hasSeveralTakes);
+    takesButton.setVisible (hasSeveralTakes);
+    takesButton.setEnabled (hasRoomForTakes (getWidth()));
+    takesButton.setTooltip (! takesButton.isEnabled() ? "The window is too narrow for the list of takes"
+                            : showsTakes              ? "Hide the list of takes"
+                                                      : "Show the list of takes");
+    takeList.setVisible (hasSeveralTakes && showsTakes && takesButton.isEnabled());
     video.setVisible (hasPicture);
     videoTimecodeEditor.setVisible (hasPicture);
     inspector.setVisible (showsTake() && ! session.selectedGuest.isNull());

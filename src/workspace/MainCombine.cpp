@@ -9,7 +9,8 @@ namespace ld
 
 void MainComponent::combineInto (const juce::File& folder)
 {
-    const auto& doc = work.document();
+    const auto document = std::make_shared<const SessionDocument> (work.document());
+    const auto& doc = *document;
     const auto count = (int) doc.takes.size();
     showStatus ("Combining " + juce::String (count) + (count == 1 ? " take..." : " takes..."));
     beginProgress (countText ("Examining and combining  ", 0, count), 0.0);
@@ -31,7 +32,8 @@ void MainComponent::combineInto (const juce::File& folder)
             });
         });
         },
-        [this, count] (const std::vector<TakeOutcome>& takes) {
+        [this, count, document] (const std::vector<TakeOutcome>& takes) {
+        noteCombined (document, takes);
         auto written = 0, rejected = 0;
 
         for (const auto& take : takes)

@@ -64,7 +64,8 @@ void MainComponent::resized()
                           .hasPicture = session.video.loaded,
                           .hasSeveralTakes = work.document().takes.size() >= 2,
                           .hasMissing = hasMissing(),
-                          .showsInspector = ! session.selectedGuest.isNull() };
+                          .showsInspector = ! session.selectedGuest.isNull(),
+                          .showsTakes = showsTakes };
     const auto at = layOutMain (getWidth(), getHeight(), face);
     showChildren();
     showOutputName();
@@ -83,6 +84,8 @@ void MainComponent::resized()
         { &prevButton, at.previousTake },
         { &nextButton, at.nextTake },
         { &batchLabel, at.batchLabel },
+        { &takesButton, at.takes },
+        { &takeList, at.takeList },
         { &rewindButton, at.rewind },
         { &backFiveButton, at.backFive },
         { &playButton, at.play },
@@ -111,6 +114,7 @@ void MainComponent::timerCallback()
     spine.playhead = preview.playhead;
     updateTransportDisplay();
     keepUpRecovery();
+    keepUpSurvey();
     auto isFading = false;
 
     for (auto& guest : session.guests)
@@ -164,6 +168,8 @@ void MainComponent::showWork()
     if (onTitleChanged)
         onTitleChanged (titleOf (work));
 
+    batchLabel.setTooltip (batchLabel.getText());
+    refreshTakeList();
     resized();
     repaint();
 }

@@ -14,6 +14,7 @@
 #include "workspace/KeyPanel.h"
 #include "workspace/KeyTable.h"
 #include "workspace/PicturePlayer.h"
+#include "workspace/TakeList.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
 #include "workspace/WorkBar.h"
@@ -199,6 +200,13 @@ private:
     void searchGuestsAsync (const std::vector<juce::Uuid>&);
     void commitPlace (PlacedGuest, const std::vector<FilePlace>& known);
 
+    // The list of takes (MainTakeList.cpp)
+    void setUpTakeList();
+    void refreshTakeList();
+    void keepUpSurvey();
+    void goToTake (int index);
+    void noteCombined (const std::shared_ptr<const SessionDocument>&, const std::vector<TakeOutcome>&);
+
     // The session file (MainFile.cpp)
     void saveSessionTo (const juce::File&);
     void loadSessionFile (const juce::File&);
@@ -224,11 +232,12 @@ private:
     PreviewEngine preview;
     WaveformSpine spine;
     InspectorPanel inspector;
+    TakeList takeList { lookAndFeel };
     PicturePlayer video;
 
     juce::TextButton playButton, combineButton, openPolysButton, rewindButton, backFiveButton, forwardFiveButton,
         monitorMixButton, drawFadersButton, openFolderButton, addIsoButton, outputButton, resetButton, saveButton,
-        openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton;
+        openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton, takesButton;
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
@@ -249,7 +258,15 @@ private:
     std::vector<GuestClip> shelf;      // guests of the open take that were removed, with their audio
     std::set<juce::String> onTrial;    // paths of files of an ISO folder: they stay only if they belong to the take
 
+    bool showsTakes = true;
+    TakeSurvey survey;                        // of the files of the work, as they were found last
+    std::vector<juce::File> surveyedFiles;    // that it was made for
+    juce::int64 surveyedState = -1;           // of the work, as it was looked through last
+    bool isSurveying = false;
+    CombinedTakes combined;
+
     std::unique_ptr<RecoveryFile> recovery;
+    bool isWritingRecovery = false;
     std::vector<LostWork> reopened;    // held until the own copy is written
     juce::int64 recoveredState = 0;    // of the work, as it was copied last
     juce::uint32 recoveredAt = 0;      // milliseconds

@@ -9,6 +9,8 @@ namespace
 
 using Bounds = juce::Rectangle<int>;
 
+constexpr int takeListWidth = 280, panelGap = 8, narrowestTimeline = 900;
+
 void layOutWelcome (MainLayout& at, int w, int h)
 {
     at.openPolys = Bounds (w / 2 - 280, h / 2 + 86, 172, 42);
@@ -54,7 +56,10 @@ void layOutEdits (MainLayout& at, int right, int row, const MainFace& face)
     }
 
     if (face.hasSeveralTakes)
-        at.batchLabel.setRight (std::min (at.batchLabel.getRight(), left - 8));
+    {
+        at.takes = Bounds (left - 60, y, 56, height);
+        at.batchLabel.setRight (std::min (at.batchLabel.getRight(), at.takes.getX()));
+    }
 
     const auto transportEnd = isOwnRow ? at.drawFaders.getX() : left;
     at.transport = Bounds (294, row, std::max (transportEnd, 424) - 304, 32);
@@ -87,11 +92,22 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
     const auto below = std::max (h - row - 42, 0);
     at.spine = Bounds (16, row + 42, std::max (w - 32, 0), std::max (below - (face.showsInspector ? 162 : 36), 0));
 
+    if (face.hasSeveralTakes && face.showsTakes && hasRoomForTakes (w))
+    {
+        at.takeList = at.spine.removeFromLeft (takeListWidth);
+        at.spine.removeFromLeft (panelGap);
+    }
+
     if (face.showsInspector)
         at.inspector = Bounds (0, h - 162, w, 126);
 }
 
 }    // namespace
+
+bool hasRoomForTakes (int width) noexcept
+{
+    return width - 32 - takeListWidth - panelGap >= narrowestTimeline;
+}
 
 MainLayout layOutMain (int width, int height, const MainFace& face)
 {

@@ -13,20 +13,25 @@ struct MainFace
     bool hasSeveralTakes = false;
     bool hasMissing = false;    // files that are not there
     bool showsInspector = false;
+    bool showsTakes = false;    // the list of them, where it has room
 };
 
 /** Where the main view's children stand, in its own coordinates. Those that a face does not show have empty bounds. */
 struct MainLayout
 {
-    juce::Rectangle<int> progressBar, cancel, output, openPolys;    // both faces; the bar ends left of its button
-    juce::Rectangle<int> openFolder, openSession;                   // welcome card
-    juce::Rectangle<int> combine, save, addIso, reset;              // workspace, top band
-    juce::Rectangle<int> previousTake, nextTake, batchLabel;        // with several takes
+    juce::Rectangle<int> progressBar, cancel, output, openPolys;       // both faces; the bar ends left of its button
+    juce::Rectangle<int> openFolder, openSession;                      // welcome card
+    juce::Rectangle<int> combine, save, addIso, reset;                 // workspace, top band
+    juce::Rectangle<int> previousTake, nextTake, batchLabel, takes;    // with several takes
     juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
     juce::Rectangle<int> monitorMix, drawFaders, undo, redo, spine, inspector;
     juce::Rectangle<int> findMissing;                 // with missing files
     juce::Rectangle<int> picture, pictureTimecode;    // with a picture
+    juce::Rectangle<int> takeList;                    // with several takes, where it is shown
 };
+
+/** Whether a window of this width can show the list of takes beside a timeline that is wide enough to work in. */
+[[nodiscard]] bool hasRoomForTakes (int width) noexcept;
 
 [[nodiscard]] MainLayout layOutMain (int width, int height, const MainFace&);
 

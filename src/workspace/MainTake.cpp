@@ -82,6 +82,10 @@ void MainComponent::loadOpenTake()
     if (take == nullptr || desk.isAt (take->host.file))
         return;
 
+    // Who opens a take may have brought its files back.
+    surveyedState = -1;
+    surveyedFiles.clear();
+
     LoadRequest request;
     request.take = *take;
 
@@ -186,7 +190,11 @@ void MainComponent::commitTake (LoadedTake take, const std::function<void()>& lo
     loaded();
     refreshTake();
     showAnnouncement();
-    grabKeyboardFocus();
+
+    // Who goes through the list with the keys goes on there.
+    if (! takeList.hasKeyboardFocus (true))
+        grabKeyboardFocus();
+
     searchGuestsAsync (take.pending);
 }
 

@@ -311,7 +311,7 @@ void MainComponent::keepUpRecovery()
     const auto now = juce::Time::getMillisecondCounter();
 
     if (recovery == nullptr || recoveredState == work.state() || now - recoveredAt < recoveryIntervalMs
-        || desk.isRunning (JobKind::side))
+        || isWritingRecovery)
         return;
 
     recoveredAt = now;
@@ -320,6 +320,7 @@ void MainComponent::keepUpRecovery()
     if (! work.isUnsaved())
         return removeRecovery();
 
+    isWritingRecovery = true;
     desk.start (
         JobKind::side,
         {},
@@ -327,6 +328,8 @@ void MainComponent::keepUpRecovery()
         return writeRecovery (target, document, file);
         },
         [this] (const juce::Result& written) {
+        isWritingRecovery = false;
+
         if (recovery == nullptr)
             return;
 
@@ -338,7 +341,10 @@ void MainComponent::keepUpRecovery()
         if (! work.isUnsaved())
             removeRecovery();    // saved meanwhile
     },
-        [this] (const juce::String& sentence) { showStatus (sentence); });
+        [this] (const juce::String& sentence) {
+        isWritingRecovery = false;
+        showStatus (sentence);
+    });
 }
 
 // What was opened from the copy of a lost program is kept elsewhere by now.

@@ -69,6 +69,17 @@ TEST (MainLayout, MakesRoomForTakesPictureAndInspector)
              { "spine", takes.spine, { 16, 172, 1408, 566 } },
              { "inspector", takes.inspector, { 0, 738, 1440, 126 } } });
 
+    const auto list = layOutMain (1440, 900, { .hasWork = true, .hasSeveralTakes = true, .showsTakes = true });
+    check ({ { "button", list.takes, { 1226, 92, 56, 30 } },
+             { "list", list.takeList, { 16, 172, 280, 692 } },
+             { "spine beside it", list.spine, { 304, 172, 1120, 692 } } });
+
+    // The narrowest window that leaves a timeline of 900.
+    const auto narrow = layOutMain (1219, 900, { .hasWork = true, .hasSeveralTakes = true, .showsTakes = true });
+    EXPECT_TRUE (narrow.takeList.isEmpty());
+    EXPECT_EQ (
+        layOutMain (1220, 900, { .hasWork = true, .hasSeveralTakes = true, .showsTakes = true }).spine.getWidth(), 900);
+
     const auto picture = layOutMain (1440, 900, { .hasWork = true, .hasPicture = true, .hasSeveralTakes = true });
     const auto missing = layOutMain (1100, 700, { .hasWork = true, .hasMissing = true });
     check ({ { "cancel", missing.cancel, { 714, 669, 76, 22 } },
