@@ -423,11 +423,11 @@ std::vector<PeakLane>
 BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const
 {
     const auto firstChannel = onlyChannel.value_or (0);
-    PeakCollector lanes (onlyChannel ? 1 : (size_t) format.channels, format.numFrames, buckets);
     const auto coding = sampleCodingOf (format);
     const auto held = framesInFile();
     const auto peakFrames = deliverableFrames (format.numFrames, held, peakBlockFrames);
     const auto outFrames = deliverableFrames (format.numFrames, held, channelBlockFrames);
+    PeakCollector lanes (onlyChannel ? 1 : (size_t) format.channels, format.numFrames, peakFrames, buckets);
     ExtremesFinder extremes (coding, format.channels, format.bytesPerSample);
 
     const auto close = [&] (juce::int64 frame) {

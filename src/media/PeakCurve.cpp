@@ -79,12 +79,12 @@ void addCoarserLevels (PeakLane& lane)
         lane.levels.push_back (coarserThan (lane.levels.back()));
 }
 
-PeakLane emptyLane (juce::int64 samples, int buckets)
+PeakLane emptyLane (juce::int64 samples, juce::int64 held, int buckets)
 {
     PeakLane lane { std::vector<float> ((size_t) buckets), std::vector<float> ((size_t) buckets), samples };
 
-    if (samples > finestPeakBucket * buckets)
-        lane.levels.push_back (emptyLevel (samples, finestPeakBucket));
+    if (held > 0 && samples > finestPeakBucket * buckets)
+        lane.levels.push_back (emptyLevel (held, finestPeakBucket));
 
     return lane;
 }
@@ -143,7 +143,7 @@ std::optional<PeakRange> rangeOver (const PeakLevel& level, double fromSample, d
 
 PeakLane peaksOf (std::span<const float> audio, int buckets)
 {
-    auto lane = emptyLane ((juce::int64) audio.size(), buckets);
+    auto lane = emptyLane ((juce::int64) audio.size(), (juce::int64) audio.size(), buckets);
     const auto step = audio.empty() ? 1.0 : (double) audio.size() / buckets;
 
     for (size_t bucket = 0; bucket < (size_t) buckets; ++bucket)
@@ -164,12 +164,13 @@ PeakLane peaksOf (std::span<const float> audio, int buckets)
     return lane;
 }
 
-PeakCollector::PeakCollector (size_t channels, juce::int64 frames, int bucketCount)
-    : lanes (channels, emptyLane (frames, bucketCount)), coarse (channels, nothingYet), fine (channels, nothingYet),
-      numFrames (frames), buckets (bucketCount), framesPerBucket ((double) frames / bucketCount)
+PeakCollector::PeakCollector (size_t channels, juce::int64 frames, juce::int64 held, int bucketCount)
+    : lanes (channels, emptyLane (frames, held, bucketCount)), coarse (channels, nothingYet),
+      fine (channels, nothingYet), numFrames (frames), heldFrames (held), buckets (bucketCount),
+      framesPerBucket ((double) frames / bucketCount)
 {
     findBucketAt (0);
-    fineEnd = lanes.empty() || lanes.front().levels.empty() ? frames : std::min (finestPeakBucket, frames);
+    fineEnd = lanes.empty() || lanes.front().levels.empty() ? frames : std::min (finestPeakBucket, held);
 }
 
 void PeakCollector::extend (PeakRange& range, const PeakRange& by) noexcept
@@ -189,11 +190,7 @@ void PeakCollector::findBucketAt (juce::int64 frame) noexcept
 void PeakCollector::endBucket (juce::int64 frame)
 {
     for (size_t i = 0; i < lanes.size(); ++i)
-    {
-        lanes[i].minValues[(size_t) bucket] = coarse[i].low;
-        lanes[i].maxValues[(size_t) bucket] = coarse[i].high;
-        coarse[i] = nothingYet;
-    }
+        store (coarse[i], lanes[i].minValues[(size_t) bucket], lanes[i].maxValues[(size_t) bucket]);
 
     findBucketAt (frame);
 }
@@ -203,17 +200,22 @@ void PeakCollector::endFineBucket()
     const auto index = (size_t) ((fineEnd - 1) / finestPeakBucket);
 
     for (size_t i = 0; i < lanes.size(); ++i)
-    {
         if (auto& levels = lanes[i].levels; ! levels.empty())
-        {
-            levels.front().minValues[index] = fine[i].low;
-            levels.front().maxValues[index] = fine[i].high;
-        }
+            store (fine[i], levels.front().minValues[index], levels.front().maxValues[index]);
 
-        fine[i] = nothingYet;
+    fineEnd = std::min (fineEnd + finestPeakBucket, heldFrames);
+}
+
+// Begins the range anew. What held no number stays at 0.
+void PeakCollector::store (PeakRange& range, float& low, float& high) noexcept
+{
+    if (range.low <= range.high)
+    {
+        low = range.low;
+        high = range.high;
     }
 
-    fineEnd = std::min (fineEnd + finestPeakBucket, numFrames);
+    range = nothingYet;
 }
 
 std::vector<PeakLane> PeakCollector::finish()

@@ -57,7 +57,8 @@ constexpr juce::int64 finestPeakBucket = 256;    // samples
 class PeakCollector
 {
 public:
-    PeakCollector (size_t channels, juce::int64 numFrames, int buckets);
+    /** heldFrames   that there are to be added, at most numFrames: no level is longer, whatever a header promises */
+    PeakCollector (size_t channels, juce::int64 numFrames, juce::int64 heldFrames, int buckets);
 
     /** Where the next range has to end, frames. */
     [[nodiscard]] juce::int64 nextEdge() const noexcept { return std::min (bucketEnd, fineEnd); }
@@ -85,13 +86,14 @@ public:
 
 private:
     static void extend (PeakRange&, const PeakRange&) noexcept;
+    static void store (PeakRange&, float& low, float& high) noexcept;
     void endBucket (juce::int64 frame);
     void endFineBucket();
     void findBucketAt (juce::int64 frame) noexcept;
 
     std::vector<PeakLane> lanes;
-    std::vector<PeakRange> coarse, fine;    // since the last edge of either kind
-    const juce::int64 numFrames;
+    std::vector<PeakRange> coarse, fine;    // of the buckets at hand
+    const juce::int64 numFrames, heldFrames;
     const int buckets;
     const double framesPerBucket;
     juce::int64 bucket = 0, bucketEnd = 0, fineEnd = 0;

@@ -291,7 +291,7 @@ PeakRange ExtremesFinder::rangeOf (int channel) const noexcept
 
     const auto factor = factorOf (coding);
     const auto [low, high] = real.row.empty() ? over (whole) : over (real);
-    return high < low ? PeakRange() : PeakRange { low * factor, high * factor };
+    return { low * factor, high * factor };
 }
 
 }    // namespace ld

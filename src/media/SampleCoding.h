@@ -52,7 +52,7 @@ public:
     void add (const juce::uint8* frames, juce::int64 numFrames) noexcept;
     [[nodiscard]] bool isEmpty() const noexcept { return framesAdded == 0; }
 
-    /** The range of a channel since reset, {0, 0} if no frame was added. */
+    /** The range of a channel since reset, {0, 0} if no frame was added; low above high if none of them was a number. */
     [[nodiscard]] PeakRange rangeOf (int channel) const noexcept;
 
 private:

@@ -83,21 +83,34 @@ juce::int64 deliveredFrames (const RandomFile& file, juce::int64 blockFrames)
 
 PeakLane slowCurve (const RandomFile& file, int channel, int buckets)
 {
-    const auto size = (size_t) buckets;
-    PeakLane lane { std::vector<float> (size, 1.0f), std::vector<float> (size, -1.0f), file.statedFrames };
-    const auto framesPerBucket = (double) file.statedFrames / buckets;
+    const auto delivered = deliveredFrames (file, curveBlockFrames);
+    const auto curve = [&] (size_t size, double framesPerBucket) {
+        std::pair values { std::vector<float> (size, 1.0f), std::vector<float> (size, -1.0f) };
+        auto& [low, high] = values;
 
-    for (juce::int64 frame = 0; frame < deliveredFrames (file, curveBlockFrames); ++frame)
+        for (juce::int64 frame = 0; frame < delivered; ++frame)
+        {
+            const auto value = file.sample (frame, channel);
+            const auto bucket = std::min ((size_t) ((double) frame / framesPerBucket), size - 1);
+            low[bucket] = value < low[bucket] ? value : low[bucket];
+            high[bucket] = value > high[bucket] ? value : high[bucket];
+        }
+
+        for (size_t i = 0; i < size; ++i)
+            if (high[i] < low[i])
+                low[i] = high[i] = 0.0f;
+
+        return values;
+    };
+
+    const auto [low, high] = curve ((size_t) buckets, (double) file.statedFrames / buckets);
+    PeakLane lane { low, high, file.statedFrames };
+
+    if (delivered > 0 && file.statedFrames > 256 * buckets)
     {
-        const auto value = file.sample (frame, channel);
-        const auto bucket = std::min ((size_t) ((double) frame / framesPerBucket), size - 1);
-        lane.minValues[bucket] = value < lane.minValues[bucket] ? value : lane.minValues[bucket];
-        lane.maxValues[bucket] = value > lane.maxValues[bucket] ? value : lane.maxValues[bucket];
+        const auto [fineLow, fineHigh] = curve ((size_t) (delivered + 255) / 256, 256.0);
+        lane.levels.push_back ({ 256, fineLow, fineHigh });
     }
-
-    for (size_t i = 0; i < size; ++i)
-        if (lane.maxValues[i] < lane.minValues[i])
-            lane.minValues[i] = lane.maxValues[i] = 0.0f;
 
     return lane;
 }
