@@ -8,9 +8,10 @@ namespace
 juce::String textOf (const RunTable::Guest& guest)
 {
     if (! guest.isPlaced)
-        return "    left out  " + namesOf (guest) + "\n              " + guest.why + "\n";
+        return "    left out  " + namesOf (guest) + "\n              " + guest.detail + "\n";
 
-    return "    placed    " + namesOf (guest) + "\n              " + guest.place + ": " + guest.why + "\n";
+    return "    placed    " + namesOf (guest) + "\n              " + guest.place + ": " + guest.detail
+           + (guest.evidence.isEmpty() ? "" : "; " + guest.evidence) + "\n";
 }
 
 juce::String textOf (const RunTable::Take& take)

@@ -14,7 +14,7 @@ RunTable::Guest lineOf (const GuestOutcome& guest)
     const auto& alignment = guest.alignment;
     RunTable::Guest line;
     line.isPlaced = ! guest.rejected;
-    line.why = alignment.detail;
+    line.detail = alignment.detail;
 
     for (const auto& piece : guest.pieces)
         line.files.push_back (piece.file);
@@ -28,9 +28,7 @@ RunTable::Guest lineOf (const GuestOutcome& guest)
     if (alignment.method != Alignment::Method::none && alignment.confidence <= 1.0f)
         line.confidence = alignment.confidence;
 
-    if (alignment.evidence.isNotEmpty())
-        line.why << "; " << alignment.evidence;
-
+    line.evidence = alignment.evidence;
     return line;
 }
 

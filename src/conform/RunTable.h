@@ -15,7 +15,8 @@ struct RunTable
         bool isPlaced = false;              // else it was left out
         juce::String place;                 // of a placed one: "at sample 480, waveform"
         std::optional<float> confidence;    // of a placed one, 0 to 1, where it is a share
-        juce::String why;                   // what speaks for the place, or why it was left out
+        juce::String detail;                // how the place was found, or why it was left out
+        juce::String evidence;              // of a placed one: what speaks for the place, where it was proved
     };
 
     struct Take

@@ -37,6 +37,7 @@ void MainComponent::setUpButtons()
         showsTakes = ! showsTakes;
         resized();
     });
+    setUpButton (resultsButton, "Results", palette.ink, [this] { bringResults (! showsResults); });
     setUpButton (undoButton, "Undo", palette.ink, [this] { undo(); });
     setUpButton (redoButton, "Redo", palette.ink, [this] { redo(); });
     setUpButton (findButton, "Find missing...", palette.raised, [this] { findMissingChooser(); });
@@ -52,6 +53,9 @@ void MainComponent::setUpButtons()
     setUpButton (monitorMixButton, "Monitor mix", palette.accent, [this] { openMonitorMixer(); });
     setUpButton (outputButton, "Monitoring output", palette.raised, [this] { openOutputSettings(); });
     setUpButton (cancelButton, "Cancel", palette.raised, [this] { cancelJobs(); });
+
+    for (auto* button : { &takesButton, &resultsButton })
+        button->setColour (juce::TextButton::buttonOnColourId, palette.raised);
 
     drawFadersButton.setClickingTogglesState (true);
     drawFadersButton.setColour (juce::TextButton::buttonOnColourId, palette.accent);
@@ -103,6 +107,7 @@ void MainComponent::setUpPanels()
 {
     setUpTakeList();
     setUpSpine();
+    setUpResults();
     setUpInspector();
     video.setVolume (0.0f);
     addChildComponent (spine);
@@ -192,7 +197,13 @@ void MainComponent::showChildren()
     takesButton.setTooltip (! takesButton.isEnabled() ? "The window is too narrow for the list of takes"
                             : showsTakes              ? "Hide the list of takes"
                                                       : "Show the list of takes");
+    takesButton.setToggleState (showsTakes && takesButton.isEnabled(), juce::dontSendNotification);
     takeList.setVisible (hasSeveralTakes && showsTakes && takesButton.isEnabled());
+    resultsButton.setVisible (showsTake() && runPanel.hasRun());
+    resultsButton.setTooltip (showsResults ? "Hide what happened in the last run"
+                                           : "Show what happened in the last run");
+    resultsButton.setToggleState (showsResults, juce::dontSendNotification);
+    runPanel.setVisible (showsTake() && showsResults);
     video.setVisible (hasPicture);
     videoTimecodeEditor.setVisible (hasPicture);
     inspector.setVisible (showsTake() && ! session.selectedGuest.isNull());

@@ -24,26 +24,25 @@ void MainComponent::combineInto (const juce::File& folder)
     desk.start (
         JobKind::write,
         {},
-        [this, folder, count, takes = doc.takes, edits] (const JobDesk::Progress& progress) mutable {
+        [this, folder, count, document, edits] (const JobDesk::Progress& progress) mutable {
         edits.isWanted = progress.wanted;
-        return combineTakes (takes, edits, folder, [&] (int index, float fraction, const juce::String& phase) {
-            progress.post ([this, number = index + 1, fraction, phase, count] {
-                showCombineProgress (number, count, fraction, phase);
+        ConformOutcome outcome;
+        outcome.takes =
+            combineTakes (document->takes, edits, folder, [&] (int index, float fraction, const juce::String& phase) {
+                progress.post ([this, number = index + 1, fraction, phase, count] {
+                    showCombineProgress (number, count, fraction, phase);
+                });
             });
-        });
+        accountForFiles (outcome, filesOfTakes (document->takes));
+        return outcome;
         },
-        [this, count, document] (const std::vector<TakeOutcome>& takes) {
-        noteCombined (document, takes);
-        auto written = 0, rejected = 0;
-
-        for (const auto& take : takes)
-        {
-            written += take.written ? 1 : 0;
-            rejected += take.rejected;
-        }
-
-        const auto leftOut = namesOfLeftOut (takes);
-        showStatus (combineSummary (written, count, rejected) + (leftOut.isEmpty() ? "" : " Left out: " + leftOut));
+        [this, document] (const ConformOutcome& outcome) {
+        noteCombined (document, outcome.takes);
+        auto table = tableOfCombine (outcome);
+        const auto leftOut = namesOfLeftOut (outcome.takes);
+        const auto sentence = table.summary + (leftOut.isEmpty() ? "" : " Left out: " + leftOut);
+        showStatus (sentence);
+        showResults (std::move (table), sentence);
     },
         [this] (const juce::String& sentence) { fail (sentence); });
 }

@@ -65,7 +65,9 @@ void MainComponent::resized()
                           .hasSeveralTakes = work.document().takes.size() >= 2,
                           .hasMissing = hasMissing(),
                           .showsInspector = ! session.selectedGuest.isNull(),
-                          .showsTakes = showsTakes };
+                          .showsTakes = showsTakes,
+                          .hasResults = runPanel.hasRun(),
+                          .showsResults = showsResults };
     const auto at = layOutMain (getWidth(), getHeight(), face);
     showChildren();
     showOutputName();
@@ -86,6 +88,8 @@ void MainComponent::resized()
         { &batchLabel, at.batchLabel },
         { &takesButton, at.takes },
         { &takeList, at.takeList },
+        { &resultsButton, at.results },
+        { &runPanel, at.runPanel },
         { &rewindButton, at.rewind },
         { &backFiveButton, at.backFive },
         { &playButton, at.play },

@@ -14,6 +14,7 @@
 #include "workspace/KeyPanel.h"
 #include "workspace/KeyTable.h"
 #include "workspace/PicturePlayer.h"
+#include "workspace/RunPanel.h"
 #include "workspace/TakeList.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
@@ -207,6 +208,12 @@ private:
     void goToTake (int index);
     void noteCombined (const std::shared_ptr<const SessionDocument>&, const std::vector<TakeOutcome>&);
 
+    // What happened in the last run (MainResults.cpp)
+    void setUpResults();
+    void showResults (RunTable, const juce::String& sentence);
+    void bringResults (bool areShown);
+    void goToPoly (const juce::File&);
+
     // The session file (MainFile.cpp)
     void saveSessionTo (const juce::File&);
     void loadSessionFile (const juce::File&);
@@ -233,11 +240,13 @@ private:
     WaveformSpine spine;
     InspectorPanel inspector;
     TakeList takeList { lookAndFeel };
+    RunPanel runPanel { lookAndFeel };
     PicturePlayer video;
 
     juce::TextButton playButton, combineButton, openPolysButton, rewindButton, backFiveButton, forwardFiveButton,
         monitorMixButton, drawFadersButton, openFolderButton, addIsoButton, outputButton, resetButton, saveButton,
-        openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton, takesButton;
+        openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton, takesButton,
+        resultsButton;
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
@@ -258,7 +267,7 @@ private:
     std::vector<GuestClip> shelf;      // guests of the open take that were removed, with their audio
     std::set<juce::String> onTrial;    // paths of files of an ISO folder: they stay only if they belong to the take
 
-    bool showsTakes = true;
+    bool showsTakes = true, showsResults = false;
     TakeSurvey survey;                        // of the files of the work, as they were found last
     std::vector<juce::File> surveyedFiles;    // that it was made for
     juce::int64 surveyedState = -1;           // of the work, as it was looked through last

@@ -80,6 +80,7 @@ void MainComponent::openDocument (SessionDocument document, const juce::File& fi
     document.version = sessionVersion;
     document.batchIndex = juce::jlimit (0, std::max ((int) document.takes.size(), 1) - 1, document.batchIndex);
     closeTake();
+    showsResults = false;
     work.restart (std::move (document), file);
     showStatus ("Opening session | " + file.getFileName());
     bringSession();

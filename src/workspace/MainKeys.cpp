@@ -29,6 +29,12 @@ HostSamples readHostSamples (const juce::File& file, SpineSpan span)
 
 bool MainComponent::keyPressed (const juce::KeyPress& key)
 {
+    if (key == juce::KeyPress::escapeKey && (keyPanel.isVisible() || runPanel.isShowing()))
+    {
+        keyPanel.isVisible() ? toggleKeyPanel() : bringResults (false);
+        return true;
+    }
+
     const auto command = commandOf (key);
 
     if (! command || (needsTake (*command) && ! session.host.format.valid)

@@ -42,7 +42,7 @@ void layOutTransport (MainLayout& at, int right, int row)
 // Beside the takes where they have a row, else in that of the transport.
 void layOutEdits (MainLayout& at, int right, int row, const MainFace& face)
 {
-    const auto isOwnRow = face.hasSeveralTakes || face.hasPicture;
+    const auto isOwnRow = face.hasSeveralTakes || face.hasPicture || face.hasResults;
     const auto end = isOwnRow ? right - 24 : at.drawFaders.getX() - 8;
     const auto y = isOwnRow ? 92 : row, height = isOwnRow ? 30 : 32;
     at.redo = Bounds (end - 62, y, 62, height);
@@ -53,6 +53,12 @@ void layOutEdits (MainLayout& at, int right, int row, const MainFace& face)
     {
         at.findMissing = Bounds (left - 134, y, 126, height);
         left = at.findMissing.getX();
+    }
+
+    if (face.hasResults)
+    {
+        at.results = Bounds (left - 84, y, 76, height);
+        left = at.results.getX();
     }
 
     if (face.hasSeveralTakes)
@@ -81,8 +87,10 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
         at.previousTake = Bounds (24, 92, 64, 30);
         at.nextTake = Bounds (94, 92, 64, 30);
         at.batchLabel = Bounds (174, 92, w - (face.hasPicture ? 620 : 400), 30);
-        row = std::max (row, 130);
     }
+
+    if (face.hasSeveralTakes || face.hasResults)
+        row = std::max (row, 130);
 
     layOutTopBand (at, right);
     layOutTransport (at, right, row);
@@ -96,6 +104,12 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
     {
         at.takeList = at.spine.removeFromLeft (takeListWidth);
         at.spine.removeFromLeft (panelGap);
+    }
+
+    if (face.showsResults)
+    {
+        at.runPanel = at.spine.removeFromBottom (at.spine.getHeight() * 9 / 20);
+        at.spine.removeFromBottom (panelGap);
     }
 
     if (face.showsInspector)

@@ -14,6 +14,8 @@ struct MainFace
     bool hasMissing = false;    // files that are not there
     bool showsInspector = false;
     bool showsTakes = false;    // the list of them, where it has room
+    bool hasResults = false;    // of a run
+    bool showsResults = false;
 };
 
 /** Where the main view's children stand, in its own coordinates. Those that a face does not show have empty bounds. */
@@ -28,6 +30,7 @@ struct MainLayout
     juce::Rectangle<int> findMissing;                 // with missing files
     juce::Rectangle<int> picture, pictureTimecode;    // with a picture
     juce::Rectangle<int> takeList;                    // with several takes, where it is shown
+    juce::Rectangle<int> results, runPanel;           // with results: their button and, where they are shown, they
 };
 
 /** Whether a window of this width can show the list of takes beside a timeline that is wide enough to work in. */

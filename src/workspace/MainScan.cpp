@@ -39,6 +39,22 @@ MatchOptions optionsFor (const JobDesk::Progress& progress)
     return options;
 }
 
+// What a scan gave, with what is to be told of it.
+struct ScannedShoot
+{
+    std::vector<BatchMatch> matches;
+    std::vector<RecorderClock> recorders;
+    RunTable table;
+};
+
+ScannedShoot withTable (ShootMatch shoot, const std::vector<ScanFile>& scans)
+{
+    auto outcome = outcomeOfScan (shoot.matches);
+    outcome.comparisons = std::move (shoot.comparisons);
+    accountForFiles (outcome, scans);
+    return { std::move (shoot.matches), std::move (shoot.recorders), tableOfScan (outcome) };
+}
+
 juce::String nameOfDrop (const std::vector<ScanFile>& files)
 {
     return files.size() == 1 ? files.front().file.getFileName() : juce::String ((int) files.size()) + " files";
@@ -65,15 +81,16 @@ void MainComponent::runBatchAsync (const juce::File& folder)
         JobKind::scan,
         {},
         [folder, show = matchProgress()] (const JobDesk::Progress& progress) {
-        return matchShoot (
-            inspectAll (collectMediaFiles (folder), progress.wanted), postedTo (progress, show), optionsFor (progress));
+        const auto scans = inspectAll (collectMediaFiles (folder), progress.wanted);
+        return withTable (matchShoot (scans, postedTo (progress, show), optionsFor (progress)), scans);
         },
-        [this, folder] (ShootMatch shoot) {
+        [this, folder] (ScannedShoot shoot) {
         if (shoot.matches.empty())
             return showStatus ("No polyphonic takes in that folder.");
 
         const auto text = scanText (shoot.matches, folder.getFileName());
         announce (text);
+        showResults (std::move (shoot.table), text);
         perform (replaceTakes (work.document(),
                                std::move (shoot.matches),
                                std::move (shoot.recorders),
@@ -164,11 +181,13 @@ void MainComponent::addIsoFolderToBatch (const juce::File& folder)
         JobKind::scan,
         {},
         [folder, takes = work.document().takes, show = matchProgress()] (const JobDesk::Progress& progress) {
-        return matchShoot (scansForBatch (takes, folder), postedTo (progress, show), optionsFor (progress));
+        const auto scans = scansForBatch (takes, folder);
+        return withTable (matchShoot (scans, postedTo (progress, show), optionsFor (progress)), scans);
         },
-        [this, folder] (ShootMatch shoot) {
+        [this, folder] (ScannedShoot shoot) {
         const auto text = isosMatchedText (shoot.matches, folder.getFileName());
         announce (text);
+        showResults (std::move (shoot.table), text);
         perform (joinMatches (work.document(), shoot.matches, std::move (shoot.recorders), folder.getFileName()));
     },
         [this] (const juce::String& sentence) { fail (sentence); });

@@ -71,7 +71,10 @@ void MainComponent::bringSession()
     const auto* const take = openTakeOf (work.document());
 
     if (take == nullptr)
+    {
         closeTake();
+        showsResults = false;
+    }
     else if (session.host.file != take->host.file)
         loadOpenTake();
     else if (session.host.format.valid)

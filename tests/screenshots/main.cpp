@@ -93,16 +93,35 @@ struct Studio
         view.keyPressed (juce::KeyPress ('?'));
     }
 
-    void takeMixer()
+    void click (const juce::String& text)
     {
         for (auto* component : view.getChildren())
             if (auto* const button = dynamic_cast<juce::TextButton*> (component))
-                if (button->getButtonText() == "Monitor mix")
+                if (button->getButtonText() == text)
                     button->onClick();
+    }
 
+    void takeMixer()
+    {
+        click ("Monitor mix");
         take ("mixer");
         juce::ModalComponentManager::getInstance()->cancelAllModalComponents();
         pumpFor (500);
+    }
+
+    void takeCombined()
+    {
+        const auto folder = juce::File::createTempFile ("combined");
+
+        if (const auto made = folder.createDirectory(); made.failed())
+            throw std::runtime_error (made.getErrorMessage().toStdString());
+
+        view.questions.chooseFiles = [folder] (const auto&, const auto& answer) { answer ({ folder }); };
+        click ("Combine all tracks");
+        settle();
+        take ("combined");
+        view.keyPressed (juce::KeyPress (juce::KeyPress::escapeKey));
+        folder.deleteRecursively();
     }
 
     template <typename Child>
@@ -126,6 +145,8 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     Studio::pumpFor (900);
     studio.take ("scan");
     studio.settle();
+    studio.take ("results");
+    studio.view.keyPressed (juce::KeyPress (juce::KeyPress::escapeKey));
     studio.take ("take");
 
     auto& spine = studio.child<ld::WaveformSpine>();
@@ -135,6 +156,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     studio.takeZoomed();
     studio.takeDrawing();
     studio.takeMixer();
+    studio.takeCombined();
 
     studio.drop (movie);
     spine.onSeek (studio.view.openSession().host.format.numFrames / 3);
