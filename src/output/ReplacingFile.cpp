@@ -10,6 +10,7 @@
 #include <csignal>
 #include <mutex>
 #include <set>
+#include <utility>
 
 namespace ld
 {
@@ -83,6 +84,15 @@ ReplacingFile::ReplacingFile (const juce::File& target) : temporary (target, unf
 #endif
 
     stream = std::make_unique<juce::FileOutputStream> (file, streamBufferBytes);
+
+#if JUCE_LINUX
+    // Where /proc is not there, the file has a name after all.
+    if (nameless >= 0 && ! stream->openedOk())
+    {
+        ::close (std::exchange (nameless, -1));
+        stream = std::make_unique<juce::FileOutputStream> (temporary.getFile(), streamBufferBytes);
+    }
+#endif
 }
 
 ReplacingFile::~ReplacingFile()
