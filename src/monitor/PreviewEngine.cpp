@@ -153,28 +153,30 @@ void PreviewEngine::playBlock (float* const* outputs, int numOutputs, int numSam
     if (const auto asked = pendingSeek.exchange (noSeek); asked >= 0)
         position = (double) asked;
 
-    // Backwards, the block ahead of the position is mixed and turned round.
+    // Backwards, what lies ahead of the position is mixed and turned round; the last block is short.
     const bool isBackwards = backwards;
-    const auto from = isBackwards ? std::max (position - step * numSamples, 0.0) : position;
-    const auto frames = readHost (from, step, numSamples);
+    const auto count = isBackwards ? (int) std::min ((double) numSamples, std::floor (position / step)) : numSamples;
+    const auto from = isBackwards ? position - step * count : position;
+    const auto frames = readHost (from, step, count);
     const juce::ScopedLock held (*lock);
 
     if (! session->host.format.valid)
         return;
 
-    const auto outcome = mix.mix (*session, frames, from, step, numSamples);
+    const auto outcome = mix.mix (*session, frames, from, step, count);
+    const auto hasEnded = isBackwards ? count < numSamples : outcome.hasEnded;
 
-    if (isBackwards ? from <= 0.0 : outcome.hasEnded)
+    if (hasEnded)
         playing = false;
 
     deliver (outputs, numOutputs);
     fallMeters (outcome);
-    position = isBackwards ? from : outcome.position;
+    position = ! isBackwards ? outcome.position : hasEnded ? 0.0 : from;
 
     if (isBackwards)
         for (int c = 0; c < std::min (numOutputs, 2); ++c)
             if (outputs[c] != nullptr)
-                std::reverse (outputs[c], outputs[c] + numSamples);
+                std::reverse (outputs[c], outputs[c] + count);
 
     // A seek that came in meanwhile has set the playhead already.
     if (pendingSeek < 0)

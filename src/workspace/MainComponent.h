@@ -134,6 +134,7 @@ private:
 
     // Transport and picture (MainTransport.cpp)
     void togglePlay();
+    void switchTransport();
     void stopPlaying();
     void resetPlayhead();
     void seekPlayhead (juce::int64 sample);

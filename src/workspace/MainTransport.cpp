@@ -19,6 +19,15 @@ constexpr double pictureTolerance = 0.08;    // seconds; within it a running pic
 
 void MainComponent::togglePlay()
 {
+    if (! preview.playing)
+        preview.backwards = false;
+
+    switchTransport();
+}
+
+// Plays in the direction that is set, or stops.
+void MainComponent::switchTransport()
+{
     // While a take loads, the one that is still to be seen is gone already.
     if (! session.host.format.valid || desk.isRunning (JobKind::load))
         return;

@@ -161,6 +161,21 @@ TEST (PreviewEngine, SeeksWhileStoppedAndWhilePlayingAndGoesOnWhereItWasLeft)
     engine.toggle (scene.session, scene.lock);
     EXPECT_EQ (device.block (64), stretch (2064));
     engine.stop();
+
+    const auto turned = [&] (int start, int count) {
+        std::vector<float> samples (whole.begin() + start, whole.begin() + start + count);
+        std::ranges::reverse (samples);
+        samples.resize (64);
+        return samples;
+    };
+    engine.seek (100);
+    engine.backwards = true;
+    engine.toggle (scene.session, scene.lock);
+    EXPECT_EQ (device.block (64), turned (36, 64));
+    EXPECT_EQ (engine.playhead, 36);
+    EXPECT_EQ (device.block (64), turned (0, 36)) << "the first sample is the last";
+    EXPECT_FALSE (engine.playing);
+    EXPECT_EQ (engine.playhead, 0);
 }
 
 TEST (PreviewEngine, FillsWhatOutputsThereAre)
