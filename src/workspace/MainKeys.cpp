@@ -122,7 +122,7 @@ void MainComponent::playIn (bool isBackwards)
         stopPlaying();
 
     preview.backwards = isBackwards;
-    togglePlay();
+    switchTransport();
 }
 
 void MainComponent::switchSelected (bool isSolo)
@@ -159,9 +159,9 @@ void MainComponent::readSamplesAsync (SpineSpan span)
         JobKind::side,
         {},
         [host, span] (const auto&) { return readHostSamples (host, span); },
-        [this, host] (HostSamples samples) {
+        [this, host, span] (HostSamples samples) {
         if (session.host.file == host)
-            spine.showSamples (std::move (samples));
+            spine.showSamples (std::move (samples), span);
         },
         [this] (const juce::String& sentence) { showStatus (sentence); });
 }

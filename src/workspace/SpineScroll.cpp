@@ -50,8 +50,11 @@ void WaveformSpine::followPlayhead()
             setView (next);
 }
 
-void WaveformSpine::showSamples (HostSamples read)
+void WaveformSpine::showSamples (HostSamples read, SpineSpan asked)
 {
+    if (asked != samplesAsked)
+        return;
+
     samples = std::move (read);
     askForSamples();    // the view may have gone on meanwhile
     repaint();

@@ -56,7 +56,8 @@ public:
     /** Keeps the playhead in sight; for an owner that plays. */
     void followPlayhead();
 
-    void showSamples (HostSamples);
+    /** Takes what was asked for; what has been overtaken by another question is dropped. */
+    void showSamples (HostSamples, SpineSpan asked);
 
     /** In draw mode a drag over a lane writes its fader line. */
     void setDrawFaderMode (bool);

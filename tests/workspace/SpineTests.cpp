@@ -319,6 +319,37 @@ TEST (Spine, TellsWhatIsPressedInTheOrderOfWhatLiesOnTop)
     EXPECT_THAT (log.lines, ElementsAre ("select 0", "move 30000")) << "a tenth of the width";
 }
 
+TEST (Spine, AsksForSamplesWhereItLooksCloselyAndDropsWhatWasOvertaken)
+{
+    Scene scene;
+    auto& host = scene.session.host;
+    host.format.numFrames = 100 * takeFrames;
+
+    for (auto& lane : host.peaks)
+        lane = peaksOf (std::vector<float> ((size_t) host.format.numFrames), hostPeakBuckets);
+
+    std::vector<SpineSpan> asked;
+    scene.spine.onSamplesWanted = [&] (SpineSpan span) { asked.push_back (span); };
+    const auto look = [&] (int64 start) { scene.spine.setView (showing (scene.spine.view(), { start, 1000 })); };
+    look (50000);
+    ASSERT_EQ (asked.size(), 1u);
+    EXPECT_LE (asked[0].start, 50000);
+    EXPECT_GE (asked[0].end(), 51000);
+    look (50010);
+    EXPECT_EQ (asked.size(), 1u) << "there is room on both sides";
+    look (900000);
+    ASSERT_EQ (asked.size(), 2u);
+
+    // The second answer comes first: the one that was overtaken does not take its place, and is asked for anew.
+    const auto read = [&] (SpineSpan span) {
+        return HostSamples { host.file, span.start, { std::vector<float> ((size_t) span.length) } };
+    };
+    scene.spine.showSamples (read (asked[1]), asked[1]);
+    scene.spine.showSamples (read (asked[0]), asked[0]);
+    look (50000);
+    EXPECT_EQ (asked.size(), 3u);
+}
+
 TEST (Spine, DrawsFadersOnTheLaneWhereTheStrokeBegan)
 {
     Scene scene;
