@@ -12,6 +12,7 @@ public:
     {
         setUsingNativeTitleBar (true);
         setResizable (true, true);
+        setResizeLimits (1024, 640, 16384, 16384);
         setContentOwned (new ld::MainComponent, true);
         view().onTitleChanged = [this] (const juce::String& work) {
             setName (work.isEmpty() ? getApplicationName() : work + " - " + getApplicationName());

@@ -91,16 +91,6 @@ double secondsOf (const BatchMatch& take)
     return (double) format.numFrames / std::max (format.sampleRate, 1);
 }
 
-ReferencePicture pictureOf (const SessionDocument& document)
-{
-    ReferencePicture picture;
-    picture.file = document.videoFile;
-    picture.loaded = document.videoFile.existsAsFile();
-    picture.timestampSamples = document.videoTimestampSamples;
-    picture.timecodeRate = document.videoTimecodeRate;
-    return picture;
-}
-
 ConformOutcome combineAll (const SessionDocument& document, const ConformOptions& options, ProgressLine& line)
 {
     std::vector<double> ends;    // of each take, in seconds of the whole run
@@ -110,14 +100,10 @@ ConformOutcome combineAll (const SessionDocument& document, const ConformOptions
         ends.push_back (end += secondsOf (take));
 
     const auto total = std::max (end, 1e-3);
-    const TakeEdits edits { .metadata = document.metadataOverrides,
-                            .names = document.nameOverrides,
-                            .levels = document.levels,
-                            .mixer = document.mixer,
-                            .picture = pictureOf (document),
-                            .writesInterchange = options.writesInterchange,
-                            .writesMarkers = options.writesMarkers,
-                            .givesNewIds = options.givesNewIds };
+    auto edits = editsOf (document);
+    edits.writesInterchange = options.writesInterchange;
+    edits.writesMarkers = options.writesMarkers;
+    edits.givesNewIds = options.givesNewIds;
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;

@@ -21,6 +21,9 @@ juce::String textOf (const RunTable::Take& take)
     for (const auto& guest : take.guests)
         text << textOf (guest);
 
+    if (take.mixNote.isNotEmpty())
+        text << "    " << take.mixNote << "\n";
+
     if (! take.hasGuests)
         text << "    no guests\n";
 

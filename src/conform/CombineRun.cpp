@@ -160,6 +160,7 @@ writeInterchange (ExportRequest written, const ReferencePicture& picture, const 
     return writeInterchangePackage (request);
 }
 
+// Without an output, its MIX is only measured.
 void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress& progress, TakeOutcome& outcome)
 {
     Session session;
@@ -198,6 +199,14 @@ void combine (const BatchMatch& take, const TakeEdits& edits, const SyncProgress
     request.includeMarkers = edits.writesMarkers;
     request.hasNewIds = edits.givesNewIds;
     request.isWanted = edits.isWanted;
+    request.mixMeasured = [&outcome] (const MixLevel& level) { outcome.mix = level; };
+
+    if (outcome.output == juce::File())
+    {
+        outcome.error = BwfWriter::measureMix (request).getErrorMessage();
+        return;
+    }
+
     auto result = writeTake (request, outcome);
     outcome.written = result.wasOk();
 
@@ -218,6 +227,20 @@ void leaveOutGuests (const BatchMatch& take, TakeOutcome& outcome)
 }
 
 }    // namespace
+
+TakeEdits editsOf (const SessionDocument& document)
+{
+    TakeEdits edits;
+    edits.metadata = document.metadataOverrides;
+    edits.names = document.nameOverrides;
+    edits.levels = document.levels;
+    edits.mixer = document.mixer;
+    edits.picture.file = document.videoFile;
+    edits.picture.loaded = document.videoFile.existsAsFile();
+    edits.picture.timestampSamples = document.videoTimestampSamples;
+    edits.picture.timecodeRate = document.videoTimecodeRate;
+    return edits;
+}
 
 OutputNames::OutputNames (juce::File folderToUse) : folder (std::move (folderToUse))
 {
@@ -257,6 +280,11 @@ combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& o
         leaveOutGuests (take, outcome);
 
     return outcome;
+}
+
+TakeOutcome measureTakeMix (const BatchMatch& take, const TakeEdits& edits, const SyncProgress& progress)
+{
+    return combineTake (take, edits, {}, progress);
 }
 
 std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>& takes,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "mix/MixLevel.h"
 #include "session/MetadataOverrides.h"
 #include "session/TakeLevels.h"
 #include "sync/SyncEngine.h"
@@ -27,6 +28,9 @@ struct TakeEdits
     std::function<bool()> isWanted = [] { return true; };
 };
 
+/** What the user has set in a session. Nothing is written beside the combined files. */
+[[nodiscard]] TakeEdits editsOf (const SessionDocument&);
+
 /** What became of one guest of a take, or of a file that came to belong to none. */
 struct GuestOutcome
 {
@@ -48,6 +52,7 @@ struct TakeOutcome
     std::vector<GuestOutcome> guests;    // every guest file of the match is in one of them
     int rejected = 0;                    // guests that were added, but stayed doubtful or could not be written
     bool isPolyRead = false;
+    std::optional<MixLevel> mix {};    // of the new MIX, once it was summed
 };
 
 /** Names the files of one run, so that two takes never share one: polys in different folders often bear the same name.
@@ -72,6 +77,10 @@ private:
     progress   told the share of the take's guests that are placed, 0 to 1, on this thread */
 [[nodiscard]] TakeOutcome
 combineTake (const BatchMatch&, const TakeEdits&, const juce::File& output, const SyncProgress& progress);
+
+/** How loud the MIX of a take would be, all done as combineTake does it, but nothing is written: the outcome has no output.
+    Its error says why there is no level. */
+[[nodiscard]] TakeOutcome measureTakeMix (const BatchMatch&, const TakeEdits&, const SyncProgress& progress);
 
 /** Told how far a run is, on its thread: the take's index in the run, the share of its guests that are placed, 0 to 1, and
     what is being done. Without a phase the beginning of every take is told, with 0, and the end of one whose poly could be

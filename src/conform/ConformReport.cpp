@@ -77,6 +77,16 @@ juce::var describe (const GuestOutcome& guest)
     return object;
 }
 
+// Nothing where no MIX was summed.
+juce::var describeMix (const std::optional<MixLevel>& mix)
+{
+    if (! mix)
+        return {};
+
+    return makeJsonObject (
+        { { "peak", mix->peak }, { "clipped", clippedShare (*mix) }, { "fitDb", fittingDb (*mix) } });
+}
+
 juce::var describe (const TakeOutcome& take)
 {
     return makeJsonObject (
@@ -86,6 +96,7 @@ juce::var describe (const TakeOutcome& take)
           { "error", take.error },
           { "reason", take.reason },
           { "score", take.score },
+          { "mix", describeMix (take.mix) },
           { "guests", makeJsonArray (take.guests, [] (const auto& guest) { return describe (guest); }) } });
 }
 

@@ -59,6 +59,7 @@ RunTable::Take linesOf (const TakeOutcome& take, const std::set<juce::String>& p
     lines.output = take.output;
     lines.fate = fateOf (take);
     lines.isWritten = take.written;
+    lines.mixNote = take.written && take.mix ? clippingSentence (*take.mix) : juce::String();
     lines.hasGuests = ! take.guests.empty();
 
     for (const auto& guest : take.guests)

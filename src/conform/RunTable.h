@@ -25,6 +25,7 @@ struct RunTable
         juce::File output;    // none after a scan alone
         juce::String fate;    // the name of what was written, or why nothing was; empty after a scan alone
         bool isWritten = false;
+        juce::String mixNote;    // of a MIX that clips: how much of it, and with which faders it would fit
         bool hasGuests = false;
         std::vector<Guest> guests;    // but for those of other takes
         int ofOtherTakes = 0;         // recordings that have their place in another take: no news

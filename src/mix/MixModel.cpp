@@ -291,6 +291,15 @@ void muteOriginalMixChannels (const HostTake& host,
             visit (isOriginalMixLane (guest, lane));
 }
 
+void shiftMixerGain (MixerChannel& channel, float db)
+{
+    const auto shift = [db] (float& gain) { gain = std::clamp (gain + db, lowestGainDb, highestGainDb); };
+    shift (channel.gainDb);
+
+    for (auto& point : channel.automation)
+        shift (point.gainDb);
+}
+
 void writeMixerGain (MixerChannel& channel, float db, int64 sample, bool automationWrite)
 {
     const auto previous = std::exchange (channel.gainDb, clampedGain (db));

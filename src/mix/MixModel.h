@@ -119,6 +119,9 @@ void muteOriginalMixChannels (const HostTake&, const std::vector<GuestClip>&, st
 /** True for a lane of a guest that is its recorder's own mix. */
 [[nodiscard]] bool isOriginalMixLane (const GuestClip&, int lane);
 
+/** Moves the fader and every point of its curve, as far as a fader goes. */
+void shiftMixerGain (MixerChannel&, float db);
+
 /** A fader move. Outside a write pass it wipes the curve; in one it replaces everything from its position on. */
 void writeMixerGain (MixerChannel&, float db, juce::int64 sample, bool automationWrite);
 void writeMixerMute (MixerChannel&, bool mute, juce::int64 sample, bool automationWrite);

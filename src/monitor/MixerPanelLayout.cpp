@@ -1,5 +1,7 @@
 #include "monitor/MixerPanelLayout.h"
 
+#include "monitor/LevelMeter.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,6 +14,16 @@ juce::String named (const std::vector<TrackInfo>& tracks, int index, const juce:
 {
     const auto isNamed = (size_t) index < tracks.size() && tracks[(size_t) index].name.isNotEmpty();
     return isNamed ? tracks[(size_t) index].name : otherwise;
+}
+
+// right   edge of the row; the bar of the meter ends 16 pixels before it
+juce::Rectangle<int> meterAt (int right, int centreY)
+{
+    constexpr int barWidth = 78, space = 16;
+    return { right - space - barWidth,
+             centreY - LevelMeter::height / 2,
+             barWidth + LevelMeter::gap + LevelMeter::lightWidth,
+             LevelMeter::height };
 }
 
 }    // namespace
@@ -27,6 +39,11 @@ MixerPanelLayout layOutMixerPanel (juce::Rectangle<int> bounds)
     at.allOn = buttons.removeFromLeft (120);
     buttons.removeFromLeft (8);
     at.muteAll = buttons.removeFromLeft (90);
+    buttons.removeFromLeft (8);
+    at.fit = buttons.removeFromLeft (90);
+    at.mixMeter = meterAt (area.getX() + MixerRowLayout::width, buttons.getCentreY());
+    at.mixPeak = buttons.withLeft (at.mixMeter.getX() - 74).withWidth (70);
+    at.mixName = buttons.withRight (at.mixPeak.getX()).withLeft (at.mixPeak.getX() - 40);
     area.removeFromTop (8);
     at.viewport = area;
     return at;
@@ -44,7 +61,7 @@ MixerRowLayout layOutMixerRow (juce::Rectangle<int> bounds)
     at.gain = area.removeFromLeft (190);
     area.removeFromLeft (8);
     at.pan = area.removeFromLeft (130);
-    at.meter = { (float) bounds.getWidth() - 94.0f, 16.0f, 78.0f, 8.0f };
+    at.meter = meterAt (bounds.getWidth(), 20);
     return at;
 }
 
@@ -83,6 +100,24 @@ juce::String panText (double pan)
         return "C";
 
     return juce::String (juce::roundToInt (std::abs (pan) * 100.0)) + (pan < 0.0 ? "L" : "R");
+}
+
+double panOf (const juce::String& text)
+{
+    const auto isLeft = text.containsIgnoreCase ("l");
+    const auto isShare = text.containsAnyOf (".,");
+    const auto number = text.replaceCharacter (',', '.').retainCharacters ("-.0123456789").getDoubleValue();
+    const auto pan = isShare && std::abs (number) <= 1.0 ? number : number / 100.0;
+    return std::clamp (isLeft ? -std::abs (pan) : pan, -1.0, 1.0);
+}
+
+juce::String peakText (float peak)
+{
+    if (! (peak > 0.0f))
+        return "silent";
+
+    const auto db = juce::roundToInt (200.0f * std::log10 (peak)) / 10.0;
+    return (db > 0.0 ? "+" : "") + juce::String (db, 1) + " dB";
 }
 
 float meterLevel (float peak) noexcept

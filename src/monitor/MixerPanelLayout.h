@@ -9,15 +9,17 @@ namespace ld
 
 struct MixerPanelLayout
 {
-    juce::Rectangle<int> headline, hint, allOn, muteAll, viewport;
+    juce::Rectangle<int> headline, hint, allOn, muteAll, fit, viewport;
+    juce::Rectangle<int> mixName, mixPeak;
+    juce::Rectangle<int> mixMeter;    // above those of the rows, with its clip light
 };
 
 struct MixerRowLayout
 {
-    static constexpr int height = 42;
+    static constexpr int width = 720, height = 42;
 
     juce::Rectangle<int> name, mute, solo, gain, pan;
-    juce::Rectangle<float> meter;    // at full scale
+    juce::Rectangle<int> meter;    // with its clip light
 };
 
 [[nodiscard]] MixerPanelLayout layOutMixerPanel (juce::Rectangle<int> bounds);
@@ -32,7 +34,14 @@ struct MixerRowLayout
 /** "C", "25L", "100R" for -1 to 1. */
 [[nodiscard]] juce::String panText (double pan);
 
+/** What a user types for a pan, -1 to 1: "25L", "l 25", "-25" and "-0.25" are left, "C" is the centre. What is no number is
+    the centre too. */
+[[nodiscard]] double panOf (const juce::String& text);
+
 /** How far a meter is filled, 0 to 1: linear in dB from -60 to full scale. */
 [[nodiscard]] float meterLevel (float peak) noexcept;
+
+/** "-3.2 dB", "+2.8 dB", "silent". */
+[[nodiscard]] juce::String peakText (float peak);
 
 }    // namespace ld

@@ -9,7 +9,7 @@ namespace ld
 namespace
 {
 
-constexpr int contentWidth = 720, panelWidth = 760, panelHeight = 560;
+constexpr int panelWidth = 760, panelHeight = 560;
 
 juce::Font fontOf (const LookAndFeel* theme, float size, int style)
 {
@@ -33,10 +33,19 @@ MonitorMixer::MonitorMixer (
     setUp (hintLabel,
            "Route any poly or ISO channel to the selected stereo output",
            fontOf (lookAndFeel, 13.0f, juce::Font::plain));
+    setUp (mixLabel, "MIX", fontOf (lookAndFeel, 13.0f, juce::Font::bold));
+    setUp (mixPeakLabel, {}, fontOf (lookAndFeel, 13.0f, juce::Font::plain));
+    mixPeakLabel.setJustificationType (juce::Justification::centredRight);
+    addAndMakeVisible (mixMeter);
     allOnButton.onClick = [this] { resetAll(); };
     muteAllButton.onClick = [this] { muteAll(); };
+    fitButton.onClick = [this] {
+        if (onFit)
+            onFit();
+    };
+    fitButton.setTooltip ("Measure the MIX of the whole take and lower all faders until it stays within full scale");
 
-    for (auto* button : { &allOnButton, &muteAllButton })
+    for (auto* button : { &allOnButton, &muteAllButton, &fitButton })
     {
         button->setHasFocusOutline (true);
         addAndMakeVisible (button);
@@ -46,17 +55,8 @@ MonitorMixer::MonitorMixer (
     viewport.setScrollBarsShown (true, false);
     addAndMakeVisible (viewport);
 
-    const auto texts = mixerRowTexts (session);
-    content.setSize (contentWidth, MixerRowLayout::height * std::max ((int) texts.size(), 1));
-
-    for (const auto& text : texts)
-    {
-        const auto index = (int) rows.size();
-        auto& row = *rows.emplace_back (std::make_unique<ChannelRow> (*this, index, text));
-        content.addAndMakeVisible (row);
-        row.setBounds (0, MixerRowLayout::height * index, contentWidth, MixerRowLayout::height);
-    }
-
+    content.setSize (MixerRowLayout::width, MixerRowLayout::height);
+    refresh();
     setSize (panelWidth, panelHeight);
     startTimerHz (20);
 }
@@ -70,10 +70,41 @@ void MonitorMixer::setUp (juce::Label& label, const juce::String& text, const ju
     addAndMakeVisible (label);
 }
 
+void MonitorMixer::refresh()
+{
+    auto texts = mixerRowTexts (session);
+
+    if (texts == rowTexts)
+        return;
+
+    rowTexts = std::move (texts);
+    rows.clear();
+    content.setSize (MixerRowLayout::width, MixerRowLayout::height * std::max ((int) rowTexts.size(), 1));
+
+    for (const auto& text : rowTexts)
+    {
+        const auto index = (int) rows.size();
+        auto& row = *rows.emplace_back (std::make_unique<ChannelRow> (*this, index, text));
+        content.addAndMakeVisible (row);
+        row.setBounds (0, MixerRowLayout::height * index, MixerRowLayout::width, MixerRowLayout::height);
+    }
+}
+
 void MonitorMixer::timerCallback()
 {
     for (const auto& row : rows)
         row->syncControls();
+
+    showMixLevel();
+}
+
+void MonitorMixer::showMixLevel()
+{
+    mixMeter.show (session.mixMeter.load(), session.mixPeak.exchange (0.0f));
+    const auto& held = mixMeter.held();
+    mixPeakLabel.setText (held.peak > 0.0f ? peakText (held.peak) : juce::String(), juce::dontSendNotification);
+    mixPeakLabel.setColour (juce::Label::textColourId,
+                            held.isClipped ? paletteOf (lookAndFeel).bad : paletteOf (lookAndFeel).muted);
 }
 
 void MonitorMixer::forEachChannel (const juce::String& what, const std::function<void (int)>& action)
@@ -118,6 +149,10 @@ void MonitorMixer::resized()
     hintLabel.setBounds (at.hint);
     allOnButton.setBounds (at.allOn);
     muteAllButton.setBounds (at.muteAll);
+    fitButton.setBounds (at.fit);
+    mixLabel.setBounds (at.mixName);
+    mixPeakLabel.setBounds (at.mixPeak);
+    mixMeter.setBounds (at.mixMeter);
     viewport.setBounds (at.viewport);
 }
 
@@ -142,13 +177,14 @@ void LetterSwitch::paintButton (juce::Graphics& g, bool isHighlighted, bool isDo
 
 MonitorMixer::ChannelRow::ChannelRow (MonitorMixer& panel, int mixerIndex, const juce::String& text)
     : owner (panel), session (panel.session), lookAndFeel (panel.lookAndFeel), index (mixerIndex),
-      name (mixerRowName (text))
+      name (mixerRowName (text)), meter ("Level of " + text, lookAndFeel)
 {
     nameLabel.setText (text, juce::dontSendNotification);
     nameLabel.setTooltip (text);
     nameLabel.setJustificationType (juce::Justification::centredLeft);
     nameLabel.setFont (fontOf (lookAndFeel, 13.0f, juce::Font::bold));
     addAndMakeVisible (nameLabel);
+    addAndMakeVisible (meter);
     setUpButtons();
     setUpSliders();
     muteButton.setTitle ("Mute " + text);
@@ -188,6 +224,7 @@ void MonitorMixer::ChannelRow::setUpSliders()
     panSlider.setRange (-1.0, 1.0, 0.01);
     panSlider.setTextBoxStyle (juce::Slider::TextBoxRight, false, 42, 22);
     panSlider.textFromValueFunction = panText;
+    panSlider.valueFromTextFunction = panOf;
     panSlider.updateText();
     panSlider.onValueChange = [this] {
         change ("Pan of ", [this] { session.mixerAt (index).pan = (float) panSlider.getValue(); });
@@ -202,6 +239,7 @@ void MonitorMixer::ChannelRow::setUpSliders()
         slider->setColour (juce::Slider::backgroundColourId, palette.ink);
         slider->setColour (juce::Slider::textBoxOutlineColourId, palette.line);
         slider->setHasFocusOutline (true);
+        slider->setDoubleClickReturnValue (true, 0.0);
         slider->onDragEnd = [this] {
             if (owner.onStrokeEnded)
                 owner.onStrokeEnded();
@@ -236,11 +274,7 @@ void MonitorMixer::ChannelRow::syncControls()
     soloButton.setToggleState (channel.solo, juce::dontSendNotification);
     gainSlider.setValue (session.mixerGainDbAt (index, at), juce::dontSendNotification);
     panSlider.setValue (channel.pan, juce::dontSendNotification);
-
-    const auto meter = meterLevel (session.mixerMeters[(size_t) index].load());
-
-    if (! juce::exactlyEqual (std::exchange (shownMeter, meter), meter))
-        repaint (layOutMixerRow (getLocalBounds()).meter.getSmallestIntegerContainer());
+    meter.show (session.mixerMeters[(size_t) index].load(), session.mixerPeaks[(size_t) index].exchange (0.0f));
 }
 
 void MonitorMixer::ChannelRow::resized()
@@ -251,23 +285,15 @@ void MonitorMixer::ChannelRow::resized()
     soloButton.setBounds (at.solo);
     gainSlider.setBounds (at.gain);
     panSlider.setBounds (at.pan);
+    meter.setBounds (at.meter);
 }
 
 void MonitorMixer::ChannelRow::paint (juce::Graphics& g)
 {
-    constexpr float corner = 2.0f;
     const auto palette = paletteOf (lookAndFeel);
     g.fillAll (palette.panel);
     g.setColour (palette.line.withAlpha (0.35f));
     g.fillRect (0, getHeight() - 1, getWidth(), 1);
-
-    const auto track = layOutMixerRow (getLocalBounds()).meter;
-    g.setColour (palette.line.withAlpha (0.28f));
-    g.fillRoundedRectangle (track, corner);
-
-    const auto level = index < session.mixerCount() ? meterLevel (session.mixerMeters[(size_t) index].load()) : 0.0f;
-    g.setColour (palette.accent);
-    g.fillRoundedRectangle (track.withWidth (level * track.getWidth()), corner);
 }
 
 }    // namespace ld

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "monitor/LevelMeter.h"
 #include "session/Session.h"
 #include "theme/LookAndFeel.h"
 
@@ -9,9 +10,9 @@
 namespace ld
 {
 
-/** The panel of the monitor mix: a row for each mixer channel in use when it is built. It holds no mix of its own: its
-    controls read and write the session under its lock, and follow it, so that recorded automation moves them. A control
-    that is moved while it plays writes automation. */
+/** The panel of the monitor mix: a row for each mixer channel in use, and the meter of the new MIX. It holds no mix of its
+    own: its controls read and write the session under its lock, and follow it, so that recorded automation moves them. A
+    control that is moved while it plays writes automation. */
 class MonitorMixer : public juce::Component, private juce::Timer
 {
 public:
@@ -28,6 +29,12 @@ public:
     std::function<void (const juce::String& what, const juce::String& stroke)> onChanged;
     std::function<void()> onStrokeEnded;
 
+    /** The MIX of the take is to be brought within full scale. */
+    std::function<void()> onFit;
+
+    /** Another take, other guests, other names: the rows are made anew where they would be others. */
+    void refresh();
+
     void paint (juce::Graphics&) override;
     void resized() override;
 
@@ -39,6 +46,7 @@ private:
     void forEachChannel (const juce::String& what, const std::function<void (int index)>&);
     void resetAll();
     void muteAll();
+    void showMixLevel();
 
     Session& session;
     juce::CriticalSection& sessionLock;
@@ -46,10 +54,12 @@ private:
     const Position playheadSample;
     const IsPlaying isPlaying;
 
-    juce::Label headlineLabel, hintLabel;
-    juce::TextButton allOnButton { "All on / reset" }, muteAllButton { "Mute all" };
+    juce::Label headlineLabel, hintLabel, mixLabel, mixPeakLabel;
+    LevelMeter mixMeter { "Level of MIX", lookAndFeel };
+    juce::TextButton allOnButton { "All on / reset" }, muteAllButton { "Mute all" }, fitButton { "Fit MIX" };
     juce::Component content;
     juce::Viewport viewport;
+    std::vector<juce::String> rowTexts;
     std::vector<std::unique_ptr<ChannelRow>> rows;
 };
 
@@ -91,7 +101,7 @@ private:
     LookAndFeel* const lookAndFeel;
     const int index;
     const juce::String name;
-    float shownMeter = -1.0f;
+    LevelMeter meter;
 
     juce::Label nameLabel;
     LetterSwitch muteButton { "M", lookAndFeel, &Palette::bad }, soloButton { "S", lookAndFeel, &Palette::accent };

@@ -222,11 +222,15 @@ void PreviewEngine::fallMeters (const PreviewMix::Outcome& outcome)
 {
     constexpr float fallPerBlock = 0.86f;
 
-    for (int m = 0; m < session->mixerCount(); ++m)
-    {
-        auto& meter = session->mixerMeters[(size_t) m];
-        meter.store (std::max (meter.load() * fallPerBlock, outcome.peaks[(size_t) m]));
-    }
+    const auto follow = [] (std::atomic<float>& meter, std::atomic<float>& highest, float peak) {
+        meter.store (std::max (meter.load() * fallPerBlock, peak));
+        highest.store (std::max (highest.load(), peak));
+    };
+
+    for (size_t m = 0; m < (size_t) session->mixerCount(); ++m)
+        follow (session->mixerMeters[m], session->mixerPeaks[m], outcome.peaks[m]);
+
+    follow (session->mixMeter, session->mixPeak, outcome.mixPeak);
 }
 
 }    // namespace ld

@@ -32,6 +32,7 @@ void PreviewMix::prepare (int numSamples)
     values.resize (length);
     leftSums.resize (length);
     rightSums.resize (length);
+    monoSums.resize (length);
 }
 
 PreviewMix::Outcome
@@ -40,12 +41,13 @@ PreviewMix::mix (const Session& session, const HostFrames& host, double position
     prepare (numSamples);
     std::fill_n (leftSums.begin(), length, 0.0f);
     std::fill_n (rightSums.begin(), length, 0.0f);
+    std::fill_n (monoSums.begin(), length, 0.0f);
 
     Outcome outcome;
     lay (position, step, session.host.format.numFrames, outcome);
     mixHost (session, host, outcome);
     mixGuests (session, outcome);
-    limit();
+    limit (outcome);
     return outcome;
 }
 
@@ -175,12 +177,16 @@ void PreviewMix::addChannel (const Session& session, int mixerIndex, Outcome& ou
         const auto value = values[i] * gain;
         leftSums[i] += value * toLeft;
         rightSums[i] += value * toRight;
+        monoSums[i] += value;
         peak = std::max (peak, std::abs (value));
     }
 }
 
-void PreviewMix::limit()
+void PreviewMix::limit (Outcome& outcome)
 {
+    for (size_t i = 0; i < heard; ++i)
+        outcome.mixPeak = std::max (outcome.mixPeak, std::abs (monoSums[i]));
+
     for (auto* sums : { &leftSums, &rightSums })
         for (size_t i = 0; i < heard; ++i)
             (*sums)[i] = std::clamp ((*sums)[i] * headroom, -1.0f, 1.0f);

@@ -34,6 +34,7 @@ public:
         double position = 0.0;    // host samples, of the next block
         bool hasEnded = false;    // the end of the take was reached; the rest of the block is silent
         std::array<float, mixerChannelLimit> peaks {};    // of each mixer channel, behind its gain
+        float mixPeak = 0.0f;    // of the new MIX as it would be written, before it is brought to full scale
     };
 
     /** Mixes one block from a position on; left and right then hold it.
@@ -51,12 +52,12 @@ private:
     void readHostChannel (const HostFrames&, int channel, juce::int64 takeLength);
     void readGuestLane (const std::vector<float>& lane, juce::int64 offset);
     void addChannel (const Session&, int mixerIndex, Outcome&);
-    void limit();
+    void limit (Outcome&);
 
     size_t length = 0, heard = 0;    // of the block; up to the end of the take
     std::vector<double> positions;
     std::vector<juce::int64> frames;    // the whole part of each position
-    std::vector<float> values, leftSums, rightSums;
+    std::vector<float> values, leftSums, rightSums, monoSums;
 };
 
 }    // namespace ld

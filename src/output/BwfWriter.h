@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mix/MixLevel.h"
 #include "mix/MixModel.h"
 
 #include <functional>
@@ -15,6 +16,7 @@ struct ExportRequest
     juce::File outputFile;
     std::function<void (float)> progress;                    // told the fraction done after each block; may be empty
     std::function<bool()> isWanted = [] { return true; };    // asked at each block; a no ends the write like a failure
+    std::function<void (const MixLevel&)> mixMeasured;       // told once the whole MIX is summed; may be empty
     bool includeMix = true;
     MixerBank mixer {};
     int mixerCount = 0;            // channels of mixer in use
@@ -35,6 +37,9 @@ namespace BwfWriter
     Memory holds the guests' buffers and two blocks, whatever the length. A failure leaves an earlier target as it was
     and nothing beside it; its sentence is the result's. */
 [[nodiscard]] juce::Result writePoly (const ExportRequest&);
+
+/** Sums the MIX that writePoly would write, tells how loud it is, and writes nothing. Reads what writePoly reads. */
+[[nodiscard]] juce::Result measureMix (const ExportRequest&);
 
 }    // namespace BwfWriter
 

@@ -129,8 +129,7 @@ void Session::swapTake (Session& other)
     std::swap (referenceChannel, other.referenceChannel);
     std::swap (mixer, other.mixer);
 
-    for (auto& meter : mixerMeters)
-        meter.store (0.0f);
+    resetMeters();
 }
 
 void Session::extractHostAudio()
@@ -319,12 +318,21 @@ std::vector<TrackInfo> Session::allExportTracks() const
     return buildExportTracks (host, guests, true);
 }
 
+void Session::resetMeters()
+{
+    for (auto* meters : { &mixerMeters, &mixerPeaks })
+        for (auto& meter : *meters)
+            meter.store (0.0f);
+
+    mixMeter.store (0.0f);
+    mixPeak.store (0.0f);
+}
+
 void Session::resetMixer()
 {
     mixer.fill ({});
 
-    for (auto& meter : mixerMeters)
-        meter.store (0.0f);
+    resetMeters();
 
     if (host.format.valid)
         muteOriginalMixChannels (host, guests, channelsInUse (mixer, mixerCount()));

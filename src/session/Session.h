@@ -26,9 +26,13 @@ public:
     HostTake host;
     std::vector<GuestClip> guests;    // in order of adding
     juce::Uuid selectedGuest = juce::Uuid::null();
-    int referenceChannel = 0;                                            // 0-based; the one in host.referenceAudio
-    MixerBank mixer {};                                                  // used from 0 up to mixerCount
-    std::array<std::atomic<float>, mixerChannelLimit> mixerMeters {};    // written by the audio thread
+    int referenceChannel = 0;    // 0-based; the one in host.referenceAudio
+    MixerBank mixer {};          // used from 0 up to mixerCount
+
+    // Written by the audio thread: levels that fall, and the highest peak since the display took it (by exchange with 0).
+    std::array<std::atomic<float>, mixerChannelLimit> mixerMeters {}, mixerPeaks {};
+    std::atomic<float> mixMeter { 0.0f }, mixPeak { 0.0f };    // of the new MIX, before it is brought to full scale
+
     ReferencePicture video;
 
     /** Replaces the host and discards every guest; a file that cannot be read changes nothing. */
@@ -81,6 +85,7 @@ private:
 
     [[nodiscard]] juce::Result addPiece (const juce::File&, AddedPiece&);
     [[nodiscard]] juce::Result takeBack (const juce::File&, const AddedPiece&);
+    void resetMeters();
     [[nodiscard]] bool isInUse (int mixerIndex) const;
     [[nodiscard]] std::vector<TrackInfo> nameTracks (const GuestPiece&) const;
 };

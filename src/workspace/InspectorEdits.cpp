@@ -50,6 +50,27 @@ juce::int64 samplesPerTimecodeFrame (const GuestClock& clock)
     return (juce::int64) std::round (clock.sampleRate / (parsed > 0.0 ? parsed : usualRate));
 }
 
+std::optional<juce::int64> nudgeOf (const juce::String& text, const GuestClock& clock)
+{
+    constexpr double secondsOfDay = 86400.0;
+    const auto typed = text.removeCharacters (" ").toLowerCase().replaceCharacter (',', '.');
+    const auto number = typed.initialSectionContainingOnly ("+-.0123456789");
+    const auto unit = typed.substring (number.length());
+    const std::pair<const char*, double> units[] = { { "", 1.0 },
+                                                     { "smp", 1.0 },
+                                                     { "ms", clock.sampleRate / 1000.0 },
+                                                     { "s", (double) clock.sampleRate },
+                                                     { "f", (double) samplesPerTimecodeFrame (clock) } };
+
+    for (const auto& [name, samples] : units)
+        if (unit == name && number.containsAnyOf ("0123456789"))
+            if (const auto nudge = number.getDoubleValue() * samples;
+                std::abs (nudge) <= secondsOfDay * clock.sampleRate)
+                return (juce::int64) std::llround (nudge);
+
+    return {};
+}
+
 InspectorFields fieldsOf (const GuestClip& guest, int lane)
 {
     if (! juce::isPositiveAndBelow (lane, (int) guest.tracks.size()))
@@ -96,6 +117,10 @@ InspectorLayout layOutInspector (juce::Rectangle<int> bounds)
     at.applyToMatching = buttons.removeFromLeft (260);
     buttons.removeFromLeft (16);
     at.search = buttons.removeFromLeft (110);
+    buttons.removeFromLeft (16);
+    at.nudgeBy = buttons.removeFromLeft (130);
+    buttons.removeFromLeft (16);
+    at.copyPlace = buttons.removeFromLeft (84);
     return at;
 }
 

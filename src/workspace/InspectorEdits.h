@@ -4,6 +4,8 @@
 
 #include <juce_graphics/juce_graphics.h>
 
+#include <optional>
+
 namespace ld
 {
 
@@ -20,6 +22,10 @@ struct GuestClock
 /** One frame of timecode, samples. */
 [[nodiscard]] juce::int64 samplesPerTimecodeFrame (const GuestClock&);
 
+/** How far a typed nudge goes, samples: "12 ms", "-3 f" (timecode frames), "0.5 s", "480" (samples). None where it is no
+    number of these, or more than a day. */
+[[nodiscard]] std::optional<juce::int64> nudgeOf (const juce::String& text, const GuestClock&);
+
 /** What the inspector shows of one lane, as text. */
 struct InspectorFields
 {
@@ -34,7 +40,7 @@ struct InspectorFields
 struct InspectorLayout
 {
     juce::Rectangle<int> title, summary, nameLabel, channelLabel, notesLabel, name, channel, notes, frameBack,
-        frameForward, sampleBack, sampleForward, remove, applyToMatching, search;
+        frameForward, sampleBack, sampleForward, remove, applyToMatching, search, nudgeBy, copyPlace;
 };
 
 [[nodiscard]] InspectorLayout layOutInspector (juce::Rectangle<int> bounds);

@@ -30,26 +30,25 @@ void InspectorPanel::setUpLabels()
 void InspectorPanel::setUpEditors()
 {
     constexpr float height = 17.0f;
-    const std::pair<juce::TextEditor*, const char*> editors[] = { { &nameEditor, "Name" },
-                                                                  { &channelEditor, "Channel" },
-                                                                  { &notesEditor, "Notes" } };
+    const std::pair<juce::TextEditor*, const char*> editors[] = {
+        { &nameEditor, "Name" }, { &channelEditor, "Channel" }, { &notesEditor, "Notes" }, { &nudgeEditor, "Nudge by" }
+    };
 
     for (const auto& [editor, title] : editors)
     {
         editor->setFont (juce::Font (juce::FontOptions (height)));
         editor->setTitle (title);
         editor->setJustification (juce::Justification::centredLeft);
-        editor->addListener (this);
-
-        // The keys of the main view work again.
-        const auto leave = [this] {
-            if (auto* const parent = getParentComponent())
-                parent->grabKeyboardFocus();
-        };
-        editor->onReturnKey = leave;
-        editor->onEscapeKey = leave;
+        editor->onReturnKey = [this] { leaveField(); };
+        editor->onEscapeKey = [this] { leaveField(); };
         addAndMakeVisible (editor);
     }
+
+    for (auto* editor : { &nameEditor, &channelEditor, &notesEditor })
+        editor->addListener (this);
+
+    nudgeEditor.onReturnKey = [this] { nudgeAsTyped(); };
+    nudgeEditor.setTooltip ("Type how far, and press Return: 12 ms, -3 f, 0.5 s or 480 samples. Negative is earlier.");
 
     channelEditor.setInputRestrictions (3, "0123456789");
     notesEditor.setMultiLine (false, true);
@@ -78,6 +77,10 @@ void InspectorPanel::setUpButtons()
         if (applyToMatching.getToggleState() && onFamilyChosen)
             onFamilyChosen();
     });
+    setUp (copyButton, "Copy TC", "Copy the timecode of its place", [this] {
+        if (onCopyPlace)
+            onCopyPlace();
+    });
     setUp (searchButton, "Find place", "Find the place anew", [this] {
         if (onSearch)
             onSearch();
@@ -105,7 +108,10 @@ void InspectorPanel::setGuest (const GuestClip* clip, int laneToShow, const Gues
     told = fieldsInSight();
 
     if (clip != nullptr)
+    {
         summaryLabel.setText (inspectorSummary (*clip, clock), juce::dontSendNotification);
+        summaryLabel.setTooltip (summaryLabel.getText());
+    }
 
     setVisible (clip != nullptr);
     repaint();
@@ -159,6 +165,22 @@ void InspectorPanel::nudge (juce::int64 samples)
         onNudge (samples);
 }
 
+// What is typed stays, so that it can be done again; what is no distance stays marked, to be typed anew.
+void InspectorPanel::nudgeAsTyped()
+{
+    if (const auto samples = nudgeOf (nudgeEditor.getText(), clock))
+        nudge (*samples);
+    else
+        nudgeEditor.selectAll();
+}
+
+// The keys of the main view work again.
+void InspectorPanel::leaveField()
+{
+    if (auto* const parent = getParentComponent())
+        parent->grabKeyboardFocus();
+}
+
 void InspectorPanel::paint (juce::Graphics& g)
 {
     if (lookAndFeel == nullptr)
@@ -175,6 +197,7 @@ void InspectorPanel::paint (juce::Graphics& g)
     };
     dress (titleLabel, lookAndFeel->uiFont (16.0f, juce::Font::bold), palette.accentBright);
     dress (summaryLabel, lookAndFeel->monoFont (13.0f), palette.text);
+    nudgeEditor.setTextToShowWhenEmpty ("Nudge: 12 ms", palette.muted);
 
     for (auto* label : { &nameLabel, &channelLabel, &notesLabel })
         dress (*label, lookAndFeel->uiFont (13.0f, juce::Font::bold), palette.text);
@@ -198,6 +221,8 @@ void InspectorPanel::resized()
     removeButton.setBounds (at.remove);
     applyToMatching.setBounds (at.applyToMatching);
     searchButton.setBounds (at.search);
+    nudgeEditor.setBounds (at.nudgeBy);
+    copyButton.setBounds (at.copyPlace);
 }
 
 }    // namespace ld

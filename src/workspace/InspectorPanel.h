@@ -29,6 +29,7 @@ public:
     std::function<void (juce::int64 samples)> onNudge;    // host samples; negative is earlier
     std::function<void()> onRemove;
     std::function<void()> onSearch;        // its place is to be found anew
+    std::function<void()> onCopyPlace;     // its timecode is wanted elsewhere
     LookAndFeel* lookAndFeel = nullptr;    // the owner's
 
     /** Shows a lane of a guest; hides the panel where there is none. What has been typed meanwhile is told first. */
@@ -50,6 +51,8 @@ private:
     void tellEdits();
     [[nodiscard]] InspectorFields fieldsInSight() const;
     void nudge (juce::int64 samples);
+    void nudgeAsTyped();
+    void leaveField();
 
     juce::Uuid guest = juce::Uuid::null();
     int lane = 0;
@@ -57,9 +60,9 @@ private:
     InspectorFields told;    // to or by the owner
 
     juce::Label titleLabel, summaryLabel, nameLabel, channelLabel, notesLabel;
-    juce::TextEditor nameEditor, channelEditor, notesEditor;
+    juce::TextEditor nameEditor, channelEditor, notesEditor, nudgeEditor;
     juce::TextButton nudgeFrameBackButton, nudgeFrameForwardButton, nudgeSampleBackButton, nudgeSampleForwardButton,
-        removeButton, searchButton;
+        removeButton, searchButton, copyButton;
     juce::ToggleButton applyToMatching { "Apply name to all matching tracks" };
 };
 

@@ -35,6 +35,8 @@ std::vector<KeyBinding> makeTable()
         { nextEdge, Key (Key::downKey), "Down", playback, "To where the next recording begins or ends" },
         { takeStart, Key (Key::homeKey), "Home", playback, "To the start of the take" },
         { takeEnd, Key (Key::endKey), "End", playback, "To the end of the take" },
+        { laneAbove, with (command, Key::upKey), "Ctrl+Up", moving, "Select the lane above" },
+        { laneBelow, with (command, Key::downKey), "Ctrl+Down", moving, "Select the lane below" },
         { left, Key (Key::leftKey), "Left", moving, "Recording one sample earlier, or playhead one frame back" },
         { right, Key (Key::rightKey), "Right", moving, "Recording one sample later, or playhead one frame on" },
         { nudgeFrameBack, with (alt, Key::leftKey), "Alt+Left", moving, "Selected recording one frame earlier" },

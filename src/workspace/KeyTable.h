@@ -27,6 +27,8 @@ enum class Command
     nudgeFrameForward,
     nudgeSampleBack,
     nudgeSampleForward,
+    laneAbove,
+    laneBelow,
     findPlace,
     mute,
     solo,

@@ -1,6 +1,5 @@
 #include "workspace/MainComponent.h"
 
-#include "monitor/MonitorMixer.h"
 #include "workspace/MainLayout.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
@@ -50,7 +49,7 @@ void MainComponent::setUpButtons()
         spine.setDrawFaderMode (isOn);
         showStatus (isOn ? "Draw mode: drag on a track to write the fader line." : "Draw mode off.");
     });
-    setUpButton (monitorMixButton, "Monitor mix", palette.accent, [this] { openMonitorMixer(); });
+    setUpButton (monitorMixButton, "Monitor mix", palette.accent, [this] { toggleMonitorMixer(); });
     setUpButton (outputButton, "Monitoring output", palette.raised, [this] { openOutputSettings(); });
     setUpButton (cancelButton, "Cancel", palette.raised, [this] { cancelJobs(); });
 
@@ -121,7 +120,8 @@ void MainComponent::setUpSpine()
     spine.lookAndFeel = &lookAndFeel;
     spine.session = &session;
     spine.onGuestSelected = [this] (const juce::Uuid& id, int lane) { selectGuest (id, lane); };
-    spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null()); };
+    spine.onSelectionCleared = [this] { selectGuest (juce::Uuid::null(), -1); };
+    spine.onHostLaneChosen = [this] (int channel) { selectGuest (juce::Uuid::null(), channel); };
     spine.onGuestMoved = [this] (const juce::Uuid& id, juce::int64 offset) { setOffset (id, offset); };
     spine.onSeek = [this] (juce::int64 sample) { seekPlayhead (sample); };
     spine.onMixerGain = [this] (int index, float db) {
@@ -152,11 +152,12 @@ void MainComponent::setUpInspector()
     inspector.onEditEnded = [this] { work.endStroke(); };
     inspector.onFamilyChosen = [this] {
         if (const auto* const guest = session.findGuest (session.selectedGuest))
-            editLane (guest->id, selectedLane, LaneField::name, fieldsOf (*guest, selectedLane).name);
+            editLane (guest->id, spine.chosenChannel, LaneField::name, fieldsOf (*guest, spine.chosenChannel).name);
     };
     inspector.onNudge = [this] (juce::int64 samples) { nudgeSelected (samples); };
     inspector.onRemove = [this] { confirmRemoveTrack (true, session.selectedGuest, -1); };
     inspector.onSearch = [this] { searchSelected(); };
+    inspector.onCopyPlace = [this] { copyPlace(); };
 }
 
 void MainComponent::showChildren()
@@ -214,20 +215,6 @@ void MainComponent::showChildren()
 void MainComponent::showOutputName()
 {
     outputButton.setButtonText ("Output: " + preview.currentOutputName());
-}
-
-void MainComponent::openMonitorMixer()
-{
-    auto mixer = std::make_unique<MonitorMixer> (
-        session,
-        sessionLock,
-        &lookAndFeel,
-        [this] { return preview.playhead.load(); },
-        [this] { return preview.playing.load(); });
-    mixer->onChanged = [this] (const juce::String& what, const juce::String& stroke) { rememberLevels (what, stroke); };
-    mixer->onStrokeEnded = [this] { work.endStroke(); };
-    mixerPanel =
-        &juce::CallOutBox::launchAsynchronously (std::move (mixer), monitorMixButton.getScreenBounds(), nullptr);
 }
 
 void MainComponent::openOutputSettings()

@@ -15,16 +15,10 @@ void MainComponent::combineInto (const juce::File& folder)
     showStatus ("Combining " + juce::String (count) + (count == 1 ? " take..." : " takes..."));
     beginProgress (countText ("Examining and combining  ", 0, count), 0.0);
 
-    TakeEdits edits;
-    edits.metadata = doc.metadataOverrides;
-    edits.names = doc.nameOverrides;
-    edits.mixer = doc.mixer;
-    edits.levels = doc.levels;
-
     desk.start (
         JobKind::write,
         {},
-        [this, folder, count, document, edits] (const JobDesk::Progress& progress) mutable {
+        [this, folder, count, document, edits = editsOf (doc)] (const JobDesk::Progress& progress) mutable {
         edits.isWanted = progress.wanted;
         ConformOutcome outcome;
         outcome.takes =

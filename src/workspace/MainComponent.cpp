@@ -39,7 +39,7 @@ MainComponent::~MainComponent()
     stopTimer();
     preview.deviceManager.removeChangeListener (this);
     desk.onChanged = {};
-    delete mixerPanel.getComponent();
+    mixerWindow.reset();
     preview.stop();
     video.close();
     juce::LookAndFeel::setDefaultLookAndFeel (nullptr);
@@ -49,11 +49,12 @@ MainComponent::~MainComponent()
 void MainComponent::paint (juce::Graphics& g)
 {
     if (showsTake())
-        paintWorkspace (g, lookAndFeel, getLocalBounds(), headline(), shownStatus());
+        paintWorkspace (g, lookAndFeel, getLocalBounds(), shownLayout, headline(), shownStatus());
     else
         paintWelcome (g,
                       lookAndFeel,
                       getLocalBounds(),
+                      shownLayout,
                       shownStatus(),
                       fileDragOver ? std::optional<float> (dragPulse) : std::nullopt);
 }
@@ -68,46 +69,46 @@ void MainComponent::resized()
                           .showsTakes = showsTakes,
                           .hasResults = runPanel.hasRun(),
                           .showsResults = showsResults };
-    const auto at = layOutMain (getWidth(), getHeight(), face);
+    shownLayout = layOutMain (getWidth(), getHeight(), face);
     showChildren();
     showOutputName();
 
-    const std::pair<juce::Component*, juce::Rectangle<int>> places[] = {
-        { &progressBar, at.progressBar },
-        { &cancelButton, at.cancel },
-        { &outputButton, at.output },
-        { &openPolysButton, at.openPolys },
-        { &openFolderButton, at.openFolder },
-        { &openSessionButton, at.openSession },
-        { &combineButton, at.combine },
-        { &saveButton, at.save },
-        { &addIsoButton, at.addIso },
-        { &resetButton, at.reset },
-        { &prevButton, at.previousTake },
-        { &nextButton, at.nextTake },
-        { &batchLabel, at.batchLabel },
-        { &takesButton, at.takes },
-        { &takeList, at.takeList },
-        { &resultsButton, at.results },
-        { &runPanel, at.runPanel },
-        { &rewindButton, at.rewind },
-        { &backFiveButton, at.backFive },
-        { &playButton, at.play },
-        { &forwardFiveButton, at.forwardFive },
-        { &transportLabel, at.transport },
-        { &monitorMixButton, at.monitorMix },
-        { &drawFadersButton, at.drawFaders },
-        { &undoButton, at.undo },
-        { &redoButton, at.redo },
-        { &findButton, at.findMissing },
-        { &spine, at.spine },
-        { &inspector, at.inspector },
-        { &video, at.picture },
-        { &videoTimecodeEditor, at.pictureTimecode },
+    const std::pair<juce::Component*, juce::Rectangle<int>> children[] = {
+        { &progressBar, shownLayout.progressBar },
+        { &cancelButton, shownLayout.cancel },
+        { &outputButton, shownLayout.output },
+        { &openPolysButton, shownLayout.openPolys },
+        { &openFolderButton, shownLayout.openFolder },
+        { &openSessionButton, shownLayout.openSession },
+        { &combineButton, shownLayout.combine },
+        { &saveButton, shownLayout.save },
+        { &addIsoButton, shownLayout.addIso },
+        { &resetButton, shownLayout.reset },
+        { &prevButton, shownLayout.previousTake },
+        { &nextButton, shownLayout.nextTake },
+        { &batchLabel, shownLayout.batchLabel },
+        { &takesButton, shownLayout.takes },
+        { &takeList, shownLayout.takeList },
+        { &resultsButton, shownLayout.results },
+        { &runPanel, shownLayout.runPanel },
+        { &rewindButton, shownLayout.rewind },
+        { &backFiveButton, shownLayout.backFive },
+        { &playButton, shownLayout.play },
+        { &forwardFiveButton, shownLayout.forwardFive },
+        { &transportLabel, shownLayout.transport },
+        { &monitorMixButton, shownLayout.monitorMix },
+        { &drawFadersButton, shownLayout.drawFaders },
+        { &undoButton, shownLayout.undo },
+        { &redoButton, shownLayout.redo },
+        { &findButton, shownLayout.findMissing },
+        { &spine, shownLayout.spine },
+        { &inspector, shownLayout.inspector },
+        { &video, shownLayout.picture },
+        { &videoTimecodeEditor, shownLayout.pictureTimecode },
         { &keyPanel, keyPanel.fittedInto (getLocalBounds()) },
     };
 
-    for (const auto& [child, bounds] : places)
+    for (const auto& [child, bounds] : children)
         child->setBounds (bounds);
 }
 
@@ -174,6 +175,7 @@ void MainComponent::showWork()
 
     batchLabel.setTooltip (batchLabel.getText());
     refreshTakeList();
+    refreshMixer();
     resized();
     repaint();
 }
@@ -223,6 +225,15 @@ void MainComponent::showAnnouncement()
         showStatus (std::exchange (announcement, {}));
 }
 
+// What is painted may be cut.
+juce::String MainComponent::getTooltip()
+{
+    const auto mouse = getMouseXYRelative();
+    return shownLayout.status.contains (mouse)     ? shownStatus()
+           : shownLayout.headline.contains (mouse) ? headline()
+                                                   : juce::String();
+}
+
 void MainComponent::repaintStatus()
 {
     repaint (0, getHeight() - statusBandHeight, getWidth(), statusBandHeight);
@@ -249,23 +260,21 @@ void MainComponent::refreshInspector()
 {
     const auto& host = session.host;
     inspector.setGuest (session.findGuest (session.selectedGuest),
-                        selectedLane,
+                        spine.chosenChannel,
                         { host.format.sampleRate, host.ixml.timecodeRate, host.ixml.timecodeFlag });
 }
 
-// Before lanes go, come or move: what the panels show would be others.
-void MainComponent::closePanels()
+// Before lanes go, come or move: what it shows would be another.
+void MainComponent::clearInspector()
 {
     inspector.setGuest (nullptr, 0, {});
-
-    if (mixerPanel != nullptr)
-        mixerPanel->dismiss();
 }
 
 // What stands for the open take, when its guests have changed.
 void MainComponent::refreshTake()
 {
     refreshInspector();
+    refreshMixer();
     resized();
     spine.repaint();
 }

@@ -13,6 +13,8 @@
 #include "workspace/JobDesk.h"
 #include "workspace/KeyPanel.h"
 #include "workspace/KeyTable.h"
+#include "workspace/MainLayout.h"
+#include "workspace/MixerWindow.h"
 #include "workspace/PicturePlayer.h"
 #include "workspace/RunPanel.h"
 #include "workspace/TakeList.h"
@@ -36,6 +38,7 @@ namespace ld
     because the audio thread reads the session under it. Slow work runs as a job on values that are handed to it. */
 class MainComponent : public juce::Component,
                       public juce::FileDragAndDropTarget,
+                      public juce::TooltipClient,
                       private juce::Timer,
                       private juce::ChangeListener
 {
@@ -75,6 +78,7 @@ public:
 
     void paint (juce::Graphics&) override;
     void resized() override;
+    juce::String getTooltip() override;
     bool keyPressed (const juce::KeyPress&) override;
     bool isInterestedInFileDrag (const juce::StringArray&) override;
     void fileDragEnter (const juce::StringArray&, int x, int y) override;
@@ -108,10 +112,9 @@ private:
     void beginProgress (const juce::String& text, double value);
     void updateProgress (double value, const juce::String& text);
     void refreshInspector();
-    void closePanels();
+    void clearInspector();
     void refreshTake();
     void fail (const juce::String& sentence);
-    void openMonitorMixer();
     void openOutputSettings();
 
     // The work and what follows from it (MainWork.cpp)
@@ -154,12 +157,20 @@ private:
     void seekEdge (bool isForward);
     void playIn (bool isBackwards);
     void switchSelected (bool isSolo);
+    void stepLane (int by);
     void showSelected();
     void readSamplesAsync (SpineSpan);
     void toggleKeyPanel();
 
+    // The monitor mix in its window (MainMixer.cpp)
+    void makeMixer();
+    void toggleMonitorMixer();
+    void refreshMixer();
+    void fitMix();
+    void commitFit (const TakeOutcome&);
+
     // What the user does to tracks (MainTracks.cpp)
-    void selectGuest (const juce::Uuid&, int lane = 0);
+    void selectGuest (const juce::Uuid&, int channel);
     void setReferenceChannel (int channel);
     void changeMixer (const juce::String& what, int mixerIndex, const std::function<void()>& change);
     void rememberLevels (const juce::String& name, const juce::String& stroke);
@@ -167,6 +178,7 @@ private:
     void setOffset (const juce::Uuid&, juce::int64 offset);
     void editLane (const juce::Uuid&, int lane, LaneField, const juce::String& text);
     void searchSelected();
+    void copyPlace();
     void confirmRemoveTrack (bool isGuest, const juce::Uuid&, int channel);
     void removeTrackConfirmed (bool isGuest, const juce::Uuid&, int channel);
     [[nodiscard]] juce::String
@@ -255,13 +267,13 @@ private:
 
     KeyPanel keyPanel { lookAndFeel };
     juce::TooltipWindow tooltips { this };
-    juce::Component::SafePointer<juce::CallOutBox> mixerPanel;
+    std::unique_ptr<MixerWindow> mixerWindow;    // once it was opened
 
+    MainLayout shownLayout;    // as resized found them
     juce::String statusText;
     juce::String announcement;    // to be read once the take is there
     float dragPulse = 0.0f;       // 0 to 1
     bool fileDragOver = false, wasPlaying = false;
-    int selectedLane = 0;    // of session.selectedGuest
     juce::File outputSettings;
 
     WorkHistory work;

@@ -68,12 +68,14 @@ void MainComponent::obey (Command command)
         case nudgeFrameForward: return nudgeSelected (frame);
         case nudgeSampleBack: return nudgeSelected (-1);
         case nudgeSampleForward: return nudgeSelected (1);
+        case laneAbove: return stepLane (-1);
+        case laneBelow: return stepLane (1);
         case findPlace: return searchSelected();
         case mute:
         case solo: return switchSelected (command == solo);
         case drawFaders:
             return drawFadersButton.setToggleState (! drawFadersButton.getToggleState(), juce::sendNotification);
-        case monitorMix: return openMonitorMixer();
+        case monitorMix: return toggleMonitorMixer();
         case zoomIn: return spine.zoomBy (2.0);
         case zoomOut: return spine.zoomBy (0.5);
         case zoomAll: return spine.setView (showing (spine.view(), { 0, takeLength (session) }));
@@ -127,10 +129,10 @@ void MainComponent::playIn (bool isBackwards)
 
 void MainComponent::switchSelected (bool isSolo)
 {
-    const auto index = mixerIndexOf (session, session.selectedGuest, selectedLane);
+    const auto index = laneNumber (session, session.selectedGuest, spine.chosenChannel);
 
-    if (! index)
-        return showStatus ("Select a recording first.");
+    if (! index || *index >= session.mixerCount())
+        return showStatus (index ? "Only the first 32 lanes are mixed." : "Select a lane first.");
 
     const auto wasMuted = session.mixerMuteAt (*index, preview.playhead);
     const auto wasSolo = session.mixerAt (*index).solo;
@@ -141,6 +143,22 @@ void MainComponent::switchSelected (bool isSolo)
             session.setMixerMute (*index, ! wasMuted, preview.playhead, preview.playing);
     });
     work.endStroke();
+}
+
+// From lane to lane, those of the poly too; without one, from the end that is left behind.
+void MainComponent::stepLane (int by)
+{
+    const auto lanes = layOutLanes (session, {});
+
+    if (lanes.empty())
+        return;
+
+    const auto last = (int) lanes.size() - 1;
+    const auto chosen = laneNumber (session, session.selectedGuest, spine.chosenChannel);
+    const auto next = std::clamp (chosen ? *chosen + by : (by > 0 ? 0 : last), 0, last);
+    const auto& lane = lanes[(size_t) next];
+    selectGuest (lane.guestId, lane.channel);
+    spine.revealLane (next);
 }
 
 void MainComponent::showSelected()

@@ -20,13 +20,18 @@ void layOutWelcome (MainLayout& at, int w, int h)
 }
 
 // right is where the band ends: the window's edge, or the picture.
-void layOutTopBand (MainLayout& at, int right)
+void layOutTopBand (MainLayout& at, int w, int right)
 {
+    constexpr int leastHeadline = 240;
     at.combine = Bounds (right - 190, 22, 170, 40);
     at.save = Bounds (right - 318, 22, 118, 40);
     at.addIso = Bounds (right - 470, 22, 142, 40);
     at.openPolys = Bounds (right - 584, 22, 104, 40);
     at.reset = Bounds (right - 718, 22, 124, 40);
+
+    const auto room = at.reset.getX() - 12 - 24;
+    at.headline = room >= leastHeadline ? Bounds (24, 34, std::min (std::max (w, 820) - 720, room), 32)
+                                        : Bounds (24, 62, right - 48, 20);
 }
 
 void layOutTransport (MainLayout& at, int right, int row)
@@ -92,7 +97,7 @@ void layOutWorkspace (MainLayout& at, int w, int h, const MainFace& face)
     if (face.hasSeveralTakes || face.hasResults)
         row = std::max (row, 130);
 
-    layOutTopBand (at, right);
+    layOutTopBand (at, w, right);
     layOutTransport (at, right, row);
     layOutEdits (at, right, row, face);
     at.output = Bounds (w - 286, h - 33, 262, 28);
@@ -129,6 +134,7 @@ MainLayout layOutMain (int width, int height, const MainFace& face)
     const auto progress = Bounds (24, height - 31, std::max (width, 454) - 334, 22);
     at.progressBar = progress.withTrimmedRight (84);
     at.cancel = progress.withLeft (progress.getRight() - 76);
+    at.status = Bounds (24, height - 32, std::max (width, 430) - 330, 26);
 
     if (face.hasWork)
         layOutWorkspace (at, width, height, face);

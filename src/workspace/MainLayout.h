@@ -24,6 +24,7 @@ struct MainLayout
     juce::Rectangle<int> progressBar, cancel, output, openPolys;       // both faces; the bar ends left of its button
     juce::Rectangle<int> openFolder, openSession;                      // welcome card
     juce::Rectangle<int> combine, save, addIso, reset;                 // workspace, top band
+    juce::Rectangle<int> headline;                                     // left of the buttons, or below them
     juce::Rectangle<int> previousTake, nextTake, batchLabel, takes;    // with several takes
     juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
     juce::Rectangle<int> monitorMix, drawFaders, undo, redo, spine, inspector;
@@ -31,6 +32,7 @@ struct MainLayout
     juce::Rectangle<int> picture, pictureTimecode;    // with a picture
     juce::Rectangle<int> takeList;                    // with several takes, where it is shown
     juce::Rectangle<int> results, runPanel;           // with results: their button and, where they are shown, they
+    juce::Rectangle<int> status;                      // both faces: the last action's sentence
 };
 
 /** Whether a window of this width can show the list of takes beside a timeline that is wide enough to work in. */

@@ -1,7 +1,5 @@
 #include "workspace/MainPainter.h"
 
-#include "workspace/MainLayout.h"
-
 namespace ld
 {
 namespace
@@ -39,11 +37,11 @@ void paintCard (juce::Graphics& g, const LookAndFeel& theme, const WelcomeCard& 
     }
 }
 
-void paintStatus (juce::Graphics& g, const LookAndFeel& theme, juce::Rectangle<int> bounds, const juce::String& status)
+void paintStatus (juce::Graphics& g, const LookAndFeel& theme, const MainLayout& at, const juce::String& status)
 {
     g.setColour (theme.palette.text);
     g.setFont (theme.uiFont (15.0f, juce::Font::plain));
-    g.drawText (status, 24, bounds.getHeight() - 32, std::max (bounds.getWidth(), 430) - 330, 26, leftCentred);
+    g.drawText (status, at.status, leftCentred);
 }
 
 }    // namespace
@@ -51,6 +49,7 @@ void paintStatus (juce::Graphics& g, const LookAndFeel& theme, juce::Rectangle<i
 void paintWelcome (juce::Graphics& g,
                    const LookAndFeel& theme,
                    juce::Rectangle<int> bounds,
+                   const MainLayout& at,
                    const juce::String& status,
                    std::optional<float> hover)
 {
@@ -65,12 +64,13 @@ void paintWelcome (juce::Graphics& g,
     g.setFont (theme.uiFont (15.0f, juce::Font::bold));
     g.drawText ("LODESTRAND  /  POLY BWF CONFORM", 24, 0, w - 48, 68, leftCentred);
     paintCard (g, theme, layOutWelcomeCard (w, bounds.getHeight()), hover);
-    paintStatus (g, theme, bounds, status);
+    paintStatus (g, theme, at, status);
 }
 
 void paintWorkspace (juce::Graphics& g,
                      const LookAndFeel& theme,
                      juce::Rectangle<int> bounds,
+                     const MainLayout& at,
                      const juce::String& headline,
                      const juce::String& status)
 {
@@ -82,18 +82,17 @@ void paintWorkspace (juce::Graphics& g,
     g.setColour (palette.accent);
     g.fillRect (0, 82, w, 2);
 
-    // Dark on dark: a quiet mark rather than a title.
-    g.setColour (palette.panel);
+    g.setColour (palette.muted);
     g.setFont (theme.uiFont (14.0f, juce::Font::bold));
     g.drawText ("LODESTRAND", 24, 10, 220, 20, leftCentred);
 
     g.setColour (palette.text);
-    g.setFont (theme.uiFont (22.0f, juce::Font::bold));
-    g.drawFittedText (headline, 24, 34, std::max (w, 820) - 720, 32, leftCentred, 1, leastScale);
+    g.setFont (theme.uiFont (at.headline.getHeight() < 32 ? 15.0f : 22.0f, juce::Font::bold));
+    g.drawFittedText (headline, at.headline, leftCentred, 1, leastScale);
 
     g.setColour (palette.panel);
     g.fillRect (0, h - 38, w, 38);
-    paintStatus (g, theme, bounds, status);
+    paintStatus (g, theme, at, status);
 }
 
 }    // namespace ld

@@ -168,7 +168,7 @@ void MainComponent::addIsoFolderToTake (const juce::File& folder)
             if (! desk.isAt (scan.file))
                 onTrial.insert (scan.file.getFullPathName());
 
-        selectGuest (juce::Uuid::null());
+        selectGuest (juce::Uuid::null(), -1);
         showStatus (isosAddedText (added, found.skipped));
         perform (std::move (edit));
         },

@@ -170,7 +170,7 @@ void MainComponent::startLoad (LoadRequest request,
 
 void MainComponent::commitTake (LoadedTake take, const std::function<void()>& loaded)
 {
-    closePanels();
+    clearInspector();
 
     {
         const juce::ScopedLock lock (sessionLock);
@@ -220,7 +220,7 @@ void MainComponent::commitAddedGuests (AddedGuests added)
         return;
 
     std::vector<GuestClip> replaced;
-    closePanels();
+    clearInspector();
 
     {
         const juce::ScopedLock lock (sessionLock);
@@ -232,7 +232,10 @@ void MainComponent::commitAddedGuests (AddedGuests added)
                                 });
 
             if (! guest.lanesHidden && session.findGuest (guest.id) == nullptr)
+            {
                 session.selectedGuest = guest.id;
+                spine.chosenChannel = 0;
+            }
 
             if (auto* const live = session.findGuest (guest.id))
             {
@@ -352,8 +355,11 @@ void MainComponent::commitPlace (PlacedGuest placed, const std::vector<FilePlace
         if (! hasAudio)
             moveGuest (*live, known);
 
-        if (session.selectedGuest.isNull())
+        if (session.selectedGuest.isNull() && spine.chosenChannel < 0)
+        {
             session.selectedGuest = id;
+            spine.chosenChannel = 0;
+        }
     }
 
     desk.discard (std::move (replaced));

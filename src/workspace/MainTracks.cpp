@@ -2,6 +2,7 @@
 
 #include "monitor/MixerPanelLayout.h"
 #include "output/GuestSpans.h"
+#include "workspace/MainText.h"
 
 // What the user does to single tracks: choose, nudge, mix, name, remove; and to all of them: reset.
 
@@ -15,14 +16,15 @@ constexpr auto waitBeforeResetting = "Wait for the current scan or export to fin
 
 }    // namespace
 
-void MainComponent::selectGuest (const juce::Uuid& id, int lane)
+// channel   of the guest, or with a null id of the poly; -1 for none
+void MainComponent::selectGuest (const juce::Uuid& id, int channel)
 {
     {
         const juce::ScopedLock lock (sessionLock);
         session.selectedGuest = id;
     }
 
-    selectedLane = lane;
+    spine.chosenChannel = channel;
     work.endStroke();
     refreshTake();
 }
@@ -93,6 +95,17 @@ void MainComponent::searchSelected()
     if (const auto* const guest = session.findGuest (session.selectedGuest);
         guest != nullptr && ! guest->isMissing && ! guest->matchPending)
         perform (searchGuestAgain (work.document(), session.host.file, *guest));
+}
+
+// As an editing system takes it: the timecode of the recording's first sample, by the poly's clock.
+void MainComponent::copyPlace()
+{
+    if (const auto* const guest = session.findGuest (session.selectedGuest))
+    {
+        const auto place = timecodeAt (session.host, guest->alignment.offsetSamples);
+        juce::SystemClipboard::copyTextToClipboard (place);
+        showStatus ("Copied " + place + ".");
+    }
 }
 
 juce::String MainComponent::laneName (int mixerIndex) const

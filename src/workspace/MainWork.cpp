@@ -117,8 +117,11 @@ void MainComponent::bringTake (const BatchMatch& take)
 
         dressSession (session, work.document(), take);
 
-        if (session.findGuest (session.selectedGuest) == nullptr)
+        if (! session.selectedGuest.isNull() && session.findGuest (session.selectedGuest) == nullptr)
+        {
             session.selectedGuest = juce::Uuid::null();
+            spine.chosenChannel = -1;
+        }
     }
 
     bringReferenceChannel();
@@ -166,7 +169,7 @@ void MainComponent::putAside (const std::vector<juce::Uuid>& ids)
     if (ids.empty())
         return;
 
-    closePanels();
+    clearInspector();
     const auto isMeant = [&] (const GuestClip& guest) { return std::ranges::count (ids, guest.id) > 0; };
     std::vector<GuestClip> kept, removed;
 
@@ -202,7 +205,7 @@ void MainComponent::closeTake()
 
     desk.giveUpTake();
     preview.stop();
-    closePanels();
+    clearInspector();
     const auto old = std::make_shared<Session>();
 
     {

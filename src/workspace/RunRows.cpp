@@ -44,6 +44,12 @@ std::vector<RunRow> rowsOf (const RunTable::Take& take)
         rows.push_back ({ .kind = RunRow::Kind::note, .poly = take.poly, .words = words });
     };
 
+    if (take.mixNote.isNotEmpty())
+    {
+        note (take.mixNote + ".");
+        rows.back().isTrouble = true;
+    }
+
     if (! take.hasGuests)
         note ("No recording belongs to this take.");
 

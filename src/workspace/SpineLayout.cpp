@@ -175,13 +175,12 @@ Area blockBounds (Area timeline, SpineSpan span, SpineSpan visible) noexcept
     return { from, timeline.getY() + 5.0f, std::max (to - from, narrowest), timeline.getHeight() - 10.0f };
 }
 
-std::optional<int> mixerIndexOf (const Session& session, const juce::Uuid& guest, int channel)
+std::optional<int> laneNumber (const Session& session, const juce::Uuid& guest, int channel)
 {
     const auto lanes = layOutLanes (session, {});
     const auto found = std::ranges::find_if (
-        lanes, [&] (const auto& lane) { return lane.isGuest && lane.guestId == guest && lane.channel == channel; });
-    return found != lanes.end() && found->mixerIndex < session.mixerCount() ? std::optional (found->mixerIndex)
-                                                                            : std::nullopt;
+        lanes, [&] (const auto& lane) { return lane.guestId == guest && lane.channel == channel; });
+    return found != lanes.end() ? std::optional (found->mixerIndex) : std::nullopt;
 }
 
 std::optional<int64> edgeBeside (const Session& session, int64 sample, bool isForward)

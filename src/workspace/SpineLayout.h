@@ -70,8 +70,9 @@ struct SpineBlock
 [[nodiscard]] juce::Rectangle<float>
 blockBounds (juce::Rectangle<float> timeline, SpineSpan, SpineSpan visible) noexcept;
 
-/** The mixer channel of a guest's lane; none where it has no lane. */
-[[nodiscard]] std::optional<int> mixerIndexOf (const Session&, const juce::Uuid& guest, int channel);
+/** The number of the lane of a guest's channel or, with a null id, of the poly's, among layOutLanes of a view that begins
+    with the first lane; none where there is none. It is the lane's mixerIndex too. */
+[[nodiscard]] std::optional<int> laneNumber (const Session&, const juce::Uuid& guest, int channel);
 
 /** Where the next recording begins or ends, or the one before; none where no edge lies beyond. */
 [[nodiscard]] std::optional<juce::int64> edgeBeside (const Session&, juce::int64 sample, bool isForward);

@@ -230,6 +230,10 @@ private:
         const auto text = lane.isGuest ? guestLaneText (*session.findGuest (lane.guestId), lane.channel)
                                        : hostLaneText (session.host, lane.channel);
         const auto inner = std::max (lane.label.getHeight() - 2.0f * inset, 0.0f);
+
+        if (lane.guestId == session.selectedGuest && lane.channel == view.chosenChannel)
+            fill (palette.accent, lane.label.withWidth (3.0f).reduced (0.0f, 2.0f));
+
         const auto nameHeight = std::min (inner, nameSpace);
         const Area name (lane.label.getX() + 8.0f,
                          lane.label.getY() + inset,

@@ -27,6 +27,7 @@ struct SpineView
     bool isFileOver = false;
     TimelineView timeline {};
     const HostSamples* samples = nullptr;
+    int chosenChannel = -1;    // of the selected guest, else of the poly; -1: no lane is chosen
 };
 
 void paintSpine (juce::Graphics&, const LookAndFeel&, const Session&, juce::Rectangle<float> bounds, const SpineView&);

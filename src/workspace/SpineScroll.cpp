@@ -34,10 +34,23 @@ void WaveformSpine::zoomBy (double factor)
     setView (zoomed (view(), factor, share >= 0.0 && share <= 1.0 ? share : 0.5));
 }
 
+void WaveformSpine::revealLane (int number)
+{
+    if (session == nullptr)
+        return;
+
+    const auto lanes = laneWindow (*session, getLocalBounds().toFloat(), view());
+    const auto inSight = std::max (lanes.total - lanes.last, 1);
+    auto scrolled = view();
+    scrolled.firstLane = std::clamp (lanes.first, number - inSight + 1, number);
+    setView (scrolled);
+}
+
 void WaveformSpine::showWholeTake()
 {
     shown.span = {};
     shown.firstLane = 0;
+    chosenChannel = -1;
     samples = {};
     samplesAsked = {};
     repaint();

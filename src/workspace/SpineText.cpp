@@ -71,4 +71,22 @@ LaneText guestLaneText (const GuestClip& guest, int channel)
     return text;
 }
 
+juce::String hostLaneTip (const HostTake& host, int channel)
+{
+    const auto text = hostLaneText (host, channel);
+    return text.name + "\n" + text.detail;
+}
+
+juce::String guestLaneTip (const GuestClip& guest, int channel)
+{
+    juce::StringArray lines { guestLaneText (guest, channel).name };
+
+    for (const auto& file : filesOf (guest))
+        lines.add (file.getFileName());
+
+    lines.addArray ({ guest.alignment.detail, guest.alignment.evidence });
+    lines.removeEmptyStrings();
+    return lines.joinIntoString ("\n");
+}
+
 }    // namespace ld

@@ -1,5 +1,7 @@
 #include "workspace/WaveformSpine.h"
 
+#include "workspace/SpineText.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -67,7 +69,25 @@ void WaveformSpine::paint (juce::Graphics& g)
                 *lookAndFeel,
                 *session,
                 getLocalBounds().toFloat(),
-                { playhead, drawFaderMode, fileDragOver, view(), &samples });
+                { playhead, drawFaderMode, fileDragOver, view(), &samples, chosenChannel });
+}
+
+// Names and words are cut where the column is narrow.
+juce::String WaveformSpine::getTooltip()
+{
+    if (! hasHost())
+        return {};
+
+    const auto mouse = getMouseXYRelative().toFloat();
+
+    for (const auto& lane : layoutLanes())
+        if (lane.label.contains (mouse))
+        {
+            const auto* const guest = session->findGuest (lane.guestId);
+            return guest != nullptr ? guestLaneTip (*guest, lane.channel) : hostLaneTip (session->host, lane.channel);
+        }
+
+    return {};
 }
 
 void WaveformSpine::setDrawFaderMode (bool isOn)
@@ -147,6 +167,11 @@ bool WaveformSpine::pressLane (const LaneHit& lane, juce::Point<float> at)
             dragStartOffset = guest->alignment.offsetSamples;
 
         tell (onGuestSelected, lane.guestId, lane.channel);
+    }
+    else if (! lane.isGuest && (lane.timeline.contains (at) || lane.label.contains (at)))
+    {
+        tell (onSelectionCleared);
+        tell (onHostLaneChosen, lane.channel);
     }
     else
         return false;

@@ -11,7 +11,7 @@ namespace ld
 /** The timeline: a lane for each channel of the poly and of its guests, the whole take at first, and any part of it as closely
     as one likes. It reads the session, on the message thread, and hands every gesture to its owner; where no callback is set
     for the mixer it changes the session itself. What part is seen is its own affair. It is repainted when it is told to. */
-class WaveformSpine : public juce::Component
+class WaveformSpine : public juce::Component, public juce::TooltipClient
 {
 public:
     using LaneHit = SpineLane;
@@ -21,6 +21,7 @@ public:
     std::function<void (juce::Uuid, int lane)> onGuestSelected;
     std::function<void (juce::Uuid, juce::int64 offset)> onGuestMoved;
     std::function<void()> onSelectionCleared;
+    std::function<void (int channel)> onHostLaneChosen;      // follows onSelectionCleared
     std::function<void (int channel)> onReferenceChannel;    // for a control that is yet to come
     std::function<void (juce::int64 sample)> onSeek;
     std::function<void (int mixerIndex, float db)> onMixerGain;
@@ -39,6 +40,7 @@ public:
 
     juce::int64 playhead = 0;     // what the lanes show, host samples
     bool fileDragOver = false;    // files hover
+    int chosenChannel = -1;    // with the session's selected guest, the lane that keys mean; without one, of the poly
 
     [[nodiscard]] juce::Rectangle<float> timelineBounds() const;
     [[nodiscard]] std::vector<LaneHit> layoutLanes() const;
@@ -49,6 +51,9 @@ public:
 
     /** Closer by a factor above 1, or further; around the playhead where it is visible, else around the middle. */
     void zoomBy (double factor);
+
+    /** Scrolls to a lane, as laneNumber counts, where it is not in sight. */
+    void revealLane (int number);
 
     /** Another take: the whole of it, from its first lane. Sizes stay. */
     void showWholeTake();
@@ -66,6 +71,7 @@ public:
     void mouseMagnify (const juce::MouseEvent&, float scale) override;
     void resized() override { askForSamples(); }
     void paint (juce::Graphics&) override;
+    juce::String getTooltip() override;
     void mouseMove (const juce::MouseEvent&) override;
     void mouseExit (const juce::MouseEvent&) override;
     void mouseDown (const juce::MouseEvent&) override;

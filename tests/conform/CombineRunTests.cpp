@@ -254,6 +254,35 @@ TEST (CombineRun, TheUsersNamesAndMixAreInTheFile)
     }
 }
 
+TEST (CombineRun, AMixThatClipsIsToldWithTheFadersThatBringItWithinFullScale)
+{
+    const TempFolder temp;
+    std::vector<float> lav (40000, 0.25f), boom (40000, 0.75f);
+    std::fill_n (lav.begin() + 5000, 10000, 0.75f);
+    const auto take = takeOf (WaveBuilder ({ .channels = 2 }, { lav, boom })
+                                  .chunk ("iXML", ixmlBody ({ .trackNames = { "Lav", "Boom" }, .stamp = 0 }))
+                                  .writeTo (temp.file ("poly.wav")),
+                              {});
+    const auto done = combineTake (take, {}, temp.file ("COMBINED.wav"), {});
+    ASSERT_TRUE (done.written && done.mix) << done.error;
+    EXPECT_FLOAT_EQ (done.mix->peak, 1.5f);
+    EXPECT_EQ (clippedShare (*done.mix), 0.25);
+    EXPECT_EQ (clippingSentence (*done.mix), "MIX clips in 25.0 % of the take; it fits with all faders 3.6 dB lower");
+
+    const auto files = temp.folder.getNumberOfChildFiles (juce::File::findFiles);
+    EXPECT_EQ (measureTakeMix (take, {}, {}).mix, done.mix);
+    TakeEdits lowered;
+
+    for (const auto* source : { "H|OTHER|LAV|0", "H|OTHER|BOOM|1" })
+        shiftMixerGain (lowered.mixer[source], fittingDb (*done.mix));
+
+    const auto fitting = measureTakeMix (take, lowered, {});
+    EXPECT_EQ (fitting.mix->clippedFrames, 0);
+    EXPECT_GT (fitting.mix->peak, 0.98f) << "no lower than it must be";
+    EXPECT_EQ (clippingSentence (*fitting.mix), "");
+    EXPECT_EQ (temp.folder.getNumberOfChildFiles (juce::File::findFiles), files) << "measuring writes nothing";
+}
+
 TEST (CombineRun, UnknownPlacesAreSearchedAndDoubtfulOnesLeftOut)
 {
     const TempFolder temp;

@@ -57,6 +57,7 @@ ConformOutcome outcome()
     TakeOutcome written {
         at ("/shoot/a.wav"), at ("/out/COMBINED_a.wav"), true, {}, "timecode", 92.5f, { placed, doubtful, gone }, 1
     };
+    written.mix = { .peak = 1.5f, .clippedFrames = 10, .frames = 40 };
     TakeOutcome failed {
         at ("/shoot/b.wav"), at ("/out/COMBINED_b.wav"), false, "No room.", {}, 0.0f, { doubtful }, 1
     };
@@ -77,15 +78,20 @@ TEST (ConformReport, HasItsKeysInOrderAndItsValuesInTheirKinds)
     EXPECT_EQ ((int) report["rejected"], 2) << "a file that has gone is told, but not counted";
 
     const auto take = report["takes"][0];
-    EXPECT_THAT (keysOf (take),
-                 ElementsAre ("poly s", "output s", "written b", "error s", "reason s", "score n", "guests a"));
+    EXPECT_THAT (
+        keysOf (take),
+        ElementsAre ("poly s", "output s", "written b", "error s", "reason s", "score n", "mix o", "guests a"));
     EXPECT_EQ (take["output"].toString(), "/out/COMBINED_a.wav");
     EXPECT_EQ ((double) take["score"], 92.5);
+    EXPECT_EQ ((double) take["mix"]["peak"], 1.5);
+    EXPECT_EQ ((double) take["mix"]["clipped"], 0.25);
+    EXPECT_FLOAT_EQ ((float) (double) take["mix"]["fitDb"], -3.6f);
 
     const auto failed = report["takes"][1];
     EXPECT_EQ (failed["poly"].toString(), "/shoot/b.wav");
     EXPECT_EQ (failed["output"].toString(), "");
     EXPECT_EQ (failed["error"].toString(), "No room.");
+    EXPECT_TRUE (failed["mix"].isVoid());
 
     const auto guest = take["guests"][0];
     EXPECT_THAT (keysOf (guest),

@@ -201,6 +201,18 @@ TEST (MonitorMixer, SaysPanAndLevelAsAnEditorReadsThem)
     EXPECT_EQ (panText (-0.25), "25L");
     EXPECT_EQ (panText (1.0), "100R");
     EXPECT_EQ (panText (0.004), "C");
+
+    for (const auto& [typed, pan] : { std::pair ("25L", -0.25),
+                                      { "l 25", -0.25 },
+                                      { "-25", -0.25 },
+                                      { "-0.25", -0.25 },
+                                      { "100R", 1.0 },
+                                      { "0,5", 0.5 },
+                                      { "300", 1.0 },
+                                      { "C", 0.0 },
+                                      { "", 0.0 } })
+        EXPECT_DOUBLE_EQ (panOf (typed), pan) << typed;
+
     EXPECT_FLOAT_EQ (meterLevel (0.0f), 0.0f);
     EXPECT_FLOAT_EQ (meterLevel (0.0001f), 0.0f);
     EXPECT_NEAR (meterLevel (0.0316228f), 0.5f, 1e-5f);    // -30 dB
@@ -218,6 +230,47 @@ TEST (MonitorMixer, SaysPanAndLevelAsAnEditorReadsThem)
     const auto meterLeft = 720 - 94;
     EXPECT_EQ (picture.getPixelAt (meterLeft + 30, 20), scene.theme.palette.accent);
     EXPECT_NE (picture.getPixelAt (meterLeft + 45, 20), scene.theme.palette.accent);
+}
+
+TEST (MonitorMixer, AClipIsSeenUntilItIsClickedAndAPeakForAWhile)
+{
+    Scene scene (1);
+    scene.open();
+    auto& meter = scene.control<LevelMeter> (scene.row (0), "Level");
+    auto& mix = scene.control<LevelMeter> (*scene.panel, "Level of MIX");
+    scene.session.mixerPeaks[0] = 0.5f;
+    scene.session.mixPeak = 1.25f;
+    EXPECT_TRUE (pumpUntil ([&] { return mix.held().isClipped; }))
+        << "between two ticks, when the meter has fallen again";
+    EXPECT_FALSE (meter.held().isClipped);
+    EXPECT_FLOAT_EQ (meter.held().peak, 0.5f);
+    EXPECT_EQ (scene.session.mixPeak, 0.0f) << "taken";
+
+    HeldPeak held;
+
+    for (const auto newest : { 0.5f, 0.1f, 1.5f, 0.2f, 0.3f })
+        held.note (newest, 2);
+
+    EXPECT_FLOAT_EQ (held.peak, 0.3f) << "for two ticks";
+    EXPECT_TRUE (held.isClipped);
+    mix.reset();
+    EXPECT_FALSE (mix.held().isClipped);
+}
+
+TEST (MonitorMixer, StaysAndHasTheRowsOfWhateverIsThere)
+{
+    Scene scene (1);
+    scene.open();
+    scene.session.host.format.channels = 2;
+    scene.session.host.tracks.resize (2);
+    scene.session.guests.emplace_back().file = juce::File ("/pack/CAM.wav");
+    scene.panel->refresh();
+    EXPECT_EQ (scene.content().getNumChildComponents(), 3);
+    scene.slide (2, "Gain of ISO", -3.0);
+    EXPECT_FLOAT_EQ (scene.session.mixerAt (2).gainDb, -3.0f);
+    scene.session.clear();
+    scene.panel->refresh();
+    EXPECT_EQ (scene.content().getNumChildComponents(), 0);
 }
 
 }    // namespace

@@ -61,6 +61,7 @@ struct Stereo
 {
     std::vector<float> left, right;
     std::array<float, mixerChannelLimit> peaks {};
+    float mixPeak = 0.0f;
     double position = 0.0;
     bool hasEnded = false;
 
@@ -92,7 +93,7 @@ Stereo mixSlowly (const Scene& scene, double position, double step, int count)
     for (int i = 0; i < count && ! out.hasEnded; ++i)
     {
         const auto frame = (int64) std::floor (position);
-        auto left = 0.0f, right = 0.0f;
+        auto left = 0.0f, right = 0.0f, mono = 0.0f;
         const auto add = [&] (int m, float value) {
             const auto& channel = session.mixerAt (m);
 
@@ -103,6 +104,7 @@ Stereo mixSlowly (const Scene& scene, double position, double step, int count)
             const auto loud = value * mixDbToGain (mixerGainDbAt (channel, frame));
             left += loud * std::cos (angle);
             right += loud * std::sin (angle);
+            mono += loud;
             out.peaks[(size_t) m] = std::max (out.peaks[(size_t) m], std::abs (loud));
         };
         auto m = 0;
@@ -129,6 +131,7 @@ Stereo mixSlowly (const Scene& scene, double position, double step, int count)
                          valueBetween (guest.channelAudio[(size_t) l],
                                        position - (double) guest.alignment.offsetSamples));
 
+        out.mixPeak = std::max (out.mixPeak, std::abs (mono));
         out.left[(size_t) i] = std::clamp (left * 0.55f, -1.0f, 1.0f);
         out.right[(size_t) i] = std::clamp (right * 0.55f, -1.0f, 1.0f);
         position += step;
@@ -148,6 +151,7 @@ Stereo mixFast (PreviewMix& mix, const Scene& scene, double position, double ste
     return { { mix.left().begin(), mix.left().end() },
              { mix.right().begin(), mix.right().end() },
              outcome.peaks,
+             outcome.mixPeak,
              outcome.position,
              outcome.hasEnded };
 }

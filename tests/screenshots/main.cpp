@@ -105,8 +105,7 @@ struct Studio
     {
         click ("Monitor mix");
         take ("mixer");
-        juce::ModalComponentManager::getInstance()->cancelAllModalComponents();
-        pumpFor (500);
+        click ("Monitor mix");
     }
 
     void takeCombined()

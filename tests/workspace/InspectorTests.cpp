@@ -37,6 +37,13 @@ TEST (InspectorSummary, TellsThePlaceInSamplesAndTimecode)
     EXPECT_THAT (inspectorSummary (guest, clock).toStdString(), testing::HasSubstr ("-480 smp  |  00:00:00:00"));
     EXPECT_THAT (inspectorSummary (guest, { 0, "25/1", "NDF" }).toStdString(), Not (testing::HasSubstr ("00:00")));
 
+    for (const auto& [typed, samples] :
+         { std::pair ("12 ms", 576), { "-3f", -5760 }, { "0,5 s", 24000 }, { "+480", 480 }, { "7 smp", 7 } })
+        EXPECT_EQ (nudgeOf (typed, clock), samples) << typed;
+
+    for (const auto* typed : { "", "ms", "3 parsecs", "-", "900000 s" })
+        EXPECT_EQ (nudgeOf (typed, clock), std::nullopt) << typed;
+
     EXPECT_EQ (samplesPerTimecodeFrame (clock), 1920);
     EXPECT_EQ (samplesPerTimecodeFrame ({ 48000, "30000/1001", "NDF" }), 1602);
     EXPECT_EQ (samplesPerTimecodeFrame ({ 48000, "?", "NDF" }), 2000);
