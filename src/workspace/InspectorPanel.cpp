@@ -47,6 +47,8 @@ void InspectorPanel::setUpEditors()
     for (auto* editor : { &nameEditor, &channelEditor, &notesEditor })
         editor->addListener (this);
 
+    nudgeEditor.setFont (juce::Font (juce::FontOptions (14.0f)));    // its row is low
+    nudgeEditor.setIndents (4, 0);
     nudgeEditor.onReturnKey = [this] { nudgeAsTyped(); };
     nudgeEditor.setTooltip ("Type how far, and press Return: 12 ms, -3 f, 0.5 s or 480 samples. Negative is earlier.");
 

@@ -29,6 +29,8 @@ void layOutTopBand (MainLayout& at, int w, int right)
     at.openPolys = Bounds (right - 584, 22, 104, 40);
     at.reset = Bounds (right - 718, 22, 124, 40);
 
+    at.caption = Bounds (24, 10, 220, 20);
+
     const auto room = at.reset.getX() - 12 - 24;
     at.headline = room >= leastHeadline ? Bounds (24, 34, std::min (std::max (w, 820) - 720, room), 32)
                                         : Bounds (24, 62, right - 48, 20);

@@ -82,9 +82,12 @@ void paintWorkspace (juce::Graphics& g,
     g.setColour (palette.accent);
     g.fillRect (0, 82, w, 2);
 
-    g.setColour (palette.muted);
-    g.setFont (theme.uiFont (14.0f, juce::Font::bold));
-    g.drawText ("LODESTRAND", 24, 10, 220, 20, leftCentred);
+    if (at.caption.getRight() <= at.reset.getX())
+    {
+        g.setColour (palette.muted);
+        g.setFont (theme.uiFont (14.0f, juce::Font::bold));
+        g.drawText ("LODESTRAND", at.caption, leftCentred);
+    }
 
     g.setColour (palette.text);
     g.setFont (theme.uiFont (at.headline.getHeight() < 32 ? 15.0f : 22.0f, juce::Font::bold));
