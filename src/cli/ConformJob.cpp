@@ -2,6 +2,7 @@
 
 #include "cli/ConformTable.h"
 #include "cli/ProgressLine.h"
+#include "conform/InterchangeRun.h"
 
 #include <algorithm>
 #include <atomic>
@@ -91,16 +92,6 @@ double secondsOf (const BatchMatch& take)
     return (double) format.numFrames / std::max (format.sampleRate, 1);
 }
 
-ReferencePicture pictureOf (const SessionDocument& document)
-{
-    ReferencePicture picture;
-    picture.file = document.videoFile;
-    picture.loaded = document.videoFile.existsAsFile();
-    picture.timestampSamples = document.videoTimestampSamples;
-    picture.timecodeRate = document.videoTimecodeRate;
-    return picture;
-}
-
 ConformOutcome combineAll (const SessionDocument& document, const ConformOptions& options, ProgressLine& line)
 {
     std::vector<double> ends;    // of each take, in seconds of the whole run
@@ -110,14 +101,10 @@ ConformOutcome combineAll (const SessionDocument& document, const ConformOptions
         ends.push_back (end += secondsOf (take));
 
     const auto total = std::max (end, 1e-3);
-    const TakeEdits edits { .metadata = document.metadataOverrides,
-                            .names = document.nameOverrides,
-                            .levels = document.levels,
-                            .mixer = document.mixer,
-                            .picture = pictureOf (document),
-                            .writesInterchange = options.writesInterchange,
-                            .writesMarkers = options.writesMarkers,
-                            .givesNewIds = options.givesNewIds };
+    auto edits = editsOf (document);
+    edits.writesInterchange = options.writesInterchange;
+    edits.writesMarkers = options.writesMarkers;
+    edits.givesNewIds = options.givesNewIds;
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
@@ -204,6 +191,11 @@ ConformStatus runConform (const ConformOptions& options)
         outcome = combineAll (batch.document, options, *line);
 
     line.reset();
+
+    if (const auto day = writeDayPackage (takeInterchange (outcome.takes), options.output.value_or (juce::File()));
+        day.failed())
+        status = fail (ConformStatus::incomplete, day.getErrorMessage() + ".");
+
     outcome.comparisons = std::move (batch.comparisons);
     outcome.recorders = batch.document.recorders;
     accountForFiles (outcome, batch.scans);

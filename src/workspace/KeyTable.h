@@ -47,6 +47,7 @@ enum class Command
     addFolder,
     openPicture,
     combine,
+    exportTexts,
     showKeys
 };
 

@@ -80,6 +80,7 @@ void MainComponent::resized()
         { &openFolderButton, at.openFolder },
         { &openSessionButton, at.openSession },
         { &combineButton, at.combine },
+        { &exportButton, at.exporting },
         { &saveButton, at.save },
         { &addIsoButton, at.addIso },
         { &resetButton, at.reset },
@@ -164,6 +165,7 @@ void MainComponent::showWork()
     playButton.setEnabled (isReady);
     addIsoButton.setEnabled (! desk.isRunning (JobKind::scan));
     combineButton.setEnabled (! takes.empty() && ! desk.isBusy());
+    exportButton.setEnabled (combineButton.isEnabled());
     undoButton.setEnabled (work.canUndo());
     redoButton.setEnabled (work.canRedo());
     undoButton.setTooltip (work.canUndo() ? "Undo: " + work.undoName() : juce::String());

@@ -82,6 +82,12 @@ public:
     void filesDropped (const juce::StringArray&, int x, int y) override;
 
 private:
+    enum class ExportScope
+    {
+        openTake,
+        allTakes
+    };
+
     void timerCallback() override;
     void changeListenerCallback (juce::ChangeBroadcaster*) override;
 
@@ -231,8 +237,13 @@ private:
     void showMatchProgress (const juce::String& what, int done, int total);
     [[nodiscard]] std::function<void (const juce::String& what, int done, int total)> matchProgress();
     void combineInto (const juce::File& folder);
-    void showCombineProgress (int number, int count, float fraction, const juce::String& phase);
+    [[nodiscard]] CombineProgress takeProgress (const JobDesk::Progress&, const juce::String& what, int count);
     void cancelJobs();
+
+    // Interchange files (MainExport.cpp)
+    void exportChooser();
+    void chooseExportFolder (ExportScope);
+    void exportInto (const juce::File& folder, ExportScope);
 
     LookAndFeel lookAndFeel;
     Session session;
@@ -247,7 +258,7 @@ private:
     juce::TextButton playButton, combineButton, openPolysButton, rewindButton, backFiveButton, forwardFiveButton,
         monitorMixButton, drawFadersButton, openFolderButton, addIsoButton, outputButton, resetButton, saveButton,
         openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton, takesButton,
-        resultsButton;
+        resultsButton, exportButton;
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
@@ -274,6 +285,7 @@ private:
     juce::int64 surveyedState = -1;           // of the work, as it was looked through last
     bool isSurveying = false;
     CombinedTakes combined;
+    std::map<juce::String, juce::File> combinedFiles;    // by the full path of the poly
 
     std::unique_ptr<RecoveryFile> recovery;
     bool isWritingRecovery = false;

@@ -89,6 +89,7 @@ void MainComponent::obey (Command command)
         case addFolder: return session.host.format.valid ? openIsoFolderChooser() : openFolderChooser();
         case openPicture: return openVideoChooser();
         case combine: return combineAllChooser();
+        case exportTexts: return exportChooser();
         case showKeys: return toggleKeyPanel();
     }
 }

@@ -27,6 +27,7 @@ void layOutTopBand (MainLayout& at, int right)
     at.addIso = Bounds (right - 470, 22, 142, 40);
     at.openPolys = Bounds (right - 584, 22, 104, 40);
     at.reset = Bounds (right - 718, 22, 124, 40);
+    at.exporting = Bounds (right - 818, 22, 90, 40);
 }
 
 void layOutTransport (MainLayout& at, int right, int row)

@@ -23,7 +23,7 @@ struct MainLayout
 {
     juce::Rectangle<int> progressBar, cancel, output, openPolys;       // both faces; the bar ends left of its button
     juce::Rectangle<int> openFolder, openSession;                      // welcome card
-    juce::Rectangle<int> combine, save, addIso, reset;                 // workspace, top band
+    juce::Rectangle<int> combine, exporting, save, addIso, reset;      // workspace, top band
     juce::Rectangle<int> previousTake, nextTake, batchLabel, takes;    // with several takes
     juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
     juce::Rectangle<int> monitorMix, drawFaders, undo, redo, spine, inspector;

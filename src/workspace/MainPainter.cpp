@@ -89,7 +89,7 @@ void paintWorkspace (juce::Graphics& g,
 
     g.setColour (palette.text);
     g.setFont (theme.uiFont (22.0f, juce::Font::bold));
-    g.drawFittedText (headline, 24, 34, std::max (w, 820) - 720, 32, leftCentred, 1, leastScale);
+    g.drawFittedText (headline, 24, 34, std::max (w, 950) - 850, 32, leftCentred, 1, leastScale);
 
     g.setColour (palette.panel);
     g.fillRect (0, h - 38, w, 38);
