@@ -2,6 +2,7 @@
 
 #include "cli/ConformTable.h"
 #include "cli/ProgressLine.h"
+#include "conform/InterchangeRun.h"
 
 #include <algorithm>
 #include <atomic>
@@ -190,6 +191,11 @@ ConformStatus runConform (const ConformOptions& options)
         outcome = combineAll (batch.document, options, *line);
 
     line.reset();
+
+    if (const auto day = writeDayPackage (takeInterchange (outcome.takes), options.output.value_or (juce::File()));
+        day.failed())
+        status = fail (ConformStatus::incomplete, day.getErrorMessage() + ".");
+
     outcome.comparisons = std::move (batch.comparisons);
     outcome.recorders = batch.document.recorders;
     accountForFiles (outcome, batch.scans);

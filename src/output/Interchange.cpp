@@ -3,6 +3,8 @@
 #include "output/InterchangeTake.h"
 #include "output/ReplacingFile.h"
 
+#include <algorithm>
+
 namespace ld
 {
 namespace
@@ -68,15 +70,15 @@ void addEdlEvents (const InterchangeRequest& request, int& number, juce::String&
         text << edlEvent (++number, reelOfMedia ({}, picture->file), "V", take, *picture);
 
     // The combined file is on the first two; events of one track do not overlap.
-    auto track = 3;
+    constexpr size_t firstTrack = 3;
 
-    for (const auto& guest : request.guests)
-    {
-        for (const auto& clip : guestClips (host, guest, take))
-            text << edlEvent (++number, reelOfMedia (guest.ixml, clip.file), "A" + juce::String (track), take, clip);
-
-        ++track;
-    }
+    for (size_t i = 0; i < request.guests.size(); ++i)
+        for (const auto& clip : guestClips (request, i, take))
+            text << edlEvent (++number,
+                              reelOfMedia (request.guests[i].ixml, clip.file),
+                              "A" + juce::String (firstTrack + i),
+                              take,
+                              clip);
 }
 
 // "25", "29.97", "23.976".
@@ -122,6 +124,31 @@ juce::String aleRow (const InterchangeRequest& request)
          << frameLabel (take.length, undropped) << "\t" << name << "\t"
          << oneLine (request.combinedFile.getFullPathName()) << "\n";
     return text;
+}
+
+// Takes of one rate, which one log can hold.
+struct RateGroup
+{
+    juce::String rate;
+    std::vector<InterchangeRequest> takes;
+};
+
+std::vector<RateGroup> byRate (InterchangeTakes takes)
+{
+    std::vector<RateGroup> groups;
+
+    for (const auto& request : takes)
+    {
+        const auto rate = rateText (interchangeTakeOf (request.host).rate);
+        auto group = std::ranges::find (groups, rate, &RateGroup::rate);
+
+        if (group == groups.end())
+            group = groups.insert (groups.end(), { rate, {} });
+
+        group->takes.push_back (request);
+    }
+
+    return groups;
 }
 
 juce::String aafSlot (
@@ -228,6 +255,30 @@ juce::Result writeText (const juce::File& file, const juce::String& text)
         return juce::Result::fail ("Could not write " + file.getFileName());
 
     return juce::Result::ok();
+}
+
+juce::Result writeDayPackage (InterchangeTakes takes, const juce::File& folder)
+{
+    if (takes.size() < 2)
+        return juce::Result::ok();
+
+    const auto name = "DAY_" + folder.getFileName();
+    auto written = writeText (folder.getChildFile (name + ".otio"), makeOtio (takes));
+
+    if (written.wasOk())
+        written = writeText (folder.getChildFile (name + ".xml"), makeFcpXml (takes));
+
+    const auto groups = byRate (takes);
+
+    for (const auto& group : groups)
+    {
+        const auto ending = &group == groups.data() ? juce::String() : "_" + group.rate;
+
+        if (written.wasOk())
+            written = writeText (folder.getChildFile (name + ending + ".ale"), makeAle (group.takes));
+    }
+
+    return written;
 }
 
 juce::Result writeInterchangePackage (const InterchangeRequest& request)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/Records.h"
+#include "output/GuestSpans.h"
 
 #include <span>
 
@@ -23,6 +23,7 @@ struct InterchangeRequest
     juce::File combinedFile;
     juce::File baseFile;    // the files of the package are named like it, each with an extension of its own
     std::vector<LeftOutFile> leftOut;
+    std::vector<std::vector<GuestSpan>> spans;    // of each guest; where there are none, the guests are asked
 };
 
 /** The scene, and behind it "T" and the take; without a scene the poly's name without its extension. */
@@ -63,5 +64,11 @@ using InterchangeTakes = std::span<const InterchangeRequest>;
 
 /** Writes the five beside each other: .edl, .xml, .ale, .aaf and .otio. The first that fails ends it; those before stay. */
 [[nodiscard]] juce::Result writeInterchangePackage (const InterchangeRequest&);
+
+/** Writes a package of a whole day into a folder, DAY_<name of the folder>: .otio, .xml and .ale, which keep takes apart;
+    for takes of another rate than the first one's an .ale with that rate behind its name. An edit decision list is one
+    timeline, on which takes of one time would lie on each other, and has no day. Of fewer than two takes nothing is written:
+    the take's own package says it all. */
+[[nodiscard]] juce::Result writeDayPackage (InterchangeTakes, const juce::File& folder);
 
 }    // namespace ld

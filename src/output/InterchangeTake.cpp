@@ -77,14 +77,19 @@ std::optional<InterchangeClip> pictureClip (const InterchangeRequest& request, c
     return clip.length > 0 ? std::optional (clip) : std::nullopt;
 }
 
-std::vector<InterchangeClip> guestClips (const HostTake& host, const GuestClip& guest, const InterchangeTake& take)
+std::vector<GuestSpan> spansOfGuest (const InterchangeRequest& request, size_t guest)
+{
+    return guest < request.spans.size() ? request.spans[guest] : guestSpans (request.host, request.guests[guest]);
+}
+
+std::vector<InterchangeClip> guestClips (const InterchangeRequest& request, size_t guest, const InterchangeTake& take)
 {
     std::vector<InterchangeClip> clips;
     int64 end = 0;
 
-    for (const auto& span : guestSpans (host, guest))
+    for (const auto& span : spansOfGuest (request, guest))
     {
-        auto clip = clipOf (span, rateOf (host.format), take);
+        auto clip = clipOf (span, rateOf (request.host.format), take);
 
         // A stretch that was rounded up to a frame must not reach into the next.
         const auto late = std::max<int64> (end - clip.start, 0);

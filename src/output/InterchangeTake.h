@@ -1,6 +1,5 @@
 #pragma once
 
-#include "output/GuestSpans.h"
 #include "output/Interchange.h"
 #include "output/TimecodeLabels.h"
 
@@ -37,8 +36,11 @@ struct InterchangeClip
     goes on to the take's end; without a stamp it begins with the take. */
 [[nodiscard]] std::optional<InterchangeClip> pictureClip (const InterchangeRequest&, const InterchangeTake&);
 
-/** A guest's stretches; those that are shorter than half a frame have one. */
-[[nodiscard]] std::vector<InterchangeClip> guestClips (const HostTake&, const GuestClip&, const InterchangeTake&);
+/** The stretches of a guest of the request, by its index. */
+[[nodiscard]] std::vector<GuestSpan> spansOfGuest (const InterchangeRequest&, size_t guest);
+
+/** The same in frames; a stretch that is shorter than half a frame has one. */
+[[nodiscard]] std::vector<InterchangeClip> guestClips (const InterchangeRequest&, size_t guest, const InterchangeTake&);
 
 /** The tracks of the combined file, as it names them. */
 [[nodiscard]] std::vector<TrackInfo> combinedTracks (const InterchangeRequest&);

@@ -111,8 +111,8 @@ public:
     {
         juce::Array<var> tracks { combinedTrack() };
 
-        for (const auto& guest : request.guests)
-            tracks.add (guestTrack (guest));
+        for (size_t i = 0; i < request.guests.size(); ++i)
+            tracks.add (guestTrack (request.guests[i], spansOfGuest (request, i)));
 
         if (const auto picture = pictureClip (request, take))
             tracks.insert (0, pictureTrack (*picture));
@@ -171,12 +171,12 @@ private:
         return clip (guestName (guest), heard, reference (span.piece.file, held), emptyObject());
     }
 
-    [[nodiscard]] var guestTrack (const GuestClip& guest) const
+    [[nodiscard]] var guestTrack (const GuestClip& guest, const std::vector<GuestSpan>& spans) const
     {
         juce::Array<var> children;
         int64 end = 0;
 
-        for (const auto& span : guestSpans (host, guest))
+        for (const auto& span : spans)
         {
             addGap (children, (double) (span.start - end), hostRate);
             children.add (guestClip (guest, span));

@@ -102,6 +102,16 @@ ScanFile scanFromPiece (const GuestPiece& piece)
 
 juce::Result Session::loadHost (const juce::File& file)
 {
+    auto opened = openHost (file);
+
+    if (opened.wasOk())
+        extractHostAudio();
+
+    return opened;
+}
+
+juce::Result Session::openHost (const juce::File& file)
+{
     BwfReader reader;
 
     if (! openSource (reader, file))
@@ -117,7 +127,6 @@ juce::Result Session::loadHost (const juce::File& file)
     selectedGuest = juce::Uuid::null();
     referenceChannel = chooseReference (host.tracks);
     resetMixer();
-    extractHostAudio();
     return juce::Result::ok();
 }
 

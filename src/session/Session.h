@@ -38,6 +38,9 @@ public:
     /** Replaces the host and discards every guest; a file that cannot be read changes nothing. */
     [[nodiscard]] juce::Result loadHost (const juce::File&);
 
+    /** The same without reading any audio: there are no curves then. */
+    [[nodiscard]] juce::Result openHost (const juce::File&);
+
     /** Takes over the take of another session, with its guests, choices and mixer, and gives it the own one. Costs nothing but
         moves, so that it may stand under a lock. The picture stays. */
     void swapTake (Session&);

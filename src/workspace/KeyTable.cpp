@@ -73,6 +73,7 @@ std::vector<KeyBinding> makeTable()
         { addFolder, with (command, 'f'), "Ctrl+F", working, "Add an ISO folder; without a take, scan a shoot folder" },
         { openPicture, with (command, 'i'), "Ctrl+I", working, "Open a picture" },
         { combine, with (command, 'e'), "Ctrl+E", working, "Combine all takes" },
+        { exportTexts, with (command | shift, 'e'), "Ctrl+Shift+E", working, "Export to editing systems" },
     };
 }
 
@@ -112,6 +113,7 @@ bool needsTake (Command command) noexcept
         case addFolder:
         case openPicture:
         case combine:
+        case exportTexts:
         case showKeys: return false;
         default: return true;
     }

@@ -49,6 +49,7 @@ enum class Command
     addFolder,
     openPicture,
     combine,
+    exportTexts,
     showKeys
 };
 

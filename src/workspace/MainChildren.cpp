@@ -30,6 +30,7 @@ void MainComponent::setUpButtons()
     setUpButton (addIsoButton, "Add ISO folder", palette.raised, [this] { openIsoFolderChooser(); });
     setUpButton (saveButton, "Save session", palette.raised, [this] { saveSessionChooser(); });
     setUpButton (combineButton, "Combine all tracks", palette.accent, [this] { combineAllChooser(); });
+    setUpButton (exportButton, "Export...", palette.raised, [this] { exportChooser(); });
     setUpButton (prevButton, "Prev", palette.ink, [this] { stepBatch (-1); });
     setUpButton (nextButton, "Next", palette.ink, [this] { stepBatch (1); });
     setUpButton (takesButton, "Takes", palette.ink, [this] {
@@ -67,12 +68,12 @@ void MainComponent::setUpButtons()
     nextButton.setTitle ("Next take");
 
     const std::pair<juce::Button*, Command> hints[] = {
-        { &openPolysButton, Command::openPolys },  { &openSessionButton, Command::openSession },
-        { &addIsoButton, Command::addFolder },     { &saveButton, Command::save },
-        { &combineButton, Command::combine },      { &prevButton, Command::previousTake },
-        { &nextButton, Command::nextTake },        { &rewindButton, Command::takeStart },
-        { &playButton, Command::playOrPause },     { &drawFadersButton, Command::drawFaders },
-        { &monitorMixButton, Command::monitorMix }
+        { &openPolysButton, Command::openPolys },   { &openSessionButton, Command::openSession },
+        { &addIsoButton, Command::addFolder },      { &saveButton, Command::save },
+        { &combineButton, Command::combine },       { &exportButton, Command::exportTexts },
+        { &prevButton, Command::previousTake },     { &nextButton, Command::nextTake },
+        { &rewindButton, Command::takeStart },      { &playButton, Command::playOrPause },
+        { &drawFadersButton, Command::drawFaders }, { &monitorMixButton, Command::monitorMix }
     };
 
     for (const auto& [button, command] : hints)
@@ -167,6 +168,7 @@ void MainComponent::showChildren()
 
     for (juce::Component* child : std::initializer_list<juce::Component*> { &playButton,
                                                                             &combineButton,
+                                                                            &exportButton,
                                                                             &rewindButton,
                                                                             &backFiveButton,
                                                                             &forwardFiveButton,

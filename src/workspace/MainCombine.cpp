@@ -6,27 +6,28 @@
 
 namespace ld
 {
+namespace
+{
+
+constexpr auto combiningWord = "Examining and combining  ";
+
+}    // namespace
 
 void MainComponent::combineInto (const juce::File& folder)
 {
     const auto document = std::make_shared<const SessionDocument> (work.document());
-    const auto& doc = *document;
-    const auto count = (int) doc.takes.size();
+    const auto count = (int) document->takes.size();
     showStatus ("Combining " + juce::String (count) + (count == 1 ? " take..." : " takes..."));
-    beginProgress (countText ("Examining and combining  ", 0, count), 0.0);
+    beginProgress (countText (combiningWord, 0, count), 0.0);
 
     desk.start (
         JobKind::write,
         {},
-        [this, folder, count, document, edits = editsOf (doc)] (const JobDesk::Progress& progress) mutable {
+        [this, folder, count, document] (const JobDesk::Progress& progress) {
+        auto edits = editsOf (*document);
         edits.isWanted = progress.wanted;
         ConformOutcome outcome;
-        outcome.takes =
-            combineTakes (document->takes, edits, folder, [&] (int index, float fraction, const juce::String& phase) {
-                progress.post ([this, number = index + 1, fraction, phase, count] {
-                    showCombineProgress (number, count, fraction, phase);
-                });
-            });
+        outcome.takes = combineTakes (document->takes, edits, folder, takeProgress (progress, combiningWord, count));
         accountForFiles (outcome, filesOfTakes (document->takes));
         return outcome;
         },
@@ -41,14 +42,18 @@ void MainComponent::combineInto (const juce::File& folder)
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
-// number   of the take, from 1
-void MainComponent::showCombineProgress (int number, int count, float fraction, const juce::String& phase)
+// For a run over takes, which tells it on its own thread.
+CombineProgress MainComponent::takeProgress (const JobDesk::Progress& progress, const juce::String& what, int count)
 {
-    if (phase.isNotEmpty())
-        progressBar.setText (phase + juce::String::fromUTF8 (" · take ") + juce::String (number) + "/"
-                             + juce::String (count));
-    else if (fraction >= 1.0f)
-        updateProgress ((double) number / count, countText ("Examining and combining  ", number, count));
+    return [=, this] (int index, float fraction, const juce::String& phase) {
+        progress.post ([=, this] {
+            if (phase.isNotEmpty())
+                progressBar.setText (phase + juce::String::fromUTF8 (" · take ") + juce::String (index + 1) + "/"
+                                     + juce::String (count));
+            else if (fraction >= 1.0f)
+                updateProgress ((double) (index + 1) / count, countText (what, index + 1, count));
+        });
+    };
 }
 
 // What a job has finished stays; what it was at is as it was before.

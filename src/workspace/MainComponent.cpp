@@ -81,6 +81,7 @@ void MainComponent::resized()
         { &openFolderButton, shownLayout.openFolder },
         { &openSessionButton, shownLayout.openSession },
         { &combineButton, shownLayout.combine },
+        { &exportButton, shownLayout.exporting },
         { &saveButton, shownLayout.save },
         { &addIsoButton, shownLayout.addIso },
         { &resetButton, shownLayout.reset },
@@ -120,6 +121,7 @@ void MainComponent::timerCallback()
     updateTransportDisplay();
     keepUpRecovery();
     keepUpSurvey();
+    readAhead();
     auto isFading = false;
 
     for (auto& guest : session.guests)
@@ -155,6 +157,9 @@ void MainComponent::timerCallback()
 void MainComponent::showWork()
 {
     const auto& takes = work.document().takes;
+    if (! desk.isRunning (JobKind::load))
+        hideSketch();
+
     const auto isReady = session.host.format.valid && ! desk.isRunning (JobKind::load);
 
     if (const auto* const take = openTakeOf (work.document()))
@@ -165,6 +170,7 @@ void MainComponent::showWork()
     playButton.setEnabled (isReady);
     addIsoButton.setEnabled (! desk.isRunning (JobKind::scan));
     combineButton.setEnabled (! takes.empty() && ! desk.isBusy());
+    exportButton.setEnabled (combineButton.isEnabled());
     undoButton.setEnabled (work.canUndo());
     redoButton.setEnabled (work.canRedo());
     undoButton.setTooltip (work.canUndo() ? "Undo: " + work.undoName() : juce::String());
@@ -194,8 +200,8 @@ bool MainComponent::hasUnreadTake() const
 
 juce::String MainComponent::headline() const
 {
-    if (! hasUnreadTake())
-        return headlineOf (session.host);
+    if (sketch != nullptr || ! hasUnreadTake())
+        return headlineOf (shownSession().host);
 
     return session.host.file.getFileName() + (session.host.file.existsAsFile() ? " cannot be read" : " is missing");
 }

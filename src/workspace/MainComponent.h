@@ -18,6 +18,7 @@
 #include "workspace/PicturePlayer.h"
 #include "workspace/RunPanel.h"
 #include "workspace/TakeList.h"
+#include "workspace/TakeSketches.h"
 #include "workspace/UserQuestions.h"
 #include "workspace/WaveformSpine.h"
 #include "workspace/WorkBar.h"
@@ -86,6 +87,12 @@ public:
     void filesDropped (const juce::StringArray&, int x, int y) override;
 
 private:
+    enum class ExportScope
+    {
+        openTake,
+        allTakes
+    };
+
     void timerCallback() override;
     void changeListenerCallback (juce::ChangeBroadcaster*) override;
 
@@ -207,12 +214,22 @@ private:
     void stepBatch (int by);
     void loadOpenTake();
     void loadHostAsync (const juce::File& host, std::vector<juce::File> guests);
-    void startLoad (LoadRequest, std::function<void()> loaded, std::function<void (const juce::String&)> failed);
+    void startLoad (const LoadRequest&, std::function<void()> loaded, std::function<void (const juce::String&)> failed);
     void commitTake (LoadedTake, const std::function<void()>& loaded);
     void addFilesAsync (const std::vector<ScanFile>&);
     void commitAddedGuests (AddedGuests);
     void searchGuestsAsync (const std::vector<juce::Uuid>&);
     void commitPlace (PlacedGuest, const std::vector<FilePlace>& known);
+
+    // A take that is being read, and those that may come next (MainSketch.cpp)
+    [[nodiscard]] LoadRequest requestFor (const BatchMatch&) const;
+    [[nodiscard]] const Session& shownSession() const { return sketch != nullptr ? *sketch : session; }
+    void showSketchOf (const LoadRequest&);
+    void showSketch (std::unique_ptr<Session>);
+    void hideSketch();
+    void keepSketchOf (std::unique_ptr<Session>);
+    void readAhead();
+    void readAheadOf (const BatchMatch&);
 
     // The list of takes (MainTakeList.cpp)
     void setUpTakeList();
@@ -243,8 +260,13 @@ private:
     void showMatchProgress (const juce::String& what, int done, int total);
     [[nodiscard]] std::function<void (const juce::String& what, int done, int total)> matchProgress();
     void combineInto (const juce::File& folder);
-    void showCombineProgress (int number, int count, float fraction, const juce::String& phase);
+    [[nodiscard]] CombineProgress takeProgress (const JobDesk::Progress&, const juce::String& what, int count);
     void cancelJobs();
+
+    // Interchange files (MainExport.cpp)
+    void exportChooser();
+    void chooseExportFolder (ExportScope);
+    void exportInto (const juce::File& folder, ExportScope);
 
     LookAndFeel lookAndFeel;
     Session session;
@@ -259,7 +281,7 @@ private:
     juce::TextButton playButton, combineButton, openPolysButton, rewindButton, backFiveButton, forwardFiveButton,
         monitorMixButton, drawFadersButton, openFolderButton, addIsoButton, outputButton, resetButton, saveButton,
         openSessionButton, prevButton, nextButton, undoButton, redoButton, findButton, cancelButton, takesButton,
-        resultsButton;
+        resultsButton, exportButton;
     juce::Label transportLabel, batchLabel;
     juce::TextEditor videoTimecodeEditor;
     double progressValue = 0.0;    // -1: nothing can be counted
@@ -280,12 +302,18 @@ private:
     std::vector<GuestClip> shelf;      // guests of the open take that were removed, with their audio
     std::set<juce::String> onTrial;    // paths of files of an ISO folder: they stay only if they belong to the take
 
+    std::unique_ptr<Session> sketch;    // shown while a take is read
+    TakeSketches sketches;
+    std::shared_ptr<std::atomic<bool>> aheadIsWanted = std::make_shared<std::atomic<bool>> (false);
+    bool isReadingAhead = false;
+
     bool showsTakes = true, showsResults = false;
     TakeSurvey survey;                        // of the files of the work, as they were found last
     std::vector<juce::File> surveyedFiles;    // that it was made for
     juce::int64 surveyedState = -1;           // of the work, as it was looked through last
     bool isSurveying = false;
     CombinedTakes combined;
+    std::map<juce::String, juce::File> combinedFiles;    // by the full path of the poly
 
     std::unique_ptr<RecoveryFile> recovery;
     bool isWritingRecovery = false;

@@ -91,6 +91,7 @@ void MainComponent::obey (Command command)
         case addFolder: return session.host.format.valid ? openIsoFolderChooser() : openFolderChooser();
         case openPicture: return openVideoChooser();
         case combine: return combineAllChooser();
+        case exportTexts: return exportChooser();
         case showKeys: return toggleKeyPanel();
     }
 }
@@ -150,7 +151,7 @@ void MainComponent::stepLane (int by)
 {
     const auto lanes = layOutLanes (session, {});
 
-    if (lanes.empty())
+    if (lanes.empty() || sketch != nullptr)
         return;
 
     const auto last = (int) lanes.size() - 1;

@@ -22,18 +22,24 @@ void layOutWelcome (MainLayout& at, int w, int h)
 // right is where the band ends: the window's edge, or the picture.
 void layOutTopBand (MainLayout& at, int w, int right)
 {
-    constexpr int leastHeadline = 240;
+    constexpr int leastHeadline = 240, captionWidth = 120;
     at.combine = Bounds (right - 190, 22, 170, 40);
     at.save = Bounds (right - 318, 22, 118, 40);
     at.addIso = Bounds (right - 470, 22, 142, 40);
     at.openPolys = Bounds (right - 584, 22, 104, 40);
     at.reset = Bounds (right - 718, 22, 124, 40);
 
-    at.caption = Bounds (24, 10, 220, 20);
+    // The least of the buttons gives way to the name of the take, where there is a picture.
+    const auto hasRoom = right - 818 >= 24;
+    at.exporting = hasRoom ? Bounds (right - 818, 22, 90, 40) : Bounds (24, 130, 90, 30);
 
-    const auto room = at.reset.getX() - 12 - 24;
+    const auto left = hasRoom ? at.exporting.getX() : at.reset.getX();
+    const auto room = left - 12 - 24;
     at.headline = room >= leastHeadline ? Bounds (24, 34, std::min (std::max (w, 820) - 720, room), 32)
                                         : Bounds (24, 62, right - 48, 20);
+
+    if (left >= 24 + captionWidth)
+        at.caption = Bounds (24, 10, captionWidth, 20);
 }
 
 void layOutTransport (MainLayout& at, int right, int row)

@@ -21,10 +21,10 @@ struct MainFace
 /** Where the main view's children stand, in its own coordinates. Those that a face does not show have empty bounds. */
 struct MainLayout
 {
-    juce::Rectangle<int> progressBar, cancel, output, openPolys;    // both faces; the bar ends left of its button
-    juce::Rectangle<int> openFolder, openSession;                   // welcome card
-    juce::Rectangle<int> combine, save, addIso, reset;              // workspace, top band
-    juce::Rectangle<int> caption, headline;    // left of the buttons; or below, the caption left out
+    juce::Rectangle<int> progressBar, cancel, output, openPolys;     // both faces; the bar ends left of its button
+    juce::Rectangle<int> openFolder, openSession;                    // welcome card
+    juce::Rectangle<int> combine, exporting, save, addIso, reset;    // workspace, top band
+    juce::Rectangle<int> caption, headline;    // left of the buttons, or below; the caption where it has room
     juce::Rectangle<int> previousTake, nextTake, batchLabel, takes;         // with several takes
     juce::Rectangle<int> rewind, backFive, play, forwardFive, transport;    // transport row
     juce::Rectangle<int> monitorMix, drawFaders, undo, redo, spine, inspector;

@@ -82,12 +82,9 @@ void paintWorkspace (juce::Graphics& g,
     g.setColour (palette.accent);
     g.fillRect (0, 82, w, 2);
 
-    if (at.caption.getRight() <= at.reset.getX())
-    {
-        g.setColour (palette.muted);
-        g.setFont (theme.uiFont (14.0f, juce::Font::bold));
-        g.drawText ("LODESTRAND", at.caption, leftCentred);
-    }
+    g.setColour (palette.muted);
+    g.setFont (theme.uiFont (14.0f, juce::Font::bold));
+    g.drawText ("LODESTRAND", at.caption, leftCentred);
 
     g.setColour (palette.text);
     g.setFont (theme.uiFont (at.headline.getHeight() < 32 ? 15.0f : 22.0f, juce::Font::bold));

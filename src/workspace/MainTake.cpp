@@ -86,14 +86,8 @@ void MainComponent::loadOpenTake()
     surveyedState = -1;
     surveyedFiles.clear();
 
-    LoadRequest request;
-    request.take = *take;
-
-    if (doc.referenceChannel >= 0)
-        request.referenceChannel = doc.referenceChannel;
-
     startLoad (
-        std::move (request),
+        requestFor (*take),
         [this] { bringSession(); },
         [this, poly = take->host] (const juce::String& sentence) {
         // The take stays among the others, so that they can be reached and it can be found again.
@@ -143,7 +137,7 @@ void MainComponent::loadHostAsync (const juce::File& host, std::vector<juce::Fil
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
-void MainComponent::startLoad (LoadRequest request,
+void MainComponent::startLoad (const LoadRequest& request,
                                std::function<void()> loaded,
                                std::function<void (const juce::String&)> failed)
 {
@@ -155,9 +149,9 @@ void MainComponent::startLoad (LoadRequest request,
     desk.start (
         JobKind::load,
         { host },
-        [request = std::move (request)] (const JobDesk::Progress& progress) mutable {
-        request.isWanted = progress.wanted;
-        return loadTake (request);
+        [asked = request] (const JobDesk::Progress& progress) mutable {
+        asked.isWanted = progress.wanted;
+        return loadTake (asked);
         },
         [this, loaded = std::move (loaded), failed] (LoadedTake take) {
         if (take.result.failed())
@@ -166,6 +160,7 @@ void MainComponent::startLoad (LoadRequest request,
             commitTake (std::move (take), loaded);
     },
         failed);
+    showSketchOf (request);
 }
 
 void MainComponent::commitTake (LoadedTake take, const std::function<void()>& loaded)
@@ -177,10 +172,16 @@ void MainComponent::commitTake (LoadedTake take, const std::function<void()>& lo
         session.swapTake (*take.session);
     }
 
-    desk.discard (std::move (take.session));
+    keepSketchOf (std::move (take.session));
     desk.discard (std::exchange (shelf, {}));
     onTrial.clear();
-    spine.showWholeTake();
+
+    // Who has looked closer at the sketch goes on there.
+    if (sketch != nullptr)
+        hideSketch();
+    else
+        spine.showWholeTake();
+
     const auto before = std::exchange (announcement, {});
     announce (takeLoadedText (session.guests));
 

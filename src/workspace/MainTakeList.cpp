@@ -80,8 +80,13 @@ void MainComponent::noteCombined (const std::shared_ptr<const SessionDocument>& 
                                   const std::vector<TakeOutcome>& takes)
 {
     for (const auto& take : takes)
-        if (take.written)
-            combined[take.poly.getFullPathName()] = document;
+    {
+        if (! take.written)
+            continue;
+
+        combined[take.poly.getFullPathName()] = document;
+        combinedFiles[take.poly.getFullPathName()] = take.output;
+    }
 
     refreshTakeList();
 }

@@ -53,7 +53,7 @@ void MainComponent::seekPlayhead (juce::int64 sample)
 {
     const auto& format = session.host.format;
 
-    if (! format.valid)
+    if (! format.valid || sketch != nullptr)
         return;
 
     const auto clamped = std::clamp<juce::int64> (sample, 0, std::max<juce::int64> (format.numFrames, 1) - 1);
@@ -71,7 +71,7 @@ void MainComponent::jumpSeconds (int seconds)
 
 void MainComponent::updateTransportDisplay()
 {
-    transportLabel.setText (transportText (session.host, preview.playhead), juce::dontSendNotification);
+    transportLabel.setText (transportText (shownSession().host, preview.playhead), juce::dontSendNotification);
 }
 
 double MainComponent::videoSecondsForPlayhead (juce::int64 sample) const

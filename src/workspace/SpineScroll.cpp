@@ -76,7 +76,7 @@ void WaveformSpine::showSamples (HostSamples read, SpineSpan asked)
 // For the poly's channels, which are not in memory. Half a screen more on either side, so that a turn of the wheel finds them.
 void WaveformSpine::askForSamples()
 {
-    if (! hasHost() || session->host.peaks.empty())
+    if (! hasHost() || isReading || session->host.peaks.empty())
         return;
 
     const auto now = view();

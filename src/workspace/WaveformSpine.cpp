@@ -123,7 +123,7 @@ void WaveformSpine::mouseDown (const juce::MouseEvent& event)
     seeking = isMoving = isInOverview = isInLaneBar = false;
     faderDragIndex = -1;
 
-    if (! hasHost() || pressBars (event.position))
+    if (! hasHost() || pressBars (event.position) || isReading)
         return;
 
     const auto timeline = timelineBounds();

@@ -40,6 +40,7 @@ public:
 
     juce::int64 playhead = 0;     // what the lanes show, host samples
     bool fileDragOver = false;    // files hover
+    bool isReading = false;       // the session is a sketch: it can be looked at, and nothing more
     int chosenChannel = -1;    // with the session's selected guest, the lane that keys mean; without one, of the poly
 
     [[nodiscard]] juce::Rectangle<float> timelineBounds() const;

@@ -378,11 +378,33 @@ TEST (Interchange, GivesATimelineTheWholeTakeToTheSample)
     EXPECT_EQ ((double) markers[0]["marked_range"]["start_time"]["value"], 6.0 * 48000);
     EXPECT_EQ (markers[1]["comment"].toString(), "No place");
     EXPECT_EQ ((double) markers[1]["marked_range"]["start_time"]["value"], 0.0);
+}
 
-    const InterchangeRequest both[] = { made, made };
-    const auto collection = juce::JSON::parse (makeOtio (both));
+TEST (Interchange, KeepsTheTakesOfADayApartAndLogsOfOneRate)
+{
+    const TempFolder temp;
+    const auto folder = temp.file ("Day 1");
+    std::vector<InterchangeRequest> takes (3, request());
+    takes[1].host.ixml.timecodeRate = "30000/1001";
+    ASSERT_TRUE (writeDayPackage ({ takes.data(), 1 }, folder).wasOk());
+    EXPECT_FALSE (folder.exists());
+    ASSERT_TRUE (writeDayPackage (takes, folder).wasOk());
+
+    auto files = snapshotOf (folder);
+    EXPECT_EQ (files.size(), 4u);
+    const auto collection = juce::JSON::parse (files["DAY_Day 1.otio"].toString());
     expectOtioFields (collection);
-    EXPECT_EQ (collection["children"].size(), 2);
+    EXPECT_EQ (collection["children"].size(), 3);
+    EXPECT_EQ (pugi::xml_document().load_string (files["DAY_Day 1.xml"].toString().toRawUTF8()).status,
+               pugi::status_ok);
+
+    for (const auto& [name, rate, rows] :
+         { std::tuple ("DAY_Day 1.ale", "FPS\t25", 2), { "DAY_Day 1_29.97.ale", "FPS\t29.97", 1 } })
+    {
+        const auto log = juce::StringArray::fromLines (files[name].toString());
+        EXPECT_EQ (log[4], rate);
+        EXPECT_EQ (log.size() - log.indexOf ("Data") - 2, rows);
+    }
 }
 
 TEST (Interchange, EndsAtTheFirstFileThatCannotBeWritten)

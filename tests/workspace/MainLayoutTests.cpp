@@ -97,6 +97,33 @@ TEST (MainLayout, MakesRoomForTakesPictureAndInspector)
              { "transport", picture.transport, { 294, 170, 634, 32 } } });
 }
 
+TEST (MainLayout, NothingStandsOnAnythingElseWhateverIsShownFromTheSmallestWindowOn)
+{
+    for (const auto& [w, h] : { std::pair (1024, 640), { 1074, 700 }, { 1220, 720 }, { 1440, 900 }, { 3840, 2160 } })
+        for (unsigned bits = 0; bits < 128; ++bits)
+        {
+            const auto has = [bits] (int bit) { return (bits >> bit & 1u) != 0; };
+            const auto at =
+                layOutMain (w, h, { true, has (0), has (1), has (2), has (3), has (4), has (5), has (5) && has (6) });
+            const juce::Rectangle<int> places[] = { at.progressBar,     at.cancel,     at.output,      at.openPolys,
+                                                    at.combine,         at.exporting,  at.save,        at.addIso,
+                                                    at.reset,           at.caption,    at.headline,    at.previousTake,
+                                                    at.nextTake,        at.batchLabel, at.takes,       at.rewind,
+                                                    at.backFive,        at.play,       at.forwardFive, at.transport,
+                                                    at.monitorMix,      at.drawFaders, at.undo,        at.redo,
+                                                    at.spine,           at.inspector,  at.picture,     at.findMissing,
+                                                    at.pictureTimecode, at.takeList,   at.results,     at.runPanel };
+
+            for (const auto& one : places)
+                for (const auto& other : places)
+                    EXPECT_TRUE (&one == &other || ! one.intersects (other))
+                        << w << " wide, face " << bits << ": " << one.toString() << " and " << other.toString();
+
+            for (const auto& one : places)
+                EXPECT_TRUE (one.isEmpty() || juce::Rectangle<int> (w, h).contains (one)) << one.toString();
+        }
+}
+
 TEST (MainLayout, PlacesTheWelcomeCardAndStaysInBoundsWhenTiny)
 {
     const auto at = layOutMain (1101, 701, {});

@@ -1,4 +1,5 @@
 #include "clocks/ShootMatch.h"
+#include "conform/InterchangeRun.h"
 
 #include "support/FolderSnapshot.h"
 #include "support/OpenView.h"
@@ -21,7 +22,7 @@ class Road : public testing::Test
 {
 protected:
     // What the program without a window makes of the shoot.
-    auto combineWithoutWindow (const juce::String& folderName)
+    auto combineWithoutWindow (const juce::String& folderName, const TakeEdits& edits = {})
     {
         std::vector<ScanFile> scans;
 
@@ -30,7 +31,8 @@ protected:
 
         const auto folder = temp.file (folderName);
         folder.createDirectory();
-        juce::ignoreUnused (combineTakes (matchShoot (scans, {}).matches, {}, folder, {}));
+        auto takes = combineTakes (matchShoot (scans, {}).matches, edits, folder, {});
+        EXPECT_TRUE (writeDayPackage (takeInterchange (takes), folder).wasOk());
         return snapshotOf (folder);
     }
 
@@ -64,6 +66,50 @@ TEST_F (Road, LeadsFromADroppedFolderToTheFilesOfTheProgramWithoutAWindow)
     const auto files = combine (open, "window");
     EXPECT_EQ (files.size(), 2u);
     EXPECT_EQ (files, combineWithoutWindow ("headless"));
+}
+
+TEST_F (Road, ExportWritesTheInterchangeFilesOfTheProgramWithoutAWindow)
+{
+    TakeEdits edits;
+    edits.writesInterchange = true;
+    const auto files = combineWithoutWindow ("day", edits);
+    EXPECT_EQ (files.size(), 2u * 6 + 3) << "each take's, and the day's";
+    const auto folder = temp.file ("day"), other = temp.file ("other");
+    other.createDirectory();
+
+    for (const auto& file : folder.findChildFiles (juce::File::findFiles, false, "*.otio;*.xml;*.ale;*.aaf;*.edl"))
+        file.deleteFile();
+
+    OpenView open;
+    open.drop ({ shoot.folder });
+    ASSERT_TRUE (open.settle());
+    const juce::KeyPress key ('e', juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier, 0);
+    const auto exportTo = [&] (const juce::File& target, const juce::String& which) {
+        open.chosen = { target };
+        open.chosenAnswer = which;
+        EXPECT_TRUE (open.press (key));
+        EXPECT_TRUE (open.settle());
+        return open.view->status();
+    };
+    EXPECT_EQ (exportTo (folder, "All takes"), "Exported 2 takes to day.");
+    EXPECT_EQ (snapshotOf (folder), files);
+    EXPECT_EQ (exportTo (folder, "Cancel"), "Exported 2 takes to day.");
+
+    // One take, and its combined file is first nowhere, then in another folder.
+    EXPECT_EQ (exportTo (other, "Open take"),
+               "Exported 1 take to other. 1 has no COMBINED file yet: combine into the same folder.");
+    EXPECT_EQ (snapshotOf (other).size(), 5u);
+    combine (open, "day");
+    EXPECT_EQ (exportTo (other, "Open take"), "Exported 1 take to other.");
+    const auto edl = snapshotOf (other).begin()->first;
+    EXPECT_EQ (snapshotOf (other).at (edl), snapshotOf (folder).at (edl)) << "it names the file that is there";
+
+    // A folder in the place of a file.
+    other.getChildFile (edl).deleteFile();
+    other.getChildFile (edl).getChildFile ("full").createDirectory();
+    EXPECT_EQ (exportTo (other, "Open take"),
+               "Exported 0 of 1 take to other. " + open.view->openSession().host.file.getFileName()
+                   + ": Could not write " + edl);
 }
 
 TEST_F (Road, SavedAndReopenedGivesTheSameFiles)

@@ -1,0 +1,78 @@
+#include "workspace/MainComponent.h"
+
+#include "conform/InterchangeRun.h"
+#include "workspace/MainText.h"
+
+// "Export...": interchange files for editing systems, of the open take or of all takes.
+
+namespace ld
+{
+namespace
+{
+
+constexpr auto exportingWord = "Exporting  ";
+
+}    // namespace
+
+void MainComponent::exportChooser()
+{
+    if (! hasWork() || desk.isBusy())
+        return;
+
+    if (work.document().takes.size() == 1)
+        return chooseExportFolder (ExportScope::openTake);
+
+    const Choice which { "Export for editing systems",
+                         "Export the files of all takes, with one for the whole day, or of the open take?",
+                         { "All takes", "Open take", "Cancel" } };
+    questions.choose (which, this, [self = juce::Component::SafePointer<MainComponent> (this)] (int answer) {
+        if (self != nullptr && answer < 2)
+            self->chooseExportFolder (answer == 0 ? ExportScope::allTakes : ExportScope::openTake);
+    });
+}
+
+// It begins where the open take was combined to: there its files are looked for.
+void MainComponent::chooseExportFolder (ExportScope scope)
+{
+    const auto* const take = openTakeOf (work.document());
+
+    if (take == nullptr || desk.isBusy())
+        return;
+
+    const auto last = combinedFiles.find (take->host.file.getFullPathName());
+    const auto& near = last != combinedFiles.end() ? last->second : take->host.file;
+    questions.chooseFiles (
+        { "Choose the folder of the COMBINED WAV files",
+          near.getParentDirectory(),
+          "*",
+          juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectDirectories },
+        [self = juce::Component::SafePointer<MainComponent> (this), scope] (const std::vector<juce::File>& folders) {
+        if (self != nullptr && self->hasWork() && ! self->desk.isBusy() && folders.front().isDirectory())
+            self->exportInto (folders.front(), scope);
+        });
+}
+
+void MainComponent::exportInto (const juce::File& folder, ExportScope scope)
+{
+    const auto document = std::make_shared<const SessionDocument> (work.document());
+    const auto count = scope == ExportScope::allTakes ? (int) document->takes.size() : 1;
+    showStatus ("Exporting " + juce::String (count) + (count == 1 ? " take..." : " takes..."));
+    beginProgress (countText (exportingWord, 0, count), 0.0);
+
+    desk.start (
+        JobKind::write,
+        {},
+        [this, folder, scope, document, count, known = combinedFiles] (const JobDesk::Progress& progress) {
+        auto run = planInterchange (*document, folder, known);
+
+        if (scope == ExportScope::openTake)
+            run = onlyTake (std::move (run), document->batchIndex);
+
+        run.edits.isWanted = progress.wanted;
+        return runInterchange (run, takeProgress (progress, exportingWord, count));
+        },
+        [this, folder] (const InterchangeOutcome& outcome) { showStatus (interchangeSummary (outcome, folder)); },
+        [this] (const juce::String& sentence) { fail (sentence); });
+}
+
+}    // namespace ld
