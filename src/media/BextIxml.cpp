@@ -420,4 +420,13 @@ double sampleRateForTimestamp (const IxmlMetadata& ixml, const AudioFormatInfo& 
     return format.sampleRate >= 1 ? (double) format.sampleRate : 48000.0;
 }
 
+juce::String timecodeAt (const HostTake& host, juce::int64 sample)
+{
+    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
+    const auto behind = std::round (stampRate * (double) sample / std::max (host.format.sampleRate, 1));
+    const auto stamp = (double) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
+    return formatTimecode (
+        (juce::uint64) std::max (stamp, 0.0), stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
+}
+
 }    // namespace ld

@@ -82,7 +82,7 @@ public:
         if (request.includeMix)
         {
             sumMix (start, count);
-            encoder.encodeFloats (mix.data(), count, lane);
+            encoder.encodeFloats (std::span (mix).first ((size_t) count), lane);
             lane += layout.sampleBytes;
         }
 
@@ -124,7 +124,11 @@ private:
     {
         const auto [begin, end] = soundingPart (channel, local, count);
         encoder.encodeSilence (begin, lane);
-        encoder.encodeFloats (channel.data() + local + begin, end - begin, lane + begin * layout.blockAlign);
+
+        if (end > begin)
+            encoder.encodeFloats (std::span (channel).subspan ((size_t) (local + begin), (size_t) (end - begin)),
+                                  lane + begin * layout.blockAlign);
+
         encoder.encodeSilence (count - end, lane + end * layout.blockAlign);
     }
 

@@ -12,15 +12,6 @@ namespace ld
 namespace
 {
 
-// A place on the poly's clock: a stamp counts at a rate of its own, which differs from the audio's on pulled recordings.
-juce::String timecodeAt (const HostTake& host, juce::int64 sample)
-{
-    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
-    const auto start = timestampFromIxmlOrBext (host.ixml, host.bext);
-    const auto behind = std::round (stampRate * (double) sample / std::max (host.format.sampleRate, 1));
-    return formatTimecode (start + (juce::uint64) behind, stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
-}
-
 struct SharedFiles
 {
     int count = 0;     // files that stand in two takes or more
