@@ -39,15 +39,8 @@ ld::Alignment comparePlainly (const LoadedPoly& poly, const std::vector<float>& 
 {
     constexpr auto rate = ld::bench::sampleRate;
     const auto& search = poly.signals.front();
-    const auto found = ld::computeMfccOffsetBest (poly.signals, guest.data(), (juce::int64) guest.size(), rate, false);
-    const auto refined = ld::refineAround (search.data(),
-                                           (juce::int64) search.size(),
-                                           guest.data(),
-                                           (juce::int64) guest.size(),
-                                           found.offsetSamples,
-                                           rate,
-                                           4,
-                                           4);
+    const auto found = ld::computeMfccOffsetBest (poly.signals, guest, rate, false);
+    const auto refined = ld::refineAround (search, guest, found.offsetSamples, { rate, 4, 4 });
     ld::Alignment verdict;
     verdict.method = ld::Alignment::Method::waveform;
     verdict.offsetSamples = refined.found ? refined.lag : found.offsetSamples;

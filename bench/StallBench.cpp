@@ -1,4 +1,5 @@
 #include "BenchInput.h"
+#include "ZoomBench.h"
 #include "demo/DemoShoot.h"
 
 #include "support/IdleView.h"
@@ -125,5 +126,8 @@ int main()
     measure (
         "load of a poly of " + juce::String (poly.getFile().getSize() / 1000000) + " MB", window.view, poly.getFile());
     measure ("drop of a guest on it", window.view, guest.getFile());
+
+    OpenWindow another;
+    ld::bench::measureLongTakes (another.view);
     return 0;
 }

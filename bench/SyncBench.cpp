@@ -59,7 +59,7 @@ void gccPhat (benchmark::State& state)
     const auto b = makeSignal (phaseTransformSize / 2, 2);
 
     for (auto _ : state)
-        benchmark::DoNotOptimize (ld::gccPhat (a.data(), (juce::int64) a.size(), b.data(), (juce::int64) b.size()));
+        benchmark::DoNotOptimize (ld::gccPhat (a, b));
 }
 
 // Two forward, one inverse.
@@ -154,10 +154,9 @@ void computeEnvelopeSync (benchmark::State& state)
     constexpr size_t seconds = 3600;
     constexpr int rate = 8000;
     const auto signal = makeSignal (seconds * rate, 5);
-    const auto length = (juce::int64) signal.size();
 
     for (auto _ : state)
-        benchmark::DoNotOptimize (ld::computeEnvelopeSync (signal.data(), length, signal.data(), length, rate));
+        benchmark::DoNotOptimize (ld::computeEnvelopeSync (signal, signal, rate));
 
     state.counters["x_real_time"] =
         benchmark::Counter ((double) seconds, benchmark::Counter::kIsIterationInvariantRate);

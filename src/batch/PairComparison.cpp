@@ -40,7 +40,7 @@ struct Working
 
     [[nodiscard]] AlignResult refine (int64 roughLag) const
     {
-        return refineAround (host, guest, roughLag, rate, searchSeconds, windowSeconds);
+        return refineAround (host, guest, roughLag, { rate, searchSeconds, windowSeconds });
     }
 };
 
@@ -241,7 +241,7 @@ void ResidentSource::visitSignals (int64 start, int64 count, const SignalVisitor
 SignalOnDemand ResidentSource::mono() const
 {
     if (! monoAudio.empty())
-        return SignalOnDemand::of (monoAudio.data(), source.length);
+        return SignalOnDemand::of (monoAudio);
 
     const auto audio = std::make_shared<const SourceAudio> (source.file, source.rate, onRead);
     return { source.length, [audio] (int64 start, int64 count, std::vector<float>& scratch) {

@@ -420,4 +420,17 @@ double sampleRateForTimestamp (const IxmlMetadata& ixml, const AudioFormatInfo& 
     return format.sampleRate >= 1 ? (double) format.sampleRate : 48000.0;
 }
 
+juce::String timecodeAt (const HostTake& host, juce::int64 sample)
+{
+    constexpr double secondsOfDay = 86400.0;
+    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
+    const auto behind = std::llround (stampRate * (double) sample / std::max (host.format.sampleRate, 1));
+    auto at = (juce::int64) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
+
+    if (at < 0)
+        at = std::max<juce::int64> (at + std::llround (secondsOfDay * stampRate), 0);
+
+    return formatTimecode ((juce::uint64) at, stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
+}
+
 }    // namespace ld

@@ -65,4 +65,9 @@ template <typename First, typename Second>
                                   std::max (first.format.sampleRate, 1));
 }
 
+/** The timecode of a place in a take, by its own clock: a stamp counts at a rate of its own, which differs from the audio's on
+    pulled recordings. Ahead of midnight it is that of the evening before.
+    sample   from the take's start; may be negative */
+[[nodiscard]] juce::String timecodeAt (const HostTake&, juce::int64 sample);
+
 }    // namespace ld

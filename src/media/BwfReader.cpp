@@ -279,12 +279,19 @@ juce::int64 BwfReader::visitBlocks (juce::int64 startFrame,
     {
         const auto count = std::min (blockFrames, numFrames - done);
 
-        if (! readExact (dataOffset + (startFrame + done) * frameBytes(), blockBytes.data(), count * frameBytes())
-            || ! visit (blockBytes.data(), done, count))
+        const auto numBytes = count * frameBytes();
+
+        if (! readExact (dataOffset + (startFrame + done) * frameBytes(), blockBytes.data(), numBytes)
+            || ! visit ({ blockBytes.data(), (size_t) numBytes }, done, count))
             return done;
     }
 
     return numFrames;
+}
+
+InterleavedFrames BwfReader::framesOf (std::span<const juce::uint8> bytes) const
+{
+    return { sampleCodingOf (format), format.channels, format.bytesPerSample, bytes };
 }
 
 bool BwfReader::readChannel (
@@ -303,24 +310,20 @@ bool BwfReader::readChannel (
 
     const auto readable = deliverableFrames (toRead, framesInFile() - startFrame, channelBlockFrames);
     const auto step = (juce::int64) std::max (stride, 1);
-    const auto coding = sampleCodingOf (format);
 
-    const auto shown =
-        visitBlocks (startFrame, readable, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
-            const auto firstIndex = (frame + step - 1) / step;
-            const auto skipped = firstIndex * step - frame;
-            const auto taken = skipped < count ? (count - skipped + step - 1) / step : 0;
+    const auto shown = visitBlocks (startFrame, readable, channelBlockFrames, [&] (auto bytes, auto frame, auto count) {
+        const auto firstIndex = (frame + step - 1) / step;
+        const auto skipped = firstIndex * step - frame;
+        const auto taken = skipped < count ? (count - skipped + step - 1) / step : 0;
 
-            decodeChannel (coding,
-                           frames + skipped * frameBytes(),
-                           format.channels,
-                           format.bytesPerSample,
+        if (taken > 0)
+            decodeChannel (framesOf (bytes.subspan ((size_t) (skipped * frameBytes()))),
                            channel,
                            step,
-                           taken,
-                           destination + firstIndex);
-            return true;
-        });
+                           { destination + firstIndex, (size_t) taken });
+
+        return true;
+    });
 
     return shown == toRead;
 }
@@ -351,16 +354,15 @@ void BwfReader::readChannels (juce::int64 startFrame,
     if (! format.valid)
         return;
 
-    const auto coding = sampleCodingOf (format);
     const auto readable = deliverableFrames (format.numFrames, framesInFile(), channelBlockFrames);
     const auto toRead = std::max<juce::int64> (std::min (numFrames, readable - startFrame), 0);
 
-    const auto shown = visitBlocks (startFrame, toRead, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
+    const auto shown = visitBlocks (startFrame, toRead, channelBlockFrames, [&] (auto bytes, auto frame, auto count) {
         auto channel = 0;
 
         for (auto& samples : destination)
             decodeChannel (
-                coding, frames, format.channels, format.bytesPerSample, channel++, 1, count, samples.data() + frame);
+                framesOf (bytes), channel++, 1, std::span (samples).subspan ((size_t) frame, (size_t) count));
 
         return true;
     });
@@ -391,7 +393,9 @@ bool BwfReader::readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFra
     if (! readExact (dataOffset + startFrame * frameBytes(), blockBytes.data(), numBytes))
         return false;
 
-    decodeTo24Bit (sampleCodingOf (format), blockBytes.data(), toRead * format.channels, destination);
+    decodeTo24Bit (sampleCodingOf (format),
+                   { blockBytes.data(), (size_t) numBytes },
+                   { destination, (size_t) (toRead * format.channels) });
     return true;
 }
 
@@ -403,7 +407,7 @@ PeakLane BwfReader::extractPeaks (int channel, int buckets) const
     if (! isReadable (channel) || buckets < 1)
         return empty;
 
-    return collectPeaks (channel, buckets, nullptr, 0).front();
+    return collectPeaks (channel, buckets, {}, 0).front();
 }
 
 BwfReader::Overview BwfReader::readOverview (int channel, int buckets) const
@@ -414,36 +418,35 @@ BwfReader::Overview BwfReader::readOverview (int channel, int buckets) const
         return overview;
 
     overview.channel = makeZeros<float> ((size_t) framesInFile());
-    overview.peaks = collectPeaks ({}, buckets, overview.channel.data(), channel);
+    overview.peaks = collectPeaks ({}, buckets, overview.channel, channel);
     return overview;
 }
 
-// The curves of one channel or of all; where channelOut is set, outChannel is decoded into it on the way.
+// The curves of one channel or of all; where there is a channelOut, outChannel is decoded into it on the way.
 std::vector<PeakLane>
-BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const
+BwfReader::collectPeaks (std::optional<int> onlyChannel, int buckets, std::span<float> channelOut, int outChannel) const
 {
     const auto firstChannel = onlyChannel.value_or (0);
-    const auto coding = sampleCodingOf (format);
     const auto held = framesInFile();
     const auto peakFrames = deliverableFrames (format.numFrames, held, peakBlockFrames);
     const auto outFrames = deliverableFrames (format.numFrames, held, channelBlockFrames);
     PeakCollector lanes (onlyChannel ? 1 : (size_t) format.channels, format.numFrames, peakFrames, buckets);
-    ExtremesFinder extremes (coding, format.channels, format.bytesPerSample);
+    ExtremesFinder extremes (sampleCodingOf (format), format.channels, format.bytesPerSample);
 
     const auto close = [&] (juce::int64 frame) {
         lanes.add (frame, [&] (int i) { return extremes.rangeOf (firstChannel + i); });
         extremes.reset();
     };
 
-    visitBlocks (0, outFrames, channelBlockFrames, [&] (auto* frames, auto frame, auto count) {
-        if (channelOut != nullptr)
-            decodeChannel (
-                coding, frames, format.channels, format.bytesPerSample, outChannel, 1, count, channelOut + frame);
+    visitBlocks (0, outFrames, channelBlockFrames, [&] (auto bytes, auto frame, auto count) {
+        if (! channelOut.empty())
+            decodeChannel (framesOf (bytes), outChannel, 1, channelOut.subspan ((size_t) frame, (size_t) count));
 
         for (auto at = frame; at < std::min (frame + count, peakFrames);)
         {
             const auto until = std::min ({ frame + count, peakFrames, lanes.nextEdge() });
-            extremes.add (frames + (at - frame) * frameBytes(), until - at);
+            extremes.add (
+                bytes.subspan ((size_t) ((at - frame) * frameBytes()), (size_t) ((until - at) * frameBytes())));
             at = until;
 
             if (at == lanes.nextEdge())

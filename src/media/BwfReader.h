@@ -108,11 +108,14 @@ private:
     [[nodiscard]] juce::int64 frameBytes() const noexcept;
     [[nodiscard]] bool isReadable (int channel) const noexcept;
 
-    using BlockVisitor = std::function<bool (const juce::uint8* frames, juce::int64 frame, juce::int64 count)>;
+    [[nodiscard]] InterleavedFrames framesOf (std::span<const juce::uint8> bytes) const;
+
+    /** Given a block's bytes, its first frame and its number of frames; false ends the visit. */
+    using BlockVisitor = std::function<bool (std::span<const juce::uint8> bytes, juce::int64 frame, juce::int64 count)>;
     juce::int64
     visitBlocks (juce::int64 startFrame, juce::int64 numFrames, juce::int64 blockFrames, const BlockVisitor&) const;
     std::vector<PeakLane>
-    collectPeaks (std::optional<int> onlyChannel, int buckets, float* channelOut, int outChannel) const;
+    collectPeaks (std::optional<int> onlyChannel, int buckets, std::span<float> channelOut, int outChannel) const;
 
     std::unique_ptr<juce::FileInputStream> stream;
     mutable std::vector<juce::uint8> blockBytes;    // kept from read to read: stretches are often read one by one

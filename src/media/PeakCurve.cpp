@@ -33,12 +33,12 @@ juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
 }
 
 // What is no number counts for nothing.
-LD_VECTOR_CLONES PeakRange rangeOfSamples (const float* samples, size_t count, PeakRange range) noexcept
+LD_VECTOR_CLONES PeakRange rangeOfSamples (std::span<const float> samples, PeakRange range) noexcept
 {
-    for (size_t i = 0; i < count; ++i)
+    for (const auto sample : samples)
     {
-        range.low = samples[i] < range.low ? samples[i] : range.low;
-        range.high = samples[i] > range.high ? samples[i] : range.high;
+        range.low = sample < range.low ? sample : range.low;
+        range.high = sample > range.high ? sample : range.high;
     }
 
     return range;
@@ -98,7 +98,7 @@ PeakLevel finestLevelOf (std::span<const float> audio)
         const auto from = i * (size_t) finestPeakBucket;
         const auto block = audio.subspan (from, std::min ((size_t) finestPeakBucket, audio.size() - from));
         constexpr auto most = std::numeric_limits<float>::max();
-        const auto range = rangeOfSamples (block.data(), block.size(), { most, -most });
+        const auto range = rangeOfSamples (block, { most, -most });
 
         if (range.low <= range.high)
         {
@@ -150,7 +150,7 @@ PeakLane peaksOf (std::span<const float> audio, int buckets)
     {
         const auto from = (size_t) (step * (double) bucket);
         const auto to = std::min ((size_t) (step * (double) (bucket + 1)), audio.size());
-        const auto range = to > from ? rangeOfSamples (audio.data() + from, to - from, {}) : PeakRange {};
+        const auto range = to > from ? rangeOfSamples (audio.subspan (from, to - from), {}) : PeakRange {};
         lane.minValues[bucket] = range.low;
         lane.maxValues[bucket] = range.high;
     }

@@ -33,13 +33,16 @@ juce::int32 loadInt24 (const juce::uint8* bytes) noexcept
 }
 
 // All but the last sample are read with one byte of the next, which falls off at the top.
-void decodeInt24 (const juce::uint8* samples, std::ptrdiff_t count, juce::int32* destination) noexcept
+void decodeInt24 (const juce::uint8* samples, std::span<juce::int32> destination) noexcept
 {
+    const auto count = (std::ptrdiff_t) destination.size();
+    auto* const to = destination.data();
+
     for (std::ptrdiff_t i = 0; i + 1 < count; ++i)
-        destination[i] = (juce::int32) (load<juce::uint32> (samples + 3 * i) << 8) >> 8;
+        to[i] = (juce::int32) (load<juce::uint32> (samples + 3 * i) << 8) >> 8;
 
     if (count > 0)
-        destination[count - 1] = loadInt24 (samples + 3 * (count - 1));
+        to[count - 1] = loadInt24 (samples + 3 * (count - 1));
 }
 
 juce::int32 wrapAndClampTo24Bit (double value) noexcept
@@ -84,51 +87,51 @@ float factorOf (SampleCoding coding)
 }
 
 // Samples in their own terms, neither scaled nor converted: whole numbers of any width,
-void decodeRow (SampleCoding coding, const juce::uint8* samples, std::ptrdiff_t count, juce::int32* row) noexcept
+void decodeRow (SampleCoding coding, const juce::uint8* samples, std::span<juce::int32> row) noexcept
 {
     switch (coding)
     {
         case SampleCoding::int16:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
+            for (size_t i = 0; i < row.size(); ++i)
                 row[i] = load<juce::int16> (samples + 2 * i);
             break;
-        case SampleCoding::int24: decodeInt24 (samples, count, row); break;
-        default: std::memcpy (row, samples, (size_t) count * sizeof (juce::int32));
+        case SampleCoding::int24: decodeInt24 (samples, row); break;
+        default: std::memcpy (row.data(), samples, row.size_bytes());
     }
 }
 
 // and real ones.
-void decodeRow (SampleCoding coding, const juce::uint8* samples, std::ptrdiff_t count, float* row) noexcept
+void decodeRow (SampleCoding coding, const juce::uint8* samples, std::span<float> row) noexcept
 {
     if (coding == SampleCoding::float32)
     {
-        std::memcpy (row, samples, (size_t) count * sizeof (float));
+        std::memcpy (row.data(), samples, row.size_bytes());
         return;
     }
 
-    for (std::ptrdiff_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < row.size(); ++i)
         row[i] = (float) load<double> (samples + 8 * i);
 }
 
 // The order of the operands leaves a bound as it stands where the sample is not a number.
 template <typename Value>
-inline void widen (const Value* row, Value* low, Value* high, std::ptrdiff_t count) noexcept
+inline void widen (std::span<const Value> row, Value* low, Value* high) noexcept
 {
-    for (std::ptrdiff_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < row.size(); ++i)
     {
         low[i] = row[i] < low[i] ? row[i] : low[i];
         high[i] = row[i] > high[i] ? row[i] : high[i];
     }
 }
 
-LD_VECTOR_CLONES void widenRow (const juce::int32* row, juce::int32* low, juce::int32* high, std::ptrdiff_t count)
+LD_VECTOR_CLONES void widenRow (std::span<const juce::int32> row, juce::int32* low, juce::int32* high)
 {
-    widen (row, low, high, count);
+    widen (row, low, high);
 }
 
-LD_VECTOR_CLONES void widenRow (const float* row, float* low, float* high, std::ptrdiff_t count)
+LD_VECTOR_CLONES void widenRow (std::span<const float> row, float* low, float* high)
 {
-    widen (row, low, high, count);
+    widen (row, low, high);
 }
 
 }    // namespace
@@ -145,31 +148,29 @@ SampleCoding sampleCodingOf (const AudioFormatInfo& format) noexcept
     }
 }
 
-void decodeChannel (SampleCoding coding,
-                    const juce::uint8* frames,
-                    int channels,
-                    int bytesPerSample,
+void decodeChannel (const InterleavedFrames& frames,
                     int channel,
                     juce::int64 step,
-                    juce::int64 count,
-                    float* destination) noexcept
+                    std::span<float> destination) noexcept
 {
-    if (coding == SampleCoding::silence)
-        std::fill_n (destination, count, 0.0f);
+    if (frames.coding == SampleCoding::silence)
+        std::ranges::fill (destination, 0.0f);
 
-    const auto* first = frames + (std::ptrdiff_t) channel * bytesPerSample;
-    const auto stride = (std::ptrdiff_t) step * channels * bytesPerSample;
+    const auto* first = frames.bytes.data() + (std::ptrdiff_t) channel * frames.bytesPerSample;
+    const auto stride = (std::ptrdiff_t) step * frames.channels * frames.bytesPerSample;
+    const auto count = (std::ptrdiff_t) destination.size();
+    auto* const to = destination.data();
 
-    visitCoding (coding, [=] (auto&& read, float factor) noexcept {
+    visitCoding (frames.coding, [=] (auto&& read, float factor) noexcept {
         for (std::ptrdiff_t i = 0; i < count; ++i)
-            destination[i] = (float) read (first + i * stride) * factor;
+            to[i] = (float) read (first + i * stride) * factor;
     });
 }
 
-LD_VECTOR_CLONES void floatsTo24Bit (const float* values, juce::int64 count, juce::int32* destination) noexcept
+LD_VECTOR_CLONES void floatsTo24Bit (std::span<const float> values, std::span<juce::int32> destination) noexcept
 {
     // In double, where adding a half is exact. Two loops, as one with all three choices is not vectorised.
-    for (std::ptrdiff_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < values.size(); ++i)
     {
         const auto scaled = (double) values[i] * scale24Bit;
         const auto rounding = scaled + std::copysign (0.5, scaled);
@@ -177,41 +178,42 @@ LD_VECTOR_CLONES void floatsTo24Bit (const float* values, juce::int64 count, juc
         destination[i] = (juce::int32) (notAbove > lowest24Bit ? notAbove : (double) lowest24Bit);
     }
 
-    for (std::ptrdiff_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < values.size(); ++i)
         destination[i] = values[i] == values[i] ? destination[i] : 0;
 }
 
 juce::int32 floatTo24Bit (float value) noexcept
 {
     juce::int32 rounded = 0;
-    floatsTo24Bit (&value, 1, &rounded);
+    floatsTo24Bit ({ &value, 1 }, { &rounded, 1 });
     return rounded;
 }
 
 void decodeTo24Bit (SampleCoding coding,
-                    const juce::uint8* samples,
-                    juce::int64 count,
-                    juce::int32* destination) noexcept
+                    std::span<const juce::uint8> samples,
+                    std::span<juce::int32> destination) noexcept
 {
+    const auto* const from = samples.data();
+
     switch (coding)
     {
-        case SampleCoding::silence: std::fill_n (destination, count, 0); break;
+        case SampleCoding::silence: std::ranges::fill (destination, 0); break;
         case SampleCoding::int16:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                destination[i] = load<juce::int16> (samples + 2 * i) * 256;
+            for (size_t i = 0; i < destination.size(); ++i)
+                destination[i] = load<juce::int16> (from + 2 * i) * 256;
             break;
-        case SampleCoding::int24: decodeInt24 (samples, count, destination); break;
+        case SampleCoding::int24: decodeInt24 (from, destination); break;
         case SampleCoding::int32:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                destination[i] = load<juce::int32> (samples + 4 * i) >> 8;
+            for (size_t i = 0; i < destination.size(); ++i)
+                destination[i] = load<juce::int32> (from + 4 * i) >> 8;
             break;
         case SampleCoding::float32:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                destination[i] = wrapAndClampTo24Bit ((double) load<float> (samples + 4 * i));
+            for (size_t i = 0; i < destination.size(); ++i)
+                destination[i] = wrapAndClampTo24Bit ((double) load<float> (from + 4 * i));
             break;
         case SampleCoding::float64:
-            for (std::ptrdiff_t i = 0; i < count; ++i)
-                destination[i] = wrapAndClampTo24Bit (load<double> (samples + 8 * i));
+            for (size_t i = 0; i < destination.size(); ++i)
+                destination[i] = wrapAndClampTo24Bit (load<double> (from + 8 * i));
             break;
     }
 }
@@ -219,9 +221,9 @@ void decodeTo24Bit (SampleCoding coding,
 ExtremesFinder::ExtremesFinder (SampleCoding codingToUse, int numChannels, int sampleBytes)
     : coding (codingToUse), channels (numChannels), bytesPerSample (sampleBytes)
 {
-    constexpr juce::int64 wantedLanes = 256;
-    framesPerRow = std::max<juce::int64> (wantedLanes / channels, 1);
-    const auto lanes = (size_t) (framesPerRow * channels);
+    constexpr int wantedLanes = 256;
+    const auto lanes = (size_t) (std::max (wantedLanes / channels, 1) * channels);
+    bytesPerRow = lanes * (size_t) bytesPerSample;
     const auto isReal = coding == SampleCoding::float32 || coding == SampleCoding::float64;
 
     const auto size = [lanes] (auto& set) {
@@ -239,7 +241,7 @@ ExtremesFinder::ExtremesFinder (SampleCoding codingToUse, int numChannels, int s
 
 void ExtremesFinder::reset() noexcept
 {
-    framesAdded = 0;
+    hasFrames = false;
     std::fill (whole.low.begin(), whole.low.end(), std::numeric_limits<juce::int32>::max());
     std::fill (whole.high.begin(), whole.high.end(), std::numeric_limits<juce::int32>::min());
     std::fill (real.low.begin(), real.low.end(), 1.0f);
@@ -247,33 +249,33 @@ void ExtremesFinder::reset() noexcept
 }
 
 template <typename Value>
-void ExtremesFinder::addRows (Lanes<Value>& lanes, const juce::uint8* frames, juce::int64 numFrames) noexcept
+void ExtremesFinder::addRows (Lanes<Value>& lanes, std::span<const juce::uint8> frames) noexcept
 {
-    for (juce::int64 done = 0; done < numFrames; done += framesPerRow)
+    for (size_t done = 0; done < frames.size(); done += bytesPerRow)
     {
-        const auto* at = frames + (std::ptrdiff_t) (done * channels * bytesPerSample);
-        const auto count = (std::ptrdiff_t) (std::min (framesPerRow, numFrames - done) * channels);
-        decodeRow (coding, at, count, lanes.row.data());
-        widenRow (lanes.row.data(), lanes.low.data(), lanes.high.data(), count);
+        const auto bytes = frames.subspan (done, std::min (bytesPerRow, frames.size() - done));
+        const auto row = std::span (lanes.row).first (bytes.size() / (size_t) bytesPerSample);
+        decodeRow (coding, bytes.data(), row);
+        widenRow (row, lanes.low.data(), lanes.high.data());
     }
 }
 
-void ExtremesFinder::add (const juce::uint8* frames, juce::int64 numFrames) noexcept
+void ExtremesFinder::add (std::span<const juce::uint8> frames) noexcept
 {
-    framesAdded += numFrames;
+    hasFrames = hasFrames || ! frames.empty();
 
     if (coding == SampleCoding::silence)
         return;
 
     if (real.row.empty())
-        addRows (whole, frames, numFrames);
+        addRows (whole, frames);
     else
-        addRows (real, frames, numFrames);
+        addRows (real, frames);
 }
 
 PeakRange ExtremesFinder::rangeOf (int channel) const noexcept
 {
-    if (framesAdded == 0 || coding == SampleCoding::silence)
+    if (! hasFrames || coding == SampleCoding::silence)
         return {};
 
     const auto over = [&] (const auto& lanes) {

@@ -35,7 +35,7 @@ public:
 
         if (request.includeMix)
         {
-            encoder.encodeFloats (mix.sum (host, start, count).data(), count, lane);
+            encoder.encodeFloats (mix.sum (host, start, count), lane);
             lane += layout.sampleBytes;
         }
 
@@ -67,7 +67,11 @@ private:
     {
         const auto [begin, end] = soundingPart (channel, local, count);
         encoder.encodeSilence (begin, lane);
-        encoder.encodeFloats (channel.data() + local + begin, end - begin, lane + begin * layout.blockAlign);
+
+        if (end > begin)
+            encoder.encodeFloats (std::span (channel).subspan ((size_t) (local + begin), (size_t) (end - begin)),
+                                  lane + begin * layout.blockAlign);
+
         encoder.encodeSilence (count - end, lane + end * layout.blockAlign);
     }
 

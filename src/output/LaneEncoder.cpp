@@ -75,28 +75,30 @@ void LaneEncoder::encode24Bit (const juce::int32* values,
     }
 }
 
-void LaneEncoder::encodeFloats (const float* values, juce::int64 count, juce::uint8* first) const noexcept
+void LaneEncoder::encodeFloats (std::span<const float> values, juce::uint8* first) const noexcept
 {
-    const auto value = [=] (std::ptrdiff_t i) { return values[i]; };
+    const auto count = (juce::int64) values.size();
+    const auto value = [=] (std::ptrdiff_t i) { return values[(size_t) i]; };
 
     switch (target)
     {
         case Target::float32: storeValues<float> (value, count, first); break;
         case Target::float64: storeValues<double> (value, count, first); break;
-        default: encodeRounded (values, count, first);
+        default: encodeRounded (values, first);
     }
 }
 
-void LaneEncoder::encodeRounded (const float* values, juce::int64 count, juce::uint8* first) const noexcept
+void LaneEncoder::encodeRounded (std::span<const float> values, juce::uint8* first) const noexcept
 {
-    constexpr juce::int64 stretch = 512;
+    constexpr size_t stretch = 512;
     std::array<juce::int32, stretch> rounded;
+    const auto value = [&rounded] (std::ptrdiff_t i) { return rounded[(size_t) i]; };
 
-    for (juce::int64 done = 0; done < count; done += stretch)
+    for (size_t done = 0; done < values.size(); done += stretch)
     {
-        const auto part = std::min (stretch, count - done);
-        floatsTo24Bit (values + done, part, rounded.data());
-        store24Bit ([&rounded] (std::ptrdiff_t i) { return rounded[(size_t) i]; }, part, first + done * frameBytes);
+        const auto part = values.subspan (done, std::min (stretch, values.size() - done));
+        floatsTo24Bit (part, std::span (rounded).first (part.size()));
+        store24Bit (value, (juce::int64) part.size(), first + (std::ptrdiff_t) done * frameBytes);
     }
 }
 

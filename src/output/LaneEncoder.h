@@ -2,6 +2,8 @@
 
 #include <juce_core/juce_core.h>
 
+#include <span>
+
 namespace ld
 {
 
@@ -22,7 +24,7 @@ public:
                       juce::uint8* first) const noexcept;
 
     /** Floats at full scale 1.0: unclamped in a float file, rounded and clamped in an integer one. */
-    void encodeFloats (const float* values, juce::int64 count, juce::uint8* first) const noexcept;
+    void encodeFloats (std::span<const float> values, juce::uint8* first) const noexcept;
     void encodeSilence (juce::int64 count, juce::uint8* first) const noexcept;
 
 private:
@@ -35,7 +37,7 @@ private:
         float64
     };
 
-    void encodeRounded (const float* values, juce::int64 count, juce::uint8* first) const noexcept;
+    void encodeRounded (std::span<const float> values, juce::uint8* first) const noexcept;
     template <typename Source>
     void store24Bit (Source&&, juce::int64 count, juce::uint8* first) const noexcept;
     template <typename Value, typename Source>

@@ -302,22 +302,21 @@ NormalizedPeak correlateNormalized (const std::vector<float>& a, const std::vect
              .valid = true };
 }
 
-EnvelopeSyncResult
-computeEnvelopeSync (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
+EnvelopeSyncResult computeEnvelopeSync (std::span<const float> host, std::span<const float> guest, int sampleRate)
 {
-    constexpr int64 shortest = 32;
+    constexpr size_t shortest = 32;
     constexpr size_t shortestToSearch = 64;
     constexpr int lowestRate = 100;
     constexpr double firstWindow = 60.0, windowDistance = 180.0;
     constexpr float leastConfidence = 0.25f;
     EnvelopeSyncResult result;
 
-    if (host == nullptr || guest == nullptr || std::min (hostLength, guestLength) < shortest)
+    if (std::min (host.size(), guest.size()) < shortest)
         return result;
 
     const auto rate = std::max (sampleRate, lowestRate);
-    const auto hostSound = resampleTo (std::span (host, (size_t) hostLength), rate, searchRate);
-    const auto guestSound = resampleTo (std::span (guest, (size_t) guestLength), rate, searchRate);
+    const auto hostSound = resampleTo (host, rate, searchRate);
+    const auto guestSound = resampleTo (guest, rate, searchRate);
 
     if (std::min (hostSound.size(), guestSound.size()) < shortestToSearch)
         return result;
@@ -331,11 +330,7 @@ computeEnvelopeSync (const float* host, int64 hostLength, const float* guest, in
     const WindowSearch search { hostSound, guestSound, (double) rough.lag / hostLevels.rate };
     const auto guestSeconds = (double) guestSound.size() / searchRate;
     result.offsetSamples = roundToSamples (search.roughSeconds * rate);
-    result.confidence = correlationAtLag (hostLevels.values.data(),
-                                          (int64) hostLevels.values.size(),
-                                          guestLevels.values.data(),
-                                          (int64) guestLevels.values.size(),
-                                          rough.lag);
+    result.confidence = correlationAtLag (hostLevels.values, guestLevels.values, rough.lag);
     std::vector<WindowPlace> places;
 
     for (int i = 0; firstWindow + i * windowDistance < guestSeconds - windowSeconds; ++i)

@@ -2,6 +2,7 @@
 
 #include <juce_core/juce_core.h>
 
+#include <span>
 #include <vector>
 
 namespace ld
@@ -39,10 +40,10 @@ struct NormalizedPeak
     bool operator== (const NormalizedPeak&) const = default;
 };
 
-/** Lengths in samples, sampleRate in Hz, 100 at least. What is too short gives a result that is not reliable, with no method
+/** sampleRate in Hz, 100 at least. What is too short gives a result that is not reliable, with no method
     and no window tried. Throws std::bad_alloc where the machine's memory does not suffice. */
-[[nodiscard]] EnvelopeSyncResult computeEnvelopeSync (
-    const float* host, juce::int64 hostLength, const float* guest, juce::int64 guestLength, int sampleRate);
+[[nodiscard]] EnvelopeSyncResult
+computeEnvelopeSync (std::span<const float> host, std::span<const float> guest, int sampleRate);
 
 /** The logarithm of the level in windows of 50 ms, every 10 ms, with what changes slower than 0.05 Hz taken out, and up to
     1.5 s at either end, where the filter settles. Empty for 40 ms or less.

@@ -130,9 +130,9 @@ float zScoreOf (double best, const std::vector<double>& values)
     return deviation > flat ? (float) ((best - mean) / deviation) : 0.0f;
 }
 
-MfccSignal signalOf (const float* samples, int64 length, int rate)
+MfccSignal signalOf (std::span<const float> samples, int rate)
 {
-    return MfccSignal (resampleTo (std::span (samples, (size_t) length), rate, mfccSampleRate));
+    return MfccSignal (resampleTo (samples, rate, mfccSampleRate));
 }
 
 MfccResult findHostInGuest (const MfccSignal& host, const MfccSignal& guest, int rate)
@@ -143,14 +143,13 @@ MfccResult findHostInGuest (const MfccSignal& host, const MfccSignal& guest, int
     return result;
 }
 
-MfccResult offsetOfSamples (
-    const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate, bool bothWays)
+MfccResult offsetOfSamples (std::span<const float> host, std::span<const float> guest, int sampleRate, bool bothWays)
 {
-    if (host == nullptr || guest == nullptr || std::min (hostLength, guestLength) < shortestSignal)
+    if ((int64) std::min (host.size(), guest.size()) < shortestSignal)
         return {};
 
     const auto rate = std::max (sampleRate, 100);
-    return computeMfccOffset (signalOf (host, hostLength, rate), signalOf (guest, guestLength, rate), rate, bothWays);
+    return computeMfccOffset (signalOf (host, rate), signalOf (guest, rate), rate, bothWays);
 }
 
 }    // namespace
@@ -320,21 +319,18 @@ MfccResult computeMfccOffset (const MfccSignal& host, const MfccSignal& guest, i
     return otherWay.zScore > oneWay.zScore ? otherWay : oneWay;
 }
 
-MfccResult
-computeMfccOffset (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
+MfccResult computeMfccOffset (std::span<const float> host, std::span<const float> guest, int sampleRate)
 {
-    return offsetOfSamples (host, hostLength, guest, guestLength, sampleRate, false);
+    return offsetOfSamples (host, guest, sampleRate, false);
 }
 
-MfccResult
-computeMfccOffsetBothWays (const float* host, int64 hostLength, const float* guest, int64 guestLength, int sampleRate)
+MfccResult computeMfccOffsetBothWays (std::span<const float> host, std::span<const float> guest, int sampleRate)
 {
-    return offsetOfSamples (host, hostLength, guest, guestLength, sampleRate, true);
+    return offsetOfSamples (host, guest, sampleRate, true);
 }
 
 MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostChannels,
-                                  const float* guest,
-                                  int64 guestLength,
+                                  std::span<const float> guest,
                                   int sampleRate,
                                   bool bothWays)
 {
@@ -342,8 +338,7 @@ MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostCha
 
     for (const auto& channel : hostChannels)
     {
-        const auto length = (int64) channel.size();
-        const auto result = offsetOfSamples (channel.data(), length, guest, guestLength, sampleRate, bothWays);
+        const auto result = offsetOfSamples (channel, guest, sampleRate, bothWays);
 
         if (result.zScore > best.zScore)
             best = result;

@@ -113,17 +113,15 @@ findQueryInSearch (const std::vector<float>& search, const std::vector<float>& q
 computeMfccOffset (const MfccSignal& host, const MfccSignal& guest, int sampleRate, bool bothWays);
 
 /** The lag of guest on host; the shorter of the two is the query. Needs 256 samples of each. */
-[[nodiscard]] MfccResult computeMfccOffset (
-    const float* host, juce::int64 hostLength, const float* guest, juce::int64 guestLength, int sampleRate);
+[[nodiscard]] MfccResult computeMfccOffset (std::span<const float> host, std::span<const float> guest, int sampleRate);
 
 /** As computeMfccOffset, and once more with the guest as search: the higher score stands. */
-[[nodiscard]] MfccResult computeMfccOffsetBothWays (
-    const float* host, juce::int64 hostLength, const float* guest, juce::int64 guestLength, int sampleRate);
+[[nodiscard]] MfccResult
+computeMfccOffsetBothWays (std::span<const float> host, std::span<const float> guest, int sampleRate);
 
 /** The best score over the host's channels of at least 256 samples; the first of equals stands. */
 [[nodiscard]] MfccResult computeMfccOffsetBest (const std::vector<std::vector<float>>& hostChannels,
-                                                const float* guest,
-                                                juce::int64 guestLength,
+                                                std::span<const float> guest,
                                                 int sampleRate,
                                                 bool bothWays);
 

@@ -17,20 +17,27 @@ namespace
 
 constexpr double mostDrift = 0.005;
 
-// Index is wide enough for every input position; the narrow form is the one that fills the machine's vectors. The
-// input's first sample is number origin of the signal, the output's first number firstOutput: positions are products from
-// the signal's start, and taking a whole number off them is exact, so that a stretch gives what the whole gives.
-template <typename Index>
-inline void interpolate (const float* in,
-                         std::int64_t inLength,
-                         float* out,
-                         std::int64_t outLength,
-                         double ratio,
-                         double firstOutput,
-                         double origin)
+// What output sample lies where on the input. The input's first sample is number origin of the signal, the output's first
+// number firstOutput: positions are products from the signal's start, and taking a whole number off them is exact, so that
+// a stretch gives what the whole gives.
+struct Grid
 {
-    const auto last = (Index) (inLength - 1);
-    const auto positionOf = [=] (std::int64_t i) { return ratio * (firstOutput + (double) i) - origin; };
+    double ratio = 1.0;    // input samples from one output sample to the next
+    double firstOutput = 0.0, origin = 0.0;
+};
+
+// Index is wide enough for every input position; the narrow form is the one that fills the machine's vectors.
+template <typename Index>
+inline void interpolate (std::span<const float> input, std::span<float> output, const Grid& grid)
+{
+    const auto* const in = input.data();
+    auto* const out = output.data();
+    const auto outLength = (std::int64_t) output.size();
+    const auto [ratio, firstOutput, origin] = grid;
+    const auto last = (Index) (input.size() - 1);
+    const auto positionOf = [r = ratio, f = firstOutput, o = origin] (std::int64_t i) {
+        return r * (f + (double) i) - o;
+    };
 
     // Up to here both neighbours exist; the test of the last position itself makes the estimate safe.
     const auto estimate = ((double) last + origin) / ratio - firstOutput;
@@ -52,31 +59,25 @@ inline void interpolate (const float* in,
         out[i] = in[last];
 }
 
-LD_VECTOR_CLONES void interpolateShort (const float* in,
-                                        std::int64_t inLength,
-                                        float* out,
-                                        std::int64_t outLength,
-                                        double ratio,
-                                        double firstOutput,
-                                        double origin)
+LD_VECTOR_CLONES void interpolateShort (std::span<const float> in, std::span<float> out, const Grid& grid)
 {
-    interpolate<std::int32_t> (in, inLength, out, outLength, ratio, firstOutput, origin);
+    interpolate<std::int32_t> (in, out, grid);
 }
 
-LD_VECTOR_CLONES void
-interpolateLong (const float* in, std::int64_t inLength, float* out, std::int64_t outLength, double ratio)
+LD_VECTOR_CLONES void interpolateLong (std::span<const float> in, std::span<float> out, const Grid& grid)
 {
-    interpolate<std::int64_t> (in, inLength, out, outLength, ratio, 0.0, 0.0);
+    interpolate<std::int64_t> (in, out, grid);
 }
 
-LD_VECTOR_CLONES void addScaled (float* out, const float* in, size_t count, float gain)
+// As far as the input reaches.
+LD_VECTOR_CLONES void addScaled (std::span<float> out, std::span<const float> in, float gain)
 {
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < in.size(); ++i)
         out[i] = std::fma (in[i], gain, out[i]);
 }
 
 // Eight sums, so that they fill the machine's vectors in a fixed order.
-LD_VECTOR_CLONES double energyOf (const float* samples)
+LD_VECTOR_CLONES double energyOf (std::span<const float> samples)
 {
     std::array<double, 8> sums {};
 
@@ -96,8 +97,9 @@ void mixInto (std::span<float> mono, const std::vector<std::vector<float>>& chan
     for (size_t start = 0; start < mono.size(); start += blockSamples)
         for (const auto& channel : channels)
             if (start < channel.size())
-                addScaled (
-                    mono.data() + start, channel.data() + start, std::min (blockSamples, channel.size() - start), gain);
+                addScaled (mono.subspan (start),
+                           std::span (channel).subspan (start, std::min (blockSamples, channel.size() - start)),
+                           gain);
 }
 
 }    // namespace
@@ -125,13 +127,7 @@ void resampleStretch (std::span<const float> samples,
                       std::int64_t firstOutput,
                       double ratio)
 {
-    interpolateShort (samples.data(),
-                      (std::int64_t) samples.size(),
-                      out.data(),
-                      (std::int64_t) out.size(),
-                      ratio,
-                      (double) firstOutput,
-                      (double) firstSample);
+    interpolateShort (samples, out, { ratio, (double) firstOutput, (double) firstSample });
 }
 
 std::vector<float> resampleTo (std::span<const float> samples, double sourceRate, double targetRate)
@@ -145,9 +141,9 @@ std::vector<float> resampleTo (std::span<const float> samples, double sourceRate
     auto out = makeZeros<float> ((size_t) length);
 
     if (inLength < std::numeric_limits<std::int32_t>::max())
-        interpolateShort (samples.data(), inLength, out.data(), length, ratio, 0.0, 0.0);
+        interpolateShort (samples, out, { .ratio = ratio });
     else
-        interpolateLong (samples.data(), inLength, out.data(), length, ratio);
+        interpolateLong (samples, out, { .ratio = ratio });
 
     return out;
 }
@@ -266,9 +262,9 @@ void LoudestWindow::slideOver (std::span<const float> samples)
     if (leaving.size() == blockSamples)
     {
         // Energy that leaves can only lower the sum: where all that comes does not reach the best, no step does.
-        if (const auto coming = energyOf (samples.data()); energy + coming <= bestEnergy)
+        if (const auto coming = energyOf (samples); energy + coming <= bestEnergy)
         {
-            energy += coming - energyOf (leaving.data());
+            energy += coming - energyOf (leaving);
             steps += (std::int64_t) blockSamples;
             std::copy (samples.begin(), samples.end(), leaving.begin());
             return;

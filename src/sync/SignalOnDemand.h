@@ -21,10 +21,10 @@ struct SignalOnDemand
     Read read;
 
     /** A signal in memory, which must outlive this. */
-    [[nodiscard]] static SignalOnDemand of (const float* samples, juce::int64 length)
+    [[nodiscard]] static SignalOnDemand of (std::span<const float> samples)
     {
-        return { length, [samples] (juce::int64 start, juce::int64 count, std::vector<float>&) {
-                    return std::span (samples + start, (size_t) count);
+        return { (juce::int64) samples.size(), [samples] (juce::int64 start, juce::int64 count, std::vector<float>&) {
+                    return samples.subspan ((size_t) start, (size_t) count);
                 } };
     }
 

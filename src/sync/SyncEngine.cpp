@@ -55,22 +55,15 @@ struct SignalPair
 {
     const HostTake& host;
     const GuestClip& guest;
-    const std::vector<float>& hostSamples;
-    const std::vector<float>& guestSamples;
+    std::span<const float> hostSamples, guestSamples;
 
     [[nodiscard]] int64 hostLength() const { return (int64) hostSamples.size(); }
     [[nodiscard]] int64 guestLength() const { return (int64) guestSamples.size(); }
 
     [[nodiscard]] AlignResult refine (int64 roughLag, int searchSeconds, int windowSeconds) const
     {
-        return refineAround (hostSamples.data(),
-                             hostLength(),
-                             guestSamples.data(),
-                             guestLength(),
-                             roughLag,
-                             host.format.sampleRate,
-                             searchSeconds,
-                             windowSeconds);
+        const RefineRange range { host.format.sampleRate, searchSeconds, windowSeconds };
+        return refineAround (hostSamples, guestSamples, roughLag, range);
     }
 };
 
@@ -131,10 +124,7 @@ Alignment judge (const SignalPair& pair,
     const auto told = [&prefix] (const juce::String& text) {
         return prefix.isEmpty() ? text : prefix + separator() + text;
     };
-    const auto* hostData = pair.hostSamples.data();
-    const auto* guestData = pair.guestSamples.data();
-    const auto drift = measureDrift (
-        hostData, pair.hostLength(), guestData, pair.guestLength(), a.offsetSamples, pair.host.format.sampleRate);
+    const auto drift = measureDrift (pair.hostSamples, pair.guestSamples, a.offsetSamples, pair.host.format.sampleRate);
 
     if (drift.reliable && drift.meanCorrelation >= leastMeanCorrelation)
     {
@@ -145,7 +135,7 @@ Alignment judge (const SignalPair& pair,
         return a;
     }
 
-    a.confidence = correlationAtLag (hostData, pair.hostLength(), guestData, pair.guestLength(), a.offsetSamples);
+    a.confidence = correlationAtLag (pair.hostSamples, pair.guestSamples, a.offsetSamples);
 
     if (refined.found && refined.confidence >= leastConfidence && a.confidence >= leastCorrelation)
     {
@@ -168,13 +158,10 @@ Alignment alignByContent (const SignalPair& pair, int searchSeconds)
 {
     constexpr int leastSearchSeconds = 4;
     constexpr int windowSeconds = 6;
-    const auto* hostData = pair.hostSamples.data();
-    const auto* guestData = pair.guestSamples.data();
     const auto rate = pair.host.format.sampleRate;
-    const auto mfcc = computeMfccOffset (hostData, pair.hostLength(), guestData, pair.guestLength(), rate);
-    const auto coarse = mfcc.zScore > 0.0f
-                            ? mfcc.offsetSamples
-                            : envelopeCoarse (hostData, pair.hostLength(), guestData, pair.guestLength(), rate).lag;
+    const auto mfcc = computeMfccOffset (pair.hostSamples, pair.guestSamples, rate);
+    const auto coarse =
+        mfcc.zScore > 0.0f ? mfcc.offsetSamples : envelopeCoarse (pair.hostSamples, pair.guestSamples, rate).lag;
     const auto refined = pair.refine (coarse, std::max (searchSeconds, leastSearchSeconds), windowSeconds);
     auto a = judge (pair, refined, coarse, Alignment::Method::waveform, {});
 
@@ -249,11 +236,7 @@ rankHostChannels (const BwfReader& reader, const std::vector<float>& guestSignal
     {
         tell (progress, (float) c * scanShare / (float) reader.format.channels, "Quick waveform scan");
         const auto audio = readWholeChannel (reader, c);
-        const auto coarse = envelopeCoarse (audio.data(),
-                                            (int64) audio.size(),
-                                            guestSignal.data(),
-                                            (int64) guestSignal.size(),
-                                            reader.format.sampleRate);
+        const auto coarse = envelopeCoarse (audio, guestSignal, reader.format.sampleRate);
         ranked.push_back ({ c, coarse.confidence });
     }
 
@@ -262,16 +245,21 @@ rankHostChannels (const BwfReader& reader, const std::vector<float>& guestSignal
     return ranked;
 }
 
+// What is searched for in all channels of a host that is open.
+struct ChannelSearch
+{
+    const HostTake& host;
+    const GuestClip& guest;
+    const BwfReader& reader;
+    int searchSeconds;
+};
+
 // The host's most promising channels against each of the guest's signals; the best answer says its channel.
-Alignment alignBestPair (const SyncEngine& engine,
-                         const HostTake& host,
-                         const GuestClip& guest,
-                         const BwfReader& reader,
-                         int searchSeconds,
-                         const SyncProgress& progress)
+Alignment alignBestPair (const SyncEngine& engine, const ChannelSearch& search, const SyncProgress& progress)
 {
     constexpr size_t mostChannels = 4;
     constexpr float placedBonus = 2.0f;
+    const auto& [host, guest, reader, searchSeconds] = search;
     const auto signals = searchSignalsOf (guest);
     auto ranked = rankHostChannels (reader, *signals.front(), progress);
     ranked.resize (std::min (ranked.size(), mostChannels));
@@ -426,7 +414,7 @@ Alignment SyncEngine::alignBestChannel (const HostTake& host,
                 ! quick.needsManual)
                 return quick;
 
-        return alignBestPair (*this, host, guest, reader, searchSeconds, progress);
+        return alignBestPair (*this, { host, guest, reader, searchSeconds }, progress);
     };
     auto found = findPlace();
     tell (progress, 1.0f, finePhase + " complete");

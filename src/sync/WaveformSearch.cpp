@@ -16,11 +16,12 @@ namespace
 
 using juce::int64;
 
-struct Stretch
+using Samples = std::span<const float>;
+
+int64 lengthOf (Samples samples) noexcept
 {
-    const float* samples;
-    int64 length;
-};
+    return (int64) samples.size();
+}
 
 // The guest samples that lie on the host at a lag; length is negative where the two do not meet.
 struct Overlap
@@ -112,22 +113,16 @@ Peak findPeak (std::span<const float> r)
     return peak;
 }
 
-AlignResult gccPhat (Stretch a, Stretch b)
+std::vector<float> energyEnvelope (Samples signal, int64 hop)
 {
-    return ld::gccPhat (a.samples, a.length, b.samples, b.length);
-}
-
-std::vector<float> energyEnvelope (Stretch signal, int64 hop)
-{
-    std::vector<float> envelope ((size_t) (signal.length / hop));
+    std::vector<float> envelope (signal.size() / (size_t) hop);
 
     for (size_t i = 0; i < envelope.size(); ++i)
     {
-        const auto* at = signal.samples + (int64) i * hop;
         auto sum = 0.0;
 
-        for (int64 j = 0; j < hop; ++j)
-            sum += (double) at[j] * at[j];
+        for (const auto sample : signal.subspan (i * (size_t) hop, (size_t) hop))
+            sum += (double) sample * sample;
 
         envelope[i] = (float) std::log1p (sum / (double) hop);
     }
@@ -146,11 +141,6 @@ std::vector<float> everyNth (const std::vector<float>& values, int64 stride)
     return taken;
 }
 
-Stretch wholeOf (const std::vector<float>& values) noexcept
-{
-    return { values.data(), (int64) values.size() };
-}
-
 // A stretch of the guest and the host around the place where a lag puts it.
 struct WindowBounds
 {
@@ -160,52 +150,55 @@ struct WindowBounds
     [[nodiscard]] int64 toWholeLag (int64 local) const { return hostStart - guestStart + local; }
 };
 
-WindowBounds
-windowAround (int64 hostLength, int64 guestLength, int64 guestStart, int64 window, int64 lag, int64 radius) noexcept
+// Windows of a guest against the host around the place where a lag puts them.
+struct WindowGrid
 {
-    const auto length = std::min (guestLength - guestStart, window);
-    const auto hostStart = std::max<int64> (guestStart + lag - radius, 0);
-    const auto hostEnd = std::min (guestStart + lag + radius + length, hostLength);
-    return { hostStart, hostEnd - hostStart, guestStart, length };
-}
+    int64 hostLength, guestLength, lag;
+    int64 window, radius;    // of the guest, and beyond it on the host to either side
+
+    [[nodiscard]] WindowBounds at (int64 guestStart) const noexcept
+    {
+        const auto length = std::min (guestLength - guestStart, window);
+        const auto hostStart = std::max<int64> (guestStart + lag - radius, 0);
+        const auto hostEnd = std::min (guestStart + lag + radius + length, hostLength);
+        return { hostStart, hostEnd - hostStart, guestStart, length };
+    }
+};
 
 struct MeasuredWindow
 {
-    Stretch host, guest;
+    Samples host, guest;
     int64 guestStart;
     AlignResult local;
     int64 lag;
 
-    [[nodiscard]] float correlation() const
-    {
-        return correlationAtLag (host.samples, host.length, guest.samples, guest.length, local.lag);
-    }
+    [[nodiscard]] float correlation() const { return correlationAtLag (host, guest, local.lag); }
 };
 
-// Correlates windows of the guest, at these fractions of the overlap, with the host around the place where the lag puts
-// them; windows that are too short are left out.
-std::vector<MeasuredWindow> measureWindows (Stretch host,
-                                            Stretch guest,
-                                            int64 lag,
-                                            std::span<const double> fractions,
-                                            int64 window,
-                                            int64 radius,
-                                            int64 shortest)
+// Which windows are measured: at these fractions of the overlap, but for those that are shorter than that.
+struct WindowPlan
 {
-    const auto overlap = overlapAt (host.length, guest.length, lag);
-    const auto span = (double) std::max<int64> (overlap.length - window, 0);
+    std::span<const double> fractions;
+    int64 window, radius, shortest;
+};
+
+std::vector<MeasuredWindow> measureWindows (Samples host, Samples guest, int64 lag, const WindowPlan& plan)
+{
+    const auto overlap = overlapAt (lengthOf (host), lengthOf (guest), lag);
+    const auto span = (double) std::max<int64> (overlap.length - plan.window, 0);
+    const WindowGrid grid { lengthOf (host), lengthOf (guest), lag, plan.window, plan.radius };
     std::vector<MeasuredWindow> measured;
 
-    for (const auto fraction : fractions)
+    for (const auto fraction : plan.fractions)
     {
         const auto guestStart = overlap.start + roundToSamples (fraction * span);
-        const auto bounds = windowAround (host.length, guest.length, guestStart, window, lag, radius);
+        const auto bounds = grid.at (guestStart);
 
-        if (bounds.isShorterThan (shortest))
+        if (bounds.isShorterThan (plan.shortest))
             continue;
 
-        const Stretch hostPart { host.samples + bounds.hostStart, bounds.hostLength };
-        const Stretch guestPart { guest.samples + bounds.guestStart, bounds.guestLength };
+        const auto hostPart = host.subspan ((size_t) bounds.hostStart, (size_t) bounds.hostLength);
+        const auto guestPart = guest.subspan ((size_t) bounds.guestStart, (size_t) bounds.guestLength);
         const auto local = gccPhat (hostPart, guestPart);
         measured.push_back ({ hostPart, guestPart, guestStart, local, bounds.toWholeLag (local.lag) });
     }
@@ -254,17 +247,17 @@ void fitLine (const std::vector<LagPoint>& points, int64 rate, DriftResult& resu
 
 }    // namespace
 
-AlignResult gccPhat (const float* a, int64 aLength, const float* b, int64 bLength)
+AlignResult gccPhat (Samples a, Samples b)
 {
-    constexpr int64 shortest = 16;
+    constexpr size_t shortest = 16;
 
-    if (a == nullptr || b == nullptr || std::min (aLength, bLength) < shortest)
+    if (std::min (a.size(), b.size()) < shortest)
         return {};
 
-    const auto order = RealFft::orderFor ((double) aLength + (double) bLength);
+    const auto order = RealFft::orderFor ((double) a.size() + (double) b.size());
     RealFft::Buffer correlation (order), placed (order);
-    correlation.load ({ a, (size_t) aLength });
-    placed.load ({ b, (size_t) bLength });
+    correlation.load (a);
+    placed.load (b);
     correlation.forward();
     placed.forward();
     whitenCrossSpectrum (correlation.spectrum().data(), placed.spectrum().data(), correlation.size() / 2 + 1);
@@ -275,62 +268,42 @@ AlignResult gccPhat (const float* a, int64 aLength, const float* b, int64 bLengt
     const auto size = (int64) correlation.size();
 
     AlignResult result;
-    result.lag = lagFromIndex (peak.bestIndex, size, std::min (bLength, size));
+    result.lag = lagFromIndex (peak.bestIndex, size, std::min (lengthOf (b), size));
     result.confidence =
         peak.second > noRunnerUp ? std::clamp ((peak.best / peak.second - 1.0f) * 2.0f, 0.0f, 1.0f) : 1.0f;
     result.found = peak.best > 0.0f;
     return result;
 }
 
-AlignResult envelopeCoarse (const float* a, int64 aLength, const float* b, int64 bLength, int sampleRate)
+AlignResult envelopeCoarse (Samples a, Samples b, int sampleRate)
 {
     constexpr int valuesPerSecond = 80;
     constexpr int64 hopWithoutRate = 600;
     constexpr size_t fewestValues = 8;
     constexpr int64 mostValues = 262144;
 
-    if (a == nullptr || b == nullptr)
-        return {};
-
     const auto hop = sampleRate >= 100 ? std::max (sampleRate / valuesPerSecond, 1) : hopWithoutRate;
-    const auto envelopeA = energyEnvelope ({ a, std::max<int64> (aLength, 0) }, hop);
-    const auto envelopeB = energyEnvelope ({ b, std::max<int64> (bLength, 0) }, hop);
+    const auto envelopeA = energyEnvelope (a, hop);
+    const auto envelopeB = energyEnvelope (b, hop);
 
     if (std::min (envelopeA.size(), envelopeB.size()) < fewestValues)
-        return gccPhat (a, aLength, b, bLength);
+        return gccPhat (a, b);
 
     const auto longest = (int64) std::max (envelopeA.size(), envelopeB.size());
     const auto stride = longest > mostValues ? longest / mostValues + 1 : 1;
-    auto result = stride == 1
-                      ? gccPhat (wholeOf (envelopeA), wholeOf (envelopeB))
-                      : gccPhat (wholeOf (everyNth (envelopeA, stride)), wholeOf (everyNth (envelopeB, stride)));
+    auto result = stride == 1 ? gccPhat (envelopeA, envelopeB)
+                              : gccPhat (everyNth (envelopeA, stride), everyNth (envelopeB, stride));
     result.lag *= stride * hop;
     return result;
 }
 
-AlignResult refineAround (const float* host,
-                          int64 hostLength,
-                          const float* guest,
-                          int64 guestLength,
-                          int64 roughLag,
-                          int sampleRate,
-                          int searchSeconds,
-                          int windowSeconds)
+AlignResult refineAround (Samples host, Samples guest, int64 roughLag, const RefineRange& range)
 {
-    return refineAround (SignalOnDemand::of (host, host == nullptr ? 0 : hostLength),
-                         SignalOnDemand::of (guest, guest == nullptr ? 0 : guestLength),
-                         roughLag,
-                         sampleRate,
-                         searchSeconds,
-                         windowSeconds);
+    return refineAround (SignalOnDemand::of (host), SignalOnDemand::of (guest), roughLag, range);
 }
 
-AlignResult refineAround (const SignalOnDemand& host,
-                          const SignalOnDemand& guest,
-                          int64 roughLag,
-                          int sampleRate,
-                          int searchSeconds,
-                          int windowSeconds)
+AlignResult
+refineAround (const SignalOnDemand& host, const SignalOnDemand& guest, int64 roughLag, const RefineRange& range)
 {
     constexpr int64 shortest = 32;
     constexpr int64 shortestSlide = 256;
@@ -341,15 +314,15 @@ AlignResult refineAround (const SignalOnDemand& host,
     if (overlap.length < shortest)
         return tooShort;
 
-    const auto rate = (int64) (sampleRate < 1 ? 48000 : sampleRate);
-    const auto window = std::min (windowSeconds * rate, overlap.length);
-    const auto radius = rate * searchSeconds;
+    const auto rate = (int64) (range.sampleRate < 1 ? 48000 : range.sampleRate);
+    const auto window = std::min (range.windowSeconds * rate, overlap.length);
+    const auto radius = rate * range.searchSeconds;
 
     // The raised width may exceed the overlap; then the scan has nothing to slide over.
     LoudestWindow loudest (std::max (window, shortestSlide));
     guest.visitBlocks (overlap.start, overlap.length, [&] (int64, auto samples) { loudest.push (samples); });
-    const auto bounds =
-        windowAround (host.length, guest.length, overlap.start + loudest.finish(), window, roughLag, radius);
+    const WindowGrid grid { host.length, guest.length, roughLag, window, radius };
+    const auto bounds = grid.at (overlap.start + loudest.finish());
 
     if (bounds.isShorterThan (shortest))
         return tooShort;
@@ -357,7 +330,7 @@ AlignResult refineAround (const SignalOnDemand& host,
     std::vector<float> hostScratch, guestScratch;
     const auto hostPart = host.read (bounds.hostStart, bounds.hostLength, hostScratch);
     const auto guestPart = guest.read (bounds.guestStart, bounds.guestLength, guestScratch);
-    auto result = gccPhat ({ hostPart.data(), bounds.hostLength }, { guestPart.data(), bounds.guestLength });
+    auto result = gccPhat (hostPart, guestPart);
     result.lag = bounds.toWholeLag (result.lag);
 
     if (! result.found || std::abs (result.lag - roughLag) >= radius - 1)
@@ -366,11 +339,9 @@ AlignResult refineAround (const SignalOnDemand& host,
     return result;
 }
 
-float correlationAtLag (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag)
+float correlationAtLag (Samples host, Samples guest, int64 lag)
 {
-    return correlationAtLag (SignalOnDemand::of (host, host == nullptr ? 0 : hostLength),
-                             SignalOnDemand::of (guest, guest == nullptr ? 0 : guestLength),
-                             lag);
+    return correlationAtLag (SignalOnDemand::of (host), SignalOnDemand::of (guest), lag);
 }
 
 float correlationAtLag (const SignalOnDemand& host, const SignalOnDemand& guest, int64 lag)
@@ -406,8 +377,7 @@ float correlationAtLag (const SignalOnDemand& host, const SignalOnDemand& guest,
     return norm > silence ? (float) std::min (std::abs (product) / norm, 1.0) : 0.0f;
 }
 
-DriftResult
-measureDrift (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag, int sampleRate)
+DriftResult measureDrift (Samples host, Samples guest, int64 lag, int sampleRate)
 {
     constexpr double anchors[] = { 0.12, 0.3, 0.5, 0.7, 0.88 };
     constexpr int64 shortest = 64;
@@ -417,9 +387,9 @@ measureDrift (const float* host, int64 hostLength, const float* guest, int64 gue
     DriftResult result;
     result.offsetSamples = lag;
     const auto rate = (int64) std::max (sampleRate, 100);
-    const auto overlap = overlapAt (hostLength, guestLength, lag);
+    const auto overlap = overlapAt (lengthOf (host), lengthOf (guest), lag);
 
-    if (host == nullptr || guest == nullptr || overlap.length < rate)
+    if (overlap.length < rate)
         return result;
 
     const auto window = std::min (std::max (overlap.length / 8, rate / 2), 2 * rate);
@@ -428,8 +398,7 @@ measureDrift (const float* host, int64 hostLength, const float* guest, int64 gue
     std::vector<LagPoint> points;
     auto correlationSum = 0.0f;
 
-    for (const auto& measured :
-         measureWindows ({ host, hostLength }, { guest, guestLength }, lag, anchors, window, radius, shortest))
+    for (const auto& measured : measureWindows (host, guest, lag, { anchors, window, radius, shortest }))
     {
         const auto correlation = measured.correlation();
 
@@ -453,8 +422,7 @@ measureDrift (const float* host, int64 hostLength, const float* guest, int64 gue
     return result;
 }
 
-VerifyResult
-verifyAlignment (const float* host, int64 hostLength, const float* guest, int64 guestLength, int64 lag, int sampleRate)
+VerifyResult verifyAlignment (Samples host, Samples guest, int64 lag, int sampleRate)
 {
     constexpr double fractions[] = { 0.1, 0.5, 0.9 };
     constexpr int64 shortestSignal = 4096;
@@ -462,9 +430,9 @@ verifyAlignment (const float* host, int64 hostLength, const float* guest, int64 
     constexpr float leastConfidence = 0.2f;
 
     VerifyResult result;
-    const auto overlap = overlapAt (hostLength, guestLength, lag);
+    const auto overlap = overlapAt (lengthOf (host), lengthOf (guest), lag);
 
-    if (host == nullptr || guest == nullptr || std::min ({ hostLength, guestLength, overlap.length }) < shortestSignal)
+    if (std::min ({ lengthOf (host), lengthOf (guest), overlap.length }) < shortestSignal)
         return result;
 
     const auto rate = (int64) std::max (sampleRate, 100);
@@ -473,8 +441,7 @@ verifyAlignment (const float* host, int64 hostLength, const float* guest, int64 
     std::vector<int64> lags;
     auto confidenceSum = 0.0f;
 
-    for (const auto& measured :
-         measureWindows ({ host, hostLength }, { guest, guestLength }, lag, fractions, window, margin, shortest))
+    for (const auto& measured : measureWindows (host, guest, lag, { fractions, window, margin, shortest }))
     {
         const auto& local = measured.local;
 

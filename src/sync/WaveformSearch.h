@@ -41,49 +41,37 @@ struct VerifyResult
 
 /** Cross-correlation with phase transform (Knapp and Carter, 1976), on at most 2^20 samples: longer inputs are cut there
     and the correlation wraps around. Needs 16 samples of each. */
-[[nodiscard]] AlignResult gccPhat (const float* a, juce::int64 aLength, const float* b, juce::int64 bLength);
+[[nodiscard]] AlignResult gccPhat (std::span<const float> a, std::span<const float> b);
 
 /** A rough lag between whole recordings from their energy envelopes of 80 values a second. */
-[[nodiscard]] AlignResult
-envelopeCoarse (const float* a, juce::int64 aLength, const float* b, juce::int64 bLength, int sampleRate);
+[[nodiscard]] AlignResult envelopeCoarse (std::span<const float> a, std::span<const float> b, int sampleRate);
+
+/** How far a lag is refined. */
+struct RefineRange
+{
+    int sampleRate = 48000;
+    int searchSeconds = 4;    // to either side of the rough lag
+    int windowSeconds = 4;    // of the guest that are correlated
+};
 
 /** Takes a rough lag to sample accuracy: one correlation of the guest's loudest stretch with the host around it.
     Always answers found. A confidence of 0.15 (too little overlap) or 0.1 (no peak, or only one at the edge of the
     search, where the ends of the stretches met and not their sound) marks the rough lag, unrefined. */
-[[nodiscard]] AlignResult refineAround (const float* host,
-                                        juce::int64 hostLength,
-                                        const float* guest,
-                                        juce::int64 guestLength,
-                                        juce::int64 roughLag,
-                                        int sampleRate,
-                                        int searchSeconds,
-                                        int windowSeconds);
-[[nodiscard]] AlignResult refineAround (const SignalOnDemand& host,
-                                        const SignalOnDemand& guest,
-                                        juce::int64 roughLag,
-                                        int sampleRate,
-                                        int searchSeconds,
-                                        int windowSeconds);
+[[nodiscard]] AlignResult
+refineAround (std::span<const float> host, std::span<const float> guest, juce::int64 roughLag, const RefineRange&);
+[[nodiscard]] AlignResult
+refineAround (const SignalOnDemand& host, const SignalOnDemand& guest, juce::int64 roughLag, const RefineRange&);
 
 /** The plain normalised correlation at a lag, 0 to 1; the sign is ignored, so that an inverted microphone scores. */
-[[nodiscard]] float correlationAtLag (
-    const float* host, juce::int64 hostLength, const float* guest, juce::int64 guestLength, juce::int64 lag);
+[[nodiscard]] float correlationAtLag (std::span<const float> host, std::span<const float> guest, juce::int64 lag);
 [[nodiscard]] float correlationAtLag (const SignalOnDemand& host, const SignalOnDemand& guest, juce::int64 lag);
 
 /** Measures the lag at five places around the given one and fits a line: the offset and the clock drift. */
-[[nodiscard]] DriftResult measureDrift (const float* host,
-                                        juce::int64 hostLength,
-                                        const float* guest,
-                                        juce::int64 guestLength,
-                                        juce::int64 lag,
-                                        int sampleRate);
+[[nodiscard]] DriftResult
+measureDrift (std::span<const float> host, std::span<const float> guest, juce::int64 lag, int sampleRate);
 
 /** Checks a lag at three places. No command reaches it: places are proved along the whole stretch (proveMatches). */
-[[nodiscard]] VerifyResult verifyAlignment (const float* host,
-                                            juce::int64 hostLength,
-                                            const float* guest,
-                                            juce::int64 guestLength,
-                                            juce::int64 lag,
-                                            int sampleRate);
+[[nodiscard]] VerifyResult
+verifyAlignment (std::span<const float> host, std::span<const float> guest, juce::int64 lag, int sampleRate);
 
 }    // namespace ld

@@ -23,7 +23,7 @@ void MainComponent::exportChooser()
         return chooseExportFolder (ExportScope::openTake);
 
     const Choice which { "Export for editing systems",
-                         "Export the files of all takes, with one for the whole day, or of the open take?",
+                         "All takes, with a set for the whole day, or the open take alone?",
                          { "All takes", "Open take", "Cancel" } };
     questions.choose (which, this, [self = juce::Component::SafePointer<MainComponent> (this)] (int answer) {
         if (self != nullptr && answer < 2)

@@ -45,21 +45,6 @@ SharedFiles sharedFilesOf (const std::vector<BatchMatch>& matches)
 
 }    // namespace
 
-juce::String timecodeAt (const HostTake& host, juce::int64 sample)
-{
-    constexpr double secondsOfDay = 86400.0;
-
-    // A stamp counts at a rate of its own, which differs from the audio's on pulled recordings.
-    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
-    const auto behind = std::llround (stampRate * (double) sample / std::max (host.format.sampleRate, 1));
-    auto at = (juce::int64) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
-
-    if (at < 0)
-        at = std::max<juce::int64> (at + std::llround (secondsOfDay * stampRate), 0);
-
-    return formatTimecode ((juce::uint64) at, stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
-}
-
 juce::String headlineOf (const HostTake& host)
 {
     if (! host.format.valid)

@@ -13,10 +13,6 @@ namespace ld
 /** Scene, take, start, channels and rate of the open poly; empty where none is open. */
 [[nodiscard]] juce::String headlineOf (const HostTake&);
 
-/** The poly's timecode at one of its samples; of a place before its start too, the evening before where that is before
-    midnight. */
-[[nodiscard]] juce::String timecodeAt (const HostTake&, juce::int64 sample);
-
 /** Where the playhead stands on the poly's clock, and how long the poly is; empty where none is open.
     playhead   host samples from the start of the take */
 [[nodiscard]] juce::String transportText (const HostTake&, juce::int64 playhead);

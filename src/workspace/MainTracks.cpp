@@ -1,8 +1,8 @@
 #include "workspace/MainComponent.h"
 
+#include "media/BextIxml.h"
 #include "monitor/MixerPanelLayout.h"
 #include "output/GuestSpans.h"
-#include "workspace/MainText.h"
 
 // What the user does to single tracks: choose, nudge, mix, name, remove; and to all of them: reset.
 

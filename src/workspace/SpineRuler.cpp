@@ -65,7 +65,7 @@ std::vector<RulerMark> quarterMarks (const HostTake& host,
         const auto share = (double) quarter / 4.0;
         const auto sample = (int64) std::round ((double) view.takeLength * share);
         const auto x = timeline.getX() + timeline.getWidth() * (float) share;
-        auto mark = markAt (sample, rulerText (host, sample), ruler, x, boxWidth);
+        auto mark = markAt (sample, timecodeAt (host, sample), ruler, x, boxWidth);
 
         if (quarter == 0)
         {
@@ -117,7 +117,7 @@ std::vector<RulerMark> frameMarks (const HostTake& host,
 
         if (sample >= visible.start)
             marks.push_back (
-                markAt (sample, rulerText (host, sample), ruler, xOfSample (timeline, sample, visible), boxWidth));
+                markAt (sample, timecodeAt (host, sample), ruler, xOfSample (timeline, sample, visible), boxWidth));
     }
 }
 
@@ -139,7 +139,7 @@ std::vector<RulerMark> sampleMarks (const HostTake& host,
     for (auto sample = (visible.start + step - 1) / step * step; sample <= visible.end(); sample += step)
     {
         const auto into = sample - clock.sampleOfFrame (clock.frameAt (sample));
-        const auto text = rulerText (host, sample) + " +" + juce::String (into);
+        const auto text = timecodeAt (host, sample) + " +" + juce::String (into);
         marks.push_back (markAt (sample, text, ruler, xOfSample (timeline, sample, visible), width));
     }
 
@@ -169,15 +169,6 @@ std::vector<RulerMark> rulerMarks (const HostTake& host,
             mark.text.clear();
 
     return marks;
-}
-
-juce::String rulerText (const HostTake& host, int64 sample)
-{
-    const auto stampRate = sampleRateForTimestamp (host.ixml, host.format);
-    const auto behind = std::round (stampRate * (double) sample / std::max (host.format.sampleRate, 1));
-    const auto stamp = (double) timestampFromIxmlOrBext (host.ixml, host.bext) + behind;
-    return formatTimecode (
-        (juce::uint64) std::max (stamp, 0.0), stampRate, host.ixml.timecodeRate, host.ixml.timecodeFlag);
 }
 
 }    // namespace ld

@@ -23,7 +23,4 @@ struct RulerMark
 [[nodiscard]] std::vector<RulerMark>
 rulerMarks (const HostTake&, juce::Rectangle<float> ruler, juce::Rectangle<float> timeline, const TimelineView&);
 
-/** The time on the host's clock at a sample of the take. */
-[[nodiscard]] juce::String rulerText (const HostTake&, juce::int64 sample);
-
 }    // namespace ld

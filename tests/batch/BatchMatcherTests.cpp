@@ -209,8 +209,8 @@ TEST (BatchMatcher, SearchesTheSharedStretchBothWays)
         const auto outcome = compareBatch (shoot.scans(), {});
         const auto& found = outcome.comparisons.at (0).guest.alignment;
         const auto shared = stretchOf (mixdown (Channels (3, sound)), 12 * rate, 25 * rate);
-        const auto inHost = computeMfccOffset (shared.data(), 25 * rate, guest.data(), 25 * rate, rate);
-        const auto inGuest = computeMfccOffset (guest.data(), 25 * rate, shared.data(), 25 * rate, rate);
+        const auto inHost = computeMfccOffset (shared, guest, rate);
+        const auto inGuest = computeMfccOffset (guest, shared, rate);
         EXPECT_NEAR (found.confidence, std::max (inHost.zScore, inGuest.zScore), 1e-3);
         EXPECT_EQ (found.offsetSamples, 20 * rate);
         turned += inGuest.zScore > inHost.zScore ? 1 : 0;
@@ -344,9 +344,8 @@ TEST (BatchMatcher, FindsWhatThePlainSearchFinds)
         signals.insert (signals.begin(), mixdown (signals));
         const auto& poly = signals.front();
         const auto guest = mixdown (loadAllChannels (verdict.guest.file, rate));
-        const auto found = computeMfccOffsetBest (signals, guest.data(), (int64) guest.size(), rate, false);
-        const auto refined = refineAround (
-            poly.data(), (int64) poly.size(), guest.data(), (int64) guest.size(), found.offsetSamples, rate, 4, 4);
+        const auto found = computeMfccOffsetBest (signals, guest, rate, false);
+        const auto refined = refineAround (poly, guest, found.offsetSamples, { rate, 4, 4 });
 
         EXPECT_EQ (verdict.guest.alignment.confidence, found.zScore);
         EXPECT_EQ (verdict.guest.alignment.offsetSamples, refined.lag);

@@ -19,12 +19,12 @@ constexpr int rate = 8000;
 
 DriftResult drift (const Signal& host, const Signal& guest, int64 lag)
 {
-    return measureDrift (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), lag, rate);
+    return measureDrift (host, guest, lag, rate);
 }
 
 VerifyResult verify (const Signal& host, const Signal& guest, int64 lag)
 {
-    return verifyAlignment (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), lag, rate);
+    return verifyAlignment (host, guest, lag, rate);
 }
 
 // A guest whose lag jumps: piece i covers the next `length` samples, at its own lag. No lag: silence.
@@ -73,7 +73,7 @@ TEST (ClockDrift, IsMeasuredWithItsSignAndTakenOutOfTheWholeClip)
             for (const int64 at : { 3 * rate, 22 * rate, 43 * rate })
             {
                 const auto found =
-                    gccPhat (host.data() + at + lag - 400, 2 * 400 + rate, guest.monoAudio.data() + at, rate);
+                    gccPhat (stretchOf (host, at + lag - 400, 2 * 400 + rate), stretchOf (guest.monoAudio, at, rate));
                 EXPECT_LE (std::abs (found.lag - 400), 1) << at << ", " << slope << ", " << lag;
                 EXPECT_GT (found.confidence, 0.5f);
             }

@@ -20,7 +20,7 @@ constexpr int rate = 8000;
 
 EnvelopeSyncResult syncOf (const Signal& host, const Signal& guest, int sampleRate = rate)
 {
-    return computeEnvelopeSync (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), sampleRate);
+    return computeEnvelopeSync (host, guest, sampleRate);
 }
 
 // A guest of the host's sound whose lag is another in each stretch of this many seconds.
@@ -73,7 +73,7 @@ TEST (EnvelopeSync, DoesNotTrustWhatIsNotAlikeOrFlat)
     for (const auto length : { 0, 31, 63, 320 })
         EXPECT_EQ (syncOf (host, stretchOf (host, 0, length)), EnvelopeSyncResult()) << length;
 
-    EXPECT_EQ (computeEnvelopeSync (nullptr, 100, host.data(), 100, rate), EnvelopeSyncResult());
+    EXPECT_EQ (computeEnvelopeSync ({}, host, rate), EnvelopeSyncResult());
 }
 
 TEST (EnvelopeSync, TakesTheUpperMedianOfOneOrTwoWindows)

@@ -20,12 +20,12 @@ constexpr double pi = juce::MathConstants<double>::pi;
 
 MfccResult offset (const Signal& host, const Signal& guest, int rate)
 {
-    return computeMfccOffset (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), rate);
+    return computeMfccOffset (host, guest, rate);
 }
 
 MfccResult offsetBothWays (const Signal& host, const Signal& guest, int rate)
 {
-    return computeMfccOffsetBothWays (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), rate);
+    return computeMfccOffsetBothWays (host, guest, rate);
 }
 
 int64 samplesOfFrames (int64 frames)
@@ -272,15 +272,14 @@ TEST (ContentOffset, TheBetterOfBothWaysAndOfAllChannelsStands)
 
     for (const auto bothWays : { false, true })
     {
-        const auto best = computeMfccOffsetBest (channels, guest.data(), (int64) guest.size(), rate, bothWays);
+        const auto best = computeMfccOffsetBest (channels, guest, rate, bothWays);
         EXPECT_EQ (best, bothWays ? both : oneWay);
     }
 
-    EXPECT_EQ (computeMfccOffsetBest ({ Signal (9999) }, guest.data(), (int64) guest.size(), rate, true),
-               MfccResult {});
+    EXPECT_EQ (computeMfccOffsetBest ({ Signal (9999) }, guest, rate, true), MfccResult {});
     EXPECT_EQ (offset (host, stretchOf (guest, 0, 255), rate), MfccResult {});
     EXPECT_EQ (offsetBothWays (stretchOf (host, 0, 255), guest, rate), MfccResult {});
-    EXPECT_EQ (computeMfccOffset (nullptr, 9999, guest.data(), 9999, rate), MfccResult {});
+    EXPECT_EQ (computeMfccOffset (std::span<const float>(), guest, rate), MfccResult {});
 }
 
 }    // namespace

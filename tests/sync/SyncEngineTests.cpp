@@ -144,8 +144,7 @@ TEST (Ladder, TimecodeIsRefinedOnlyWhereThePeakStandsOut)
     {
         const auto guest = sumOf (
             stretchOf (host, 40000, rate / 2), stretchOf (host, 40000 - 300, rate / 2), 0.5f + 0.01f * (float) step);
-        const auto peak =
-            refineAround (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), 40000, rate, 2, 4);
+        const auto peak = refineAround (host, guest, 40000, { rate, 2, 4 });
         const auto found = Scene (40000).align (host, guest);
         EXPECT_EQ (found.detail.startsWith ("Timecode rough-in"), peak.confidence >= 0.45f) << peak.confidence;
         justBelow += peak.confidence > 0.40f && peak.confidence < 0.45f ? 1 : 0;

@@ -19,23 +19,22 @@ using testing::FloatNear;
 
 AlignResult phat (const Signal& a, const Signal& b)
 {
-    return gccPhat (a.data(), (int64) a.size(), b.data(), (int64) b.size());
+    return gccPhat (a, b);
 }
 
 AlignResult coarse (const Signal& a, const Signal& b, int rate)
 {
-    return envelopeCoarse (a.data(), (int64) a.size(), b.data(), (int64) b.size(), rate);
+    return envelopeCoarse (a, b, rate);
 }
 
 AlignResult refine (const Signal& host, const Signal& guest, int64 roughLag, int rate, int search, int window)
 {
-    return refineAround (
-        host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), roughLag, rate, search, window);
+    return refineAround (host, guest, roughLag, { rate, search, window });
 }
 
 float correlation (const Signal& host, const Signal& guest, int64 lag)
 {
-    return correlationAtLag (host.data(), (int64) host.size(), guest.data(), (int64) guest.size(), lag);
+    return correlationAtLag (host, guest, lag);
 }
 
 using Spectrum = std::vector<std::complex<double>>;
@@ -164,7 +163,7 @@ TEST (PhaseTransform, TooShortOrSilentInputIsNotFound)
     const auto signal = noise (4000, 10);
     EXPECT_EQ (phat (signal, stretchOf (signal, 5, 15)), AlignResult {});
     EXPECT_TRUE (phat (signal, stretchOf (signal, 5, 16)).found);
-    EXPECT_EQ (gccPhat (nullptr, 100, signal.data(), 100), AlignResult {});
+    EXPECT_EQ (gccPhat ({}, signal), AlignResult {});
 
     const auto silent = phat (signal, Signal (2000));
     EXPECT_FALSE (silent.found);
@@ -258,7 +257,7 @@ TEST (Refining, APeakAtTheEdgeOfTheSearchIsNoAnswer)
         const auto host = lowPassed (noise (30 * rate, seed), 40);
         const auto guest = lowPassed (noise (window * rate, seed + 100), 40);
         const auto ends =
-            gccPhat (host.data() + rough - radius, 2 * radius + window * rate, guest.data(), window * rate);
+            phat (stretchOf (host, rough - radius, 2 * radius + window * rate), stretchOf (guest, 0, window * rate));
         const auto result = refine (host, guest, rough, rate, search, window);
 
         if (std::abs (ends.lag - radius) < radius - 1)

@@ -193,6 +193,40 @@ TEST_F (MainView, RemovesATrackWhenTheUserAgrees)
     EXPECT_EQ (status(), "");
 }
 
+TEST_F (MainView, ShowsTheLanesOfATakeWhileItIsReadAndTakesNoEditOnThem)
+{
+    open.chosen = { poly ("p1.wav"),
+                    write ("p2.wav", { noise (9000, 1), noise (9000, 2), noise (9000, 3) }, 50000u * rate) };
+    open.click ("Open polys");
+    ASSERT_TRUE (open.settle());
+    open.drop ({ iso ("b.wav", 5 * rate) });
+    ASSERT_TRUE (open.settle());
+    auto& spine = open.child<WaveformSpine> ("Timeline");
+    open.click ("Prev");
+    ASSERT_TRUE (open.settle());
+    const auto lanesOfFirst = spine.layoutLanes().size();
+    open.click ("Next");
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (spine.layoutLanes().size(), 3u);
+    ASSERT_TRUE (pumpUntil ([&] { return *open.view->runningJobs() == 0; })) << "the take that was left is kept";
+
+    open.click ("Prev");
+    EXPECT_TRUE (spine.isReading) << "at once";
+    EXPECT_EQ (spine.session->host.file.getFileName(), "p1.wav");
+    EXPECT_EQ (spine.layoutLanes().size(), lanesOfFirst);
+    EXPECT_FALSE (spine.session->host.peaks.empty()) << "with its curves";
+    EXPECT_EQ (spine.session->guests[0].alignment.offsetSamples, 5 * rate);
+    const auto steps = open.view->history().state();
+    const auto at = spine.layoutLanes().back().removeButton.getCentre();
+    const auto& mouse = juce::Desktop::getInstance().getMainMouseSource();
+    spine.mouseDown ({ mouse, at, {}, 0, 0, 0, 0, 0, &spine, &spine, {}, at, {}, 1, false });
+    EXPECT_TRUE (open.press (KeyPress ('m')));
+    ASSERT_TRUE (open.settle());
+    EXPECT_FALSE (spine.isReading);
+    EXPECT_EQ (spine.session, &session());
+    EXPECT_EQ (open.view->history().state(), steps);
+}
+
 TEST_F (MainView, PlaysSeeksAndDrawsFaders)
 {
     load ({ poly() });

@@ -3,6 +3,8 @@
 #include "workspace/WavePicture.h"
 #include "workspace/WaveformSpine.h"
 
+#include "media/BextIxml.h"
+
 #include <gmock/gmock.h>
 
 namespace ld::test
@@ -280,8 +282,8 @@ TEST (SpineText, NamesALaneAndItsPlace)
     auto stamped = host;
     stamped.ixml.hasTimestamp = stamped.ixml.present = true;
     stamped.ixml.timestampSamples = 48000;
-    EXPECT_EQ (rulerText (stamped, 0), "00:00:01:00");
-    EXPECT_EQ (rulerText (stamped, takeFrames), "00:00:03:02") << "100000 samples are 50 frames of 24";
+    EXPECT_EQ (timecodeAt (stamped, 0), "00:00:01:00");
+    EXPECT_EQ (timecodeAt (stamped, takeFrames), "00:00:03:02") << "100000 samples are 50 frames of 24";
 }
 
 TEST (Spine, TellsWhatIsPressedInTheOrderOfWhatLiesOnTop)
