@@ -59,12 +59,17 @@ replaceTakes (const SessionDocument&, std::vector<BatchMatch>, std::vector<Recor
 
 // Names. Each writes the one field, of the one lane.
 
-[[nodiscard]] WorkEdit renameLane (
-    const SessionDocument&, const Session&, const juce::Uuid& guest, int lane, const juce::String& name, bool ofFamily);
+struct LaneOfGuest
+{
+    juce::Uuid guest;
+    int lane = 0;
+};
+
+[[nodiscard]] WorkEdit
+renameLane (const SessionDocument&, const Session&, const LaneOfGuest&, const juce::String& name, bool ofFamily);
 
 /** number   1 or more; the channel number in combined files */
-[[nodiscard]] WorkEdit
-numberLane (const SessionDocument&, const Session&, const juce::Uuid& guest, int lane, int number);
+[[nodiscard]] WorkEdit numberLane (const SessionDocument&, const Session&, const LaneOfGuest&, int number);
 [[nodiscard]] WorkEdit
 noteGuest (const SessionDocument&, const Session&, const juce::Uuid& guest, const juce::String& note);
 

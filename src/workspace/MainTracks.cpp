@@ -81,11 +81,11 @@ void MainComponent::editLane (const juce::Uuid& id, int lane, LaneField field, c
     const auto& doc = work.document();
 
     if (field == LaneField::name)
-        perform (renameLane (doc, session, id, lane, text, inspector.appliesToFamily()));
+        perform (renameLane (doc, session, { id, lane }, text, inspector.appliesToFamily()));
     else if (field == LaneField::note)
         perform (noteGuest (doc, session, id, text));
     else if (text.getIntValue() >= 1)
-        perform (numberLane (doc, session, id, lane, text.getIntValue()));
+        perform (numberLane (doc, session, { id, lane }, text.getIntValue()));
 }
 
 void MainComponent::searchSelected()
