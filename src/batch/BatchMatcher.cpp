@@ -29,7 +29,7 @@ Alignment timecodeOr (const MatchPair& pair, int rate, const char* detail)
     return offset ? placedByTimecode (*offset) : undecided (detail);
 }
 
-// Runs the plan: loads what a round needs, compares its pairs, and lets go of what the next does not need.
+// Runs the plan: loads what a round needs, compares its pairs, and frees what the next does not need.
 class BatchRun
 {
 public:

@@ -167,7 +167,7 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
     if (! wasRead || ! (needs.mono || needs.channels || coefficientsAtOnce))
         return;
 
-    // Members only when they are full: until then what is read comes from the file.
+    // Assigned only when complete: until then reads go to the file.
     std::vector<float> mixed;
     std::vector<std::vector<float>> channels ((size_t) (needs.channels ? source.channels : 0));
     std::optional<SignalAnalysis> analysis;

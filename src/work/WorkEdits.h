@@ -6,7 +6,7 @@
 namespace ld
 {
 
-// What the user can do to the work, each from document to document. A guest is told as it stands in the open session; it is
+// What the user can do to the work, each from document to document. A guest is passed as it is in the open session; it is
 // known by its files. What names a take or a guest that the document does not have changes nothing.
 
 /** The take of a poly; null where there is none. */
@@ -24,7 +24,7 @@ namespace ld
 [[nodiscard]] SessionDocument
 withPlaces (SessionDocument, const juce::File& poly, const std::vector<FilePlace>& places);
 
-/** The guest's places are to be searched anew. */
+/** The guest's places are to be searched again. */
 [[nodiscard]] WorkEdit searchGuestAgain (const SessionDocument&, const juce::File& poly, const GuestClip&);
 
 // Files

@@ -86,7 +86,7 @@ void InspectorPanel::setUpButtons()
 
 void InspectorPanel::setGuest (const GuestClip* clip, int laneToShow, const GuestClock& clockToShow)
 {
-    // The editors tell what is typed by a message, and this call may have come before it.
+    // The editors report typing by a message, and this call may come before it.
     tellEdits();
 
     const auto id = clip != nullptr ? clip->id : juce::Uuid::null();
