@@ -138,7 +138,7 @@ void measureOpening (MainComponent& view, int key, const char* what)
     paintNow (view);
     std::cout << what << ": lanes after " << millisecondsSince (start) << " ms";
     ld::test::pumpUntilIdle (view);
-    std::cout << ", all of it after " << millisecondsSince (start) / 1000.0 << " s" << std::endl;
+    std::cout << ", all of it after " << millisecondsSince (start) / 1000.0 << " s; " << view.status() << std::endl;
 }
 
 }    // namespace

@@ -3,6 +3,7 @@
 #include "batch/GlobalDecision.h"
 #include "batch/PairComparison.h"
 #include "batch/Workers.h"
+#include "sync/PlaceLadder.h"
 
 #include <algorithm>
 #include <atomic>
@@ -24,12 +25,11 @@ Alignment undecided (const char* detail)
 
 Alignment timecodeOr (const MatchPair& pair, int rate, const char* detail)
 {
-    auto alignment = undecided (detail);
-    juce::ignoreUnused (placeByTimecodeAlone (pair.overlap, rate, alignment));
-    return alignment;
+    const auto offset = offsetByTimecode (pair.overlap, rate);
+    return offset ? placedByTimecode (*offset) : undecided (detail);
 }
 
-// Runs the plan: loads what a round needs, compares its pairs, and lets go of what the next does not need.
+// Runs the plan: loads what a round needs, compares its pairs, and frees what the next does not need.
 class BatchRun
 {
 public:

@@ -44,6 +44,7 @@ using MatchProgress = std::function<void (int done, int total)>;
 [[nodiscard]] MatchOutcome
 compareBatch (const std::vector<ScanFile>& scans, const MatchProgress&, const MatchOptions& = {});
 
+/** The takes of compareBatch alone. No command reaches it: a scan's places are proved first (matchShoot). */
 [[nodiscard]] std::vector<BatchMatch> matchBatchByWaveform (const std::vector<ScanFile>& scans, const MatchProgress&);
 
 }    // namespace ld

@@ -50,7 +50,7 @@ void attachGuest (BatchMatch&, const ScanFile& guest, const PairScore&);
     or stereo file is a candidate for every poly; further polys are attached where metadata speaks for them. */
 [[nodiscard]] std::vector<BatchMatch> matchBatch (const std::vector<ScanFile>& scans);
 
-/** What tells one recording source from another: its family id, its tracks, or its file name without running number. */
+/** What identifies a recording source: its family id, its tracks, or its file name without running number. */
 [[nodiscard]] juce::String isoFamilyKey (const ScanFile&);
 
 /** Groups files into clips: consecutive files of one source. Two of them that run at the same time, overlapping by half

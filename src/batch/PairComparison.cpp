@@ -1,6 +1,7 @@
 #include "batch/PairComparison.h"
 
 #include "media/LargeBuffers.h"
+#include "sync/PlaceLadder.h"
 #include "sync/StreamResampler.h"
 #include "sync/WaveformSearch.h"
 
@@ -44,21 +45,21 @@ struct Working
     }
 };
 
-bool lockInOverlap (const Working& working, Alignment& result)
+std::optional<Alignment> lockInOverlap (const Working& working)
 {
     constexpr float leastCorrelation = 0.1f, leastConfidence = 6.0f, confidenceOfOne = 20.0f;
     const auto refined = working.refine (0);
     const auto correlation = refined.found ? correlationAtLag (working.host, working.guest, refined.lag) : 0.0f;
 
     if (! refined.found || correlation < leastCorrelation)
-        return false;
+        return {};
 
+    Alignment result;
     result.method = Alignment::Method::timecodeRefined;
     result.offsetSamples = working.toWholeLag (refined.lag);
     result.confidence = std::max (correlation * confidenceOfOne, leastConfidence);
-    result.needsManual = false;
     result.detail = "Timecode rough-in / waveform locked ncc=" + juce::String (correlation, 2);
-    return true;
+    return result;
 }
 
 // Coefficients of whole signals are shared by all pairs; those of a shared stretch belong to one pair, unless the stretch
@@ -83,14 +84,16 @@ MfccResult findContent (const MatchPair& pair, const ResidentSource& host, const
     return bestOffset (host.coefficientsOf (pair.hostStart, pair.length), guestPart.front(), rate, true);
 }
 
-void placeByContent (const Working& working, const MfccResult& found, Alignment& result)
+ContentPlace placeByContent (const Working& working, const MfccResult& found)
 {
+    Alignment result;
     const auto refined = working.refine (found.offsetSamples);
     result.method = Alignment::Method::waveform;
     result.offsetSamples = working.toWholeLag (refined.found ? refined.lag : found.offsetSamples);
     result.confidence = found.zScore;
     result.needsManual = ! found.locked;
     result.detail = "MFCC z=" + juce::String (found.zScore, 1);
+    return { std::move (result), found.locked };
 }
 
 // Makes the coefficients of several signals of one length, which come in blocks.
@@ -164,7 +167,7 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
     if (! wasRead || ! (needs.mono || needs.channels || coefficientsAtOnce))
         return;
 
-    // Members only when they are full: until then what is read comes from the file.
+    // Assigned only when complete: until then reads go to the file.
     std::vector<float> mixed;
     std::vector<std::vector<float>> channels ((size_t) (needs.channels ? source.channels : 0));
     std::optional<SignalAnalysis> analysis;
@@ -278,19 +281,9 @@ std::vector<MfccSignal> ResidentSource::coefficientsOf (int64 start, int64 stret
     return analysis.finish();
 }
 
-bool placeByTimecodeAlone (const TcOverlap& overlap, int rate, Alignment& result)
+std::optional<int64> offsetByTimecode (const TcOverlap& overlap, int rate)
 {
-    constexpr float timecodeConfidence = 0.35f;
-
-    if (! overlap.valid || overlap.overlapSamples < rate)
-        return false;
-
-    result = {};
-    result.offsetSamples = overlap.offsetSamples;
-    result.method = Alignment::Method::timecode;
-    result.confidence = timecodeConfidence;
-    result.detail = "Timecode only / no waveform lock";
-    return true;
+    return overlap.valid && overlap.overlapSamples >= rate ? std::optional (overlap.offsetSamples) : std::nullopt;
 }
 
 Alignment
@@ -301,18 +294,9 @@ comparePair (const MatchPair& pair, const ResidentSource& host, const ResidentSo
                             isInOverlap ? host.monoStretch (pair.hostStart, pair.length, longestRead) : host.mono(),
                             isInOverlap ? guest.monoStretch (pair.guestStart, pair.length, longestRead) : guest.mono(),
                             host.rate() };
-    Alignment result;
-    result.needsManual = true;
-
-    if (isInOverlap && lockInOverlap (working, result))
-        return result;
-
-    placeByContent (working, findContent (pair, host, guest), result);
-
-    if (result.needsManual)
-        juce::ignoreUnused (placeByTimecodeAlone (pair.overlap, host.rate(), result));
-
-    return result;
+    return climb ({ [&] { return isInOverlap ? lockInOverlap (working) : std::nullopt; },
+                    [&] { return placeByContent (working, findContent (pair, host, guest)); },
+                    [&] { return offsetByTimecode (pair.overlap, host.rate()); } });
 }
 
 }    // namespace ld

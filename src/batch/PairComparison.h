@@ -5,6 +5,7 @@
 #include "sync/MfccSearch.h"
 
 #include <mutex>
+#include <optional>
 
 namespace ld
 {
@@ -48,8 +49,8 @@ private:
     mutable std::vector<MfccSignal> signals;
 };
 
-/** The verdict where audio says nothing: the timecode's, if the overlap is a second or more. */
-[[nodiscard]] bool placeByTimecodeAlone (const TcOverlap&, int rate, Alignment&);
+/** Where the timecode puts the guest, if the overlap is a second or more. */
+[[nodiscard]] std::optional<juce::int64> offsetByTimecode (const TcOverlap&, int rate);
 
 /** The verdict on a pair by its audio: a waveform lock in the shared stretch, then a search for the content, then the
     timecode alone. Confidence is 20 times the correlation (at least 6) after a lock, or the search's score. */

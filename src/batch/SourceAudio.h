@@ -6,7 +6,7 @@
 namespace ld
 {
 
-/** Told how many seconds of a file's audio were read since it was told last; on the reading thread. */
+/** Given the seconds of a file's audio that were read since the last call; on the reading thread. */
 using OnAudioRead = std::function<void (double seconds)>;
 
 /** One file's audio at a rate, read as it is asked for: stretches are what the whole would hold, digit for digit. For one
@@ -39,7 +39,8 @@ private:
     OnAudioRead onRead;
 };
 
-/** Every channel of a file at a rate, each at least one sample long; empty if the file cannot be opened. */
+/** Every channel of a file at a rate, each at least one sample long; empty if the file cannot be opened. No
+    command reaches it: a scan reads blocks. */
 [[nodiscard]] std::vector<std::vector<float>> loadAllChannels (const juce::File&, int sampleRate);
 
 }    // namespace ld

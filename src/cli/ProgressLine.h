@@ -19,7 +19,7 @@ struct ProgressState
     double elapsedSeconds = 0.0;
 };
 
-/** Counts, rate, time left and phase, at most as wide as a terminal; rate and time left once they can be told. */
+/** Counts, rate, time left and phase, at most as wide as a terminal; rate and time left once they are known. */
 [[nodiscard]] juce::String makeProgressText (const ProgressState&);
 
 /** One line that rewrites itself on a terminal, several times a second, whatever the work is at. Silent elsewhere. All

@@ -21,7 +21,7 @@ struct Vote
     size_t track = 0;
 };
 
-// What speaks for the sides of a place being alike, once one is moved.
+// How alike both sides of a place are, once one is moved.
 struct Likeness
 {
     double shift = 0.0, atShift = 0.0, asTheyAre = 0.0;

@@ -51,9 +51,9 @@ struct LineSearch
     std::vector<LagJump> jumps;     // that are known
 };
 
-/** The line that most windows agree on, however many of them tell something else: lines through two peaks are tried, and the
+/** The line that most windows agree on, however many of them disagree: lines through two peaks are tried, and the
     best by a bounded loss is refined by least squares with Tukey's biweight (Beaton and Tukey, 1974).
-    How surely it is one is told as the number of false alarms of Desolneux, Moisan and Morel (2000), with Hoeffding's bound.
+    Its certainty is the number of false alarms of Desolneux, Moisan and Morel (2000), with Hoeffding's bound.
     Nothing where no window has a peak. */
 [[nodiscard]] std::optional<LagLine> fitLagLine (const std::vector<LagWindow>&, const LineSearch&);
 

@@ -64,7 +64,7 @@ using LagProgress = std::function<void (int done, int total, size_t guest)>;
 
 /** Measures lags by cross-correlation with phase transform (Knapp and Carter, 1976) over the band from 120 Hz to 10 kHz.
     Files are read stretch by stretch as queries need them, a window of a host once for all guests.
-    onRead    told of the audio that was read, on the workers' threads
+    onRead    given the seconds of audio that were read, on the workers' threads
     Returns one answer for each query, in their order. Files that have gone, and stretches beyond a file's ends, are
     silence. Throws std::bad_alloc. */
 [[nodiscard]] std::vector<LagAnswer> measureLags (const std::vector<LagSource>&,

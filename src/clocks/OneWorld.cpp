@@ -12,7 +12,7 @@ namespace
 constexpr double sameTimeSeconds = 0.5;    // takes' own stamps may be off by some timecode frames
 constexpr double slippedSeconds = 5.0;     // a stamp can be off by so much on one file alone
 
-// How much speaks for a place: windows that agree, less those with sound that do not. A song is heard alike in many takes,
+// The evidence for a place: windows that agree, less those with sound that do not. A song is heard alike in many takes,
 // but what is said around it only in one.
 double weightOf (const DayPair& pair)
 {

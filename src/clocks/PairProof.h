@@ -52,7 +52,7 @@ struct KnownSlope
     bool isJumpy = false;    // another pair of the recorder has shown a jump
 };
 
-/** With the slope known, finds where the clocks jumped and fits the lines anew. */
+/** With the slope known, finds where the clocks jumped and fits the lines again. */
 void findProofJumps (const std::vector<KnownSlope>&);
 
 /** Fits a line without its jumps. */
@@ -61,7 +61,7 @@ void forgetJumps (PairProof&);
 /** Fits the lines with their jumps, and with a slope of their own. */
 void freeSlopes (const std::vector<KnownSlope>&);
 
-/** With the slope known, finds where the clocks jumped, looks closer there and at the ends, and fits the lines anew. */
+/** With the slope known, finds where the clocks jumped, looks closer there and at the ends, and fits the lines again. */
 void finishProofs (const std::vector<LagSource>&, const std::vector<KnownSlope>&, const ProofOptions&);
 
 }    // namespace ld

@@ -1,5 +1,7 @@
 #include "clocks/PlaceVerdict.h"
 
+#include "sync/PlaceLadder.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,7 +12,7 @@ namespace
 
 using juce::int64;
 
-constexpr float byClockConfidence = 0.9f, byTimecodeConfidence = 0.35f;
+constexpr float byClockConfidence = 0.9f;
 constexpr double leastShared = 1.0;     // s, for a place by clocks alone
 constexpr double sameSetting = 0.02;    // s
 constexpr int enoughSound = 8;          // windows that would show a line if there were one
@@ -152,7 +154,7 @@ PlaceVerdict byTimecode (const DayTable& table, const DayPair& pair)
 {
     const auto& clock = table.recorders[table.files[pair.file].recorder];
     PlaceVerdict verdict { pair.first, pair.firstAccepted };
-    verdict.alignment.confidence = byTimecodeConfidence;
+    verdict.alignment.confidence = timecodeOnlyConfidence;
     verdict.alignment.driftSlope = writable (clock.slope);
     verdict.alignment.stretches = { { 0, pair.first.offsetSamples, verdict.alignment.driftSlope } };
     verdict.alignment.evidence = "timecode alone, " + soundOf (pair);

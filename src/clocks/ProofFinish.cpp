@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-// The second half of a proof, once the slopes are known: jumps, closer looks, and the line for good.
+// The second half of a proof, once the slopes are known: jumps, closer looks, and the final line.
 
 namespace ld
 {
@@ -27,7 +27,7 @@ double nearnessOf (const LineSearch& search, size_t stretch)
     return std::clamp (0.4 * largest, 0.0005 * search.rate, 0.035 * search.rate);
 }
 
-// A stretch that hardly any window lies on is none.
+// A stretch with hardly any windows on it does not count.
 void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search)
 {
     constexpr int fewestWindows = 5;
@@ -71,7 +71,7 @@ void dropUnheardJumps (const std::vector<LagWindow>& windows, LineSearch& search
     }
 }
 
-// Finds the jumps of one proof and fits its line anew.
+// Finds the jumps of one proof and fits its line again.
 void followJumps (PairProof& proof)
 {
     auto search = proof.search;

@@ -243,7 +243,7 @@ size_t valuesOf (const std::vector<NamedFile*>& members, int number)
     return values.size();
 }
 
-// The number in the names of a group that tells its machines apart, if several are in it. A running number has as many
+// The number in the names of a group that differs from machine to machine, if several are in it. A running number has as many
 // values as there are files.
 std::optional<int> machineNumber (const std::vector<NamedFile*>& members)
 {
@@ -266,7 +266,7 @@ std::optional<int> machineNumber (const std::vector<NamedFile*>& members)
     return {};
 }
 
-// Files that cannot come from one machine are told apart by one more number; false where none had to be.
+// Files that cannot come from one machine are separated by one more number; false where none had to be.
 bool splitOnce (std::vector<NamedFile>& files)
 {
     std::map<juce::String, std::vector<NamedFile*>> groups;

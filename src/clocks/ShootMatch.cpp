@@ -19,7 +19,7 @@ constexpr double stampDoubt = 2.5, soundDoubt = 0.5;    // s
 constexpr double sameLook = 0.3;                        // s: two rough places that are one
 constexpr double leastShared = 1.0;                     // s
 
-// The result is not wanted any more: thrown by a worker, it ends the proof.
+// Thrown by a worker when the result is no longer wanted; ends the proof.
 struct GivenUp
 {
 };
@@ -45,7 +45,7 @@ public:
         lookForWrongHours();
         lookForLostRecorders();
 
-        // What is found anew may tell where more is to be looked for.
+        // What is newly found may show where else to look.
         constexpr int rounds = 3;
 
         for (int round = 0; round < rounds; ++round)
@@ -358,7 +358,7 @@ private:
 
     void followJumps()
     {
-        // The jumps tell the slopes, and the slopes the jumps.
+        // The slopes depend on the jumps, and the jumps on the slopes.
         const auto rough = knownSlopes();
         findProofJumps (rough);
         forgetLoneJumps (table);

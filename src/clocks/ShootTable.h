@@ -56,7 +56,7 @@ struct DayTable
 [[nodiscard]] DayTable
 makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<PairVerdict>&, int workers);
 
-/** What a proof tells of its recorder's clock. */
+/** What a proof says about its recorder's clock. */
 [[nodiscard]] ClockReading readClock (const DayTable&, const DayPair&);
 
 /** Tells the recorders apart, with all that the proofs so far say of their clocks. */
@@ -68,7 +68,7 @@ struct ExpectedPlace
     double lag = 0.0;    // samples, in the middle of the shared stretch
     double sharedSeconds = 0.0;
     double doubtSeconds = 0.0;
-    double ambiguousSeconds = 0.0;    // by which it may lie elsewhere, as the timecode was set anew about then
+    double ambiguousSeconds = 0.0;    // by which it may lie elsewhere, as the timecode was re-jammed about then
     bool isByFile = false;            // by the same file's place in another take, not by its recorder's timecode
 };
 [[nodiscard]] std::optional<ExpectedPlace> expectedPlace (const DayTable&, const DayPair&);

@@ -39,7 +39,7 @@ juce::File OutputNames::nameFor (const juce::File& poly)
     const auto stem = "COMBINED_" + poly.getFileNameWithoutExtension();
     auto name = stem;
 
-    // Some file systems do not tell capitals from small letters.
+    // Some file systems ignore case.
     for (int number = 2; ! taken.insert (name.toLowerCase()).second; ++number)
         name = stem + "_" + juce::String (number);
 

@@ -7,14 +7,14 @@
 namespace ld
 {
 
-/** Names the files of one run, so that two takes never share one: polys in different folders often bear the same name.
-    A file that an earlier run left is no obstacle; it is replaced. */
+/** Names the files of one run, so that two takes never share one: polys in different folders often have the same name.
+    A file that an earlier run left is replaced. */
 class OutputNames
 {
 public:
     explicit OutputNames (juce::File folder);
 
-    /** COMBINED_<poly's stem>.wav, or with _2, _3 ... behind the stem where this run has given the name away. */
+    /** COMBINED_<poly's stem>.wav, or with _2, _3 ... behind the stem where this run has used the name already. */
     [[nodiscard]] juce::File nameFor (const juce::File& poly);
 
 private:

@@ -29,7 +29,7 @@ struct ConformOutcome
 /** A whole batch as a scan left it. */
 [[nodiscard]] ConformOutcome outcomeOfScan (const std::vector<BatchMatch>&);
 
-/** The files of a batch's takes, each once: what a run begins with that scans nothing. */
+/** The files of a batch's takes, each once: the scans of a run that starts from a session. */
 [[nodiscard]] std::vector<ScanFile> filesOfTakes (const std::vector<BatchMatch>&);
 
 /** Fills unreadable and unmatched from the scans that the run began with. */

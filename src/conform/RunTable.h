@@ -5,7 +5,7 @@
 namespace ld
 {
 
-/** What a run did, as it is told to its user: the content of the closing table, for a terminal and for a window. */
+/** What a run did, for its user: the content of the closing table, in a terminal and in a window. */
 struct RunTable
 {
     /** A guest of a take. */
@@ -16,7 +16,7 @@ struct RunTable
         juce::String place;                 // of a placed one: "at sample 480, waveform"
         std::optional<float> confidence;    // of a placed one, 0 to 1, where it is a share
         juce::String detail;                // how the place was found, or why it was left out
-        juce::String evidence;              // of a placed one: what speaks for the place, where it was proved
+        juce::String evidence;              // of a placed one: the evidence for the place, where it was proved
     };
 
     struct Take

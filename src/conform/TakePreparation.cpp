@@ -101,7 +101,7 @@ ExportRequest exportRequestOf (Session& session)
 {
     ExportRequest request;
     request.mixer = session.mixer;
-    request.mixerCount = session.mixerCount();    // told by host and guests
+    request.mixerCount = session.mixerCount();    // counted from host and guests
     request.host = std::move (session.host);
     request.guests = std::move (session.guests);
     return request;

@@ -25,8 +25,8 @@ struct TakeEdits
     bool writesMarkers = true;         // in each combined file
     bool givesNewIds = false;          // to each combined file
 
-    // Asked all along, on the thread of the run. Once it says no, the run ends: takes that are written stay, of the one at hand
-    // nothing does, and the others are not begun.
+    // Polled on the thread of the run. Once it returns false, the run ends: takes that are written stay, nothing is left of
+    // the current one, and the others are not started.
     std::function<bool()> isWanted = [] { return true; };
 };
 
@@ -65,9 +65,9 @@ struct TakeOutcome
     outcome.written; a failure is the take's error. */
 using TakeWriter = std::function<juce::Result (ExportRequest&, TakeOutcome&)>;
 
-/** The one road from a match to what is written of it: loads the poly in a session of its own, adds its guests, lays the
+/** The only way from a match to what is written of it: loads the poly in a session of its own, adds its guests, lays the
     edits over them, places each and leaves out what stays doubtful.
-    progress   told the share of the take's guests that are placed, 0 to 1, on this thread
+    progress   given the share of the take's guests that are placed, 0 to 1, on this thread
     Never throws: what does not fit into memory is an error of the take. Of a take that is not written, no guest counts as
     placed. */
 [[nodiscard]] TakeOutcome
@@ -76,9 +76,9 @@ prepareTake (const BatchMatch&, const TakeEdits&, const SyncProgress& progress, 
 /** Marks all guests as not written; those that were placed get the reason. */
 void leaveOutAll (std::vector<GuestOutcome>&, const juce::String& why);
 
-/** Told how far a run is, on its thread: the take's index in the run, the share of its guests that are placed, 0 to 1, and
-    what is being done. Without a phase the beginning of every take is told, with 0, and the end of one whose poly could be
-    read, with 1. */
+/** Given how far a run is, on its thread: the take's index in the run, the share of its guests that are placed, 0 to 1, and
+    what is being done. It is called without a phase at the beginning of every take, with 0, and at the end of one whose poly
+    could be read, with 1. */
 using CombineProgress = std::function<void (int index, float fraction, const juce::String& phase)>;
 
 /** Goes through takes one after another until the run is not wanted any more. */

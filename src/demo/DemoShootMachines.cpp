@@ -83,13 +83,16 @@ juce::String fileSetXml (const juce::String& familyUid, const juce::String& fami
            + "</FAMILY_NAME><FILE_SET_INDEX>A</FILE_SET_INDEX></FILE_SET>";
 }
 
-PlannedFile planGuestFile (Machine& machine,
-                           const ShootNames& names,
-                           const juce::String& familyUid,
-                           juce::int64 stamp,
-                           int numChannels,
-                           juce::int64 numFrames)
+// The stamp and the frames of one file.
+struct FileSpan
 {
+    juce::int64 stamp, numFrames;
+};
+
+PlannedFile planGuestFile (
+    Machine& machine, const ShootNames& names, const juce::String& familyUid, const FileSpan& part, int numChannels)
+{
+    const auto [stamp, numFrames] = part;
     const auto name = machine.filePrefix + "_" + padded (machine.nextNumber++, 3) + machine.fileSuffix + ".wav";
     PlannedFile file;
     file.path = machine.source + "/" + name;
@@ -133,9 +136,9 @@ ShootNames planNames (DemoRandom random)
     return names;
 }
 
-Recording planGuestFiles (
-    Machine& machine, const ShootNames& names, juce::int64 polyStamp, SceneSpan span, int numChannels, int numFiles)
+Recording planGuestFiles (Machine& machine, const ShootNames& names, const GuestPlan& plan)
 {
+    const auto& [polyStamp, span, numChannels, numFiles] = plan;
     Recording guest;
     guest.source = machine.source;
     guest.hostSamplesPerFrame = demoSampleRate / machine.clock.framesPerSecond();
@@ -147,7 +150,7 @@ Recording planGuestFiles (
     for (int left = numFiles; left > 0; --left)
     {
         const auto frames = (end - stamp) / left;
-        auto file = planGuestFile (machine, names, familyUid, stamp, numChannels, frames);
+        auto file = planGuestFile (machine, names, familyUid, { stamp, frames }, numChannels);
         file.startSamples = (machine.clock.momentOf (stamp) - polySeconds) * demoSampleRate;
         guest.files.push_back (std::move (file));
         stamp += frames;
@@ -166,13 +169,9 @@ void countJumps (PlannedFile& file)
     format.dataBytes = format.numFrames * format.channels * format.bytesPerSample;
 }
 
-PlannedFile planPolyFile (const ShootNames& names,
-                          int scene,
-                          int take,
-                          juce::int64 stamp,
-                          juce::int64 numFrames,
-                          const std::vector<TrackInfo>& tracks)
+PlannedFile planPolyFile (const ShootNames& names, const PolyPlan& plan, const std::vector<TrackInfo>& tracks)
 {
+    const auto& [scene, take, stamp, numFrames] = plan;
     const juce::String sceneName (firstScene + scene);
     const auto stem = sceneName + "_T" + padded (take + 1, 2);
     PlannedFile file;

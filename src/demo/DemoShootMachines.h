@@ -48,19 +48,29 @@ struct ShootNames
 
 [[nodiscard]] ShootNames planNames (DemoRandom);
 
+/** What a machine records of a take. */
+struct GuestPlan
+{
+    juce::int64 polyStamp = 0;    // of the poly's first frame, samples since midnight
+    SceneSpan span {};            // of the recording, from that frame
+    int numChannels = 1, numFiles = 1;
+};
+
 /** The files of one recording, of about equal length; takes running numbers from the machine. Microphones and channels
-    are left to the caller.
-    polyStamp   of the poly's first frame, samples since midnight
-    span        of the recording, from that frame */
-[[nodiscard]] Recording
-planGuestFiles (Machine&, const ShootNames&, juce::int64 polyStamp, SceneSpan, int numChannels, int numFiles);
+    are left to the caller. */
+[[nodiscard]] Recording planGuestFiles (Machine&, const ShootNames&, const GuestPlan&);
 
 /** Lets a file's frames and bytes be those that its jumps leave; they must not have been counted yet. */
 void countJumps (PlannedFile&);
 
-/** Scene and take count from 0. */
-[[nodiscard]] PlannedFile planPolyFile (
-    const ShootNames&, int scene, int take, juce::int64 stamp, juce::int64 numFrames, const std::vector<TrackInfo>&);
+/** A poly's place in the shoot. */
+struct PolyPlan
+{
+    int scene = 0, take = 0;    // from 0
+    juce::int64 stamp = 0, numFrames = 0;
+};
+
+[[nodiscard]] PlannedFile planPolyFile (const ShootNames&, const PolyPlan&, const std::vector<TrackInfo>&);
 
 /** The longest pause from the end of a take to the next. */
 constexpr double demoTakeGapSeconds = 240.0;

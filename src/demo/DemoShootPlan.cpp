@@ -85,7 +85,7 @@ Recording planPoly (const ShootNames& names, const TakeFrame& take, const TableS
 
     const auto frames = (juce::int64) std::llround (take.seconds * demoSampleRate);
     poly.files.push_back (
-        planPolyFile (names, take.index / takesPerScene, take.index % takesPerScene, take.stamp, frames, tracks));
+        planPolyFile (names, { take.index / takesPerScene, take.index % takesPerScene, take.stamp, frames }, tracks));
     return poly;
 }
 
@@ -126,7 +126,7 @@ std::vector<Recording> planGuests (
 {
     std::vector<Recording> guests;
     const auto add = [&] (Machine& machine, std::vector<Microphone> microphones, SceneSpan span, int pieces) {
-        auto guest = planGuestFiles (machine, names, take.stamp, span, (int) microphones.size(), pieces);
+        auto guest = planGuestFiles (machine, names, { take.stamp, span, (int) microphones.size(), pieces });
         guest.channels = oneChannelEach (microphones.size());
         guest.microphones = std::move (microphones);
         guests.push_back (std::move (guest));
@@ -186,7 +186,7 @@ PlannedScene planUnrelated (Machine& pack, const ShootNames& names, double secon
     scene.numMainSounds = 2;
     scene.sounds = planSounds (set, voices, scene.span, random.fork (3));
     scene.recordings.push_back (
-        planGuestFiles (pack, names, (juce::int64) (loneFileSeconds * demoSampleRate), { 0.0, seconds }, 1, 1));
+        planGuestFiles (pack, names, { (juce::int64) (loneFileSeconds * demoSampleRate), { 0.0, seconds } }));
     scene.recordings.front().microphones = { set.lavs[0] };
     scene.recordings.front().channels = oneChannelEach (1);
     return scene;

@@ -12,7 +12,7 @@ class DemoRandom
 public:
     explicit DemoRandom (std::uint64_t seed) noexcept : state (seed) {}
 
-    /** A generator whose numbers have nothing to do with this one's; the salt tells several apart. */
+    /** A generator independent of this one; the salt makes several of them differ. */
     [[nodiscard]] DemoRandom fork (std::uint64_t salt) const noexcept
     {
         DemoRandom mixed (state ^ (salt * 0xD1B54A32D192ED03u));

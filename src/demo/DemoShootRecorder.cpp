@@ -121,7 +121,7 @@ private:
             }
     }
 
-    // What is lost was captured by nobody: the next frames are those behind it.
+    // Lost samples are gone: the next frames are those behind them.
     juce::Result jump (const SampleJump& by)
     {
         nextCapture += std::max<juce::int64> (by.frames, 0);

@@ -13,7 +13,7 @@ constexpr int demoSampleRate = 48000;    // Hz, of every sound in a scene and of
 /** The first three resonances of the vocal tract, Hz. */
 using Formants = std::array<float, 3>;
 
-/** What tells one talker from another. */
+/** What makes one talker differ from another. */
 struct VoiceProfile
 {
     double pitchHz = 120.0;

@@ -25,7 +25,7 @@ struct TruePiece
     double startSamples = 0.0, hostSamplesPerFrame = 0.0;
     bool isSilent = false;
     std::vector<TrueStretch> stretches;
-    std::vector<bool> quietJumps;    // of each stretch: no sound tells just where it begins
+    std::vector<bool> quietJumps;    // of each stretch: no sound shows exactly where it begins
     std::vector<LagRange> paths;     // samples of the poly
 };
 

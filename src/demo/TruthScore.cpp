@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr double pointSeconds = 10.0;
-constexpr double jumpSeconds = 2.0, quietJumpSeconds = 5.0;    // how far off the moment may be told
+constexpr double jumpSeconds = 2.0, quietJumpSeconds = 5.0;    // by how much the moment may be off
 constexpr double jumpSizeMs = 0.5, leastJumpMs = 1.0;
 constexpr double provableSeconds = 5.0;
 constexpr double samplesPerMs = demoSampleRate / 1000.0;
@@ -79,7 +79,7 @@ std::vector<JumpMoment> jumpsOf (const std::vector<TrueStretch>& stretches, int 
     return jumps;
 }
 
-// The nearest in time of those that tell of this jump.
+// The nearest in time of those that show this jump.
 std::vector<JumpMoment>::iterator findTold (std::vector<JumpMoment>& told, const JumpMoment& jump, double withinSeconds)
 {
     auto best = told.end();

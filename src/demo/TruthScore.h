@@ -11,7 +11,7 @@ namespace ld
 constexpr double rightWithinSamples = 48.0;
 constexpr double closeWithinSamples = 12.0;
 
-/** A loss or repeat of samples, as the places on both sides of it tell. */
+/** A loss or repeat of samples, as the places on both sides of it show. */
 struct JumpMoment
 {
     double seconds = 0.0;    // of the file
@@ -51,7 +51,7 @@ struct WrongPair
     juce::String detail;
 };
 
-/** What the places of a source's files tell of its clock. */
+/** What the places of a source's files say about its clock. */
 struct ClockScore
 {
     juce::String source;
@@ -77,7 +77,7 @@ struct TruthScore
     int unrelatedPairs = 0;               // polys by files that belong to none
 };
 
-/** Holds a report against the truth; files are told apart by their full paths. */
+/** Compares a report with the truth; files are identified by their full paths. */
 [[nodiscard]] TruthScore scoreReport (const ShootTruth&, const ToldShoot&);
 
 /** By how much a lag lies outside the nearest path; below 0: it is too small. */

@@ -11,7 +11,7 @@ namespace ld
 enum class TruthKind
 {
     day,           // a shooting day with everything that goes wrong on one
-    shortTakes,    // many takes too short to tell a clock by themselves
+    shortTakes,    // many takes too short to show a clock's drift by themselves
     music,         // one piece of music played twice in a take
     strangers,     // nothing belongs together
     bad            // files that hold no sound of a take, and clocks that are far off
@@ -58,7 +58,7 @@ struct TruthShootRequest
     segments: frame f of the file, from one fromSample to the next, was captured when the poly was at its sample
     hostSample + (f - fromSample) * (48000 / sampleRate) * (1 + slope). A clock that is fast by p ppm has a slope of about
     -p * 1e-6. startSamples and hostSamplesPerFrame of the piece are those of its first segment.
-    quiet: it begins where nobody talks within 2 s on one side, so that the sound cannot tell just where.
+    quiet: it begins where nobody talks within 2 s on one side, so that the sound cannot show exactly where.
     ms of a jump: above 0 samples were lost, below 0 the last ones are there twice.
     paths: a file that is placed by its sound lies later than its segments by one of these, in samples of the poly: for
     each talker or loudspeaker that is heard meanwhile, each microphone of the poly and each of the file the delay to the

@@ -307,8 +307,10 @@ private:
         const auto& span = frame.takes[index];
         const auto frames = (juce::int64) ((span.to - span.from) * demoSampleRate);
         const auto start = std::llround (span.from * demoSampleRate);
-        poly.files.push_back (planPolyFile (
-            names, (int) take / takesPerScene, (int) take % takesPerScene, stampOf (frame) + start, frames, tracks));
+        poly.files.push_back (
+            planPolyFile (names,
+                          { (int) take / takesPerScene, (int) take % takesPerScene, stampOf (frame) + start, frames },
+                          tracks));
         poly.files.front().startSamples = (double) start;
         return poly;
     }
@@ -363,7 +365,7 @@ private:
     {
         machine.setClock (frame.startSeconds + span.from);
         auto recording =
-            planGuestFiles (machine.machine, names, stampOf (frame), span, (int) microphones.size(), numFiles);
+            planGuestFiles (machine.machine, names, { stampOf (frame), span, (int) microphones.size(), numFiles });
         recording.channels = oneChannelEach (microphones.size());
         recording.microphones = std::move (microphones);
         recording.treatment = machine.treatment;

@@ -37,7 +37,7 @@ TruthSource steadySourceOf (const Machine& machine)
 Recording recordMono (
     Machine& machine, const ShootNames& names, double startSeconds, SceneSpan span, const Microphone& microphone)
 {
-    auto recording = planGuestFiles (machine, names, std::llround (startSeconds * demoSampleRate), span, 1, 1);
+    auto recording = planGuestFiles (machine, names, { std::llround (startSeconds * demoSampleRate), span });
     recording.microphones = { microphone };
     recording.channels = { { 1.0f } };
     return recording;
@@ -59,12 +59,10 @@ recordPoly (const ShootNames& names, int take, double startSeconds, double secon
     }
 
     poly.microphones = std::move (microphones);
-    poly.files.push_back (planPolyFile (names,
-                                        take,
-                                        0,
-                                        std::llround (startSeconds * demoSampleRate),
-                                        (juce::int64) (seconds * demoSampleRate),
-                                        tracks));
+    poly.files.push_back (planPolyFile (
+        names,
+        { take, 0, std::llround (startSeconds * demoSampleRate), (juce::int64) (seconds * demoSampleRate) },
+        tracks));
     return poly;
 }
 

@@ -26,7 +26,7 @@ struct DayMachines
     enum Role
     {
         packA,    // files in pieces
-        packB,    // jammed anew at midday
+        packB,    // re-jammed at midday
         packC,    // wrong by an hour
         packD,    // polarity inverted, files in pieces
         array,
@@ -44,7 +44,7 @@ struct DayMachines
 struct MachineWishes
 {
     double jamSeconds = 0.0;      // of the day, when all are set
-    double rejamSeconds = 0.0;    // when one is set anew
+    double rejamSeconds = 0.0;    // when one is re-jammed
     bool jumps = true;            // machines lose and repeat samples
 };
 

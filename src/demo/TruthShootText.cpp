@@ -12,7 +12,7 @@ namespace ld
 namespace
 {
 
-// Less in common is no pair: nobody could place it.
+// With less in common it is no pair: it could not be placed.
 constexpr double leastOverlapSeconds = 1.0;
 
 // Less of talk or music in what two have in common is none.

@@ -51,7 +51,7 @@ bool BwfReader::open (const juce::File& fileToOpen)
     close();
     file = fileToOpen;
 
-    // Opening a pipe or a device that only bears a wave file's name could wait for ever.
+    // Opening a pipe or a device that is only named like a wave file could block for ever.
     std::error_code ignored;
     const auto* path = reinterpret_cast<const char8_t*> (file.getFullPathName().toRawUTF8());
 

@@ -78,7 +78,8 @@ public:
     [[nodiscard]] bool
     readInterleavedInt32 (juce::int64 startFrame, juce::int64 numFrames, juce::int32* destination) const;
 
-    /** The drawn curves of one channel; a file that ends early leaves the rest of the curve at 0. */
+    /** The drawn curves of one channel; a file that ends early leaves the rest of the curve at 0. No command reaches it: all
+        channels are read together (readOverview). */
     [[nodiscard]] PeakLane extractPeaks (int channel, int buckets) const;
 
     struct Overview

@@ -7,7 +7,7 @@
 namespace ld
 {
 
-/** Asks the system to back memory that was not touched yet by large pages, where it has them: whole recordings are
+/** Asks the system to back memory that was not touched yet with large pages, where it has them: whole recordings are
     filled once, and one fault for each 4 KiB costs more than the filling. A hint; smaller blocks are left alone. */
 void adviseLargePages (void* memory, size_t bytes) noexcept;
 

@@ -32,7 +32,7 @@ juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
     return frame;
 }
 
-// What is no number counts for nothing.
+// NaNs are ignored.
 LD_VECTOR_CLONES PeakRange rangeOfSamples (std::span<const float> samples, PeakRange range) noexcept
 {
     for (const auto sample : samples)
@@ -206,7 +206,7 @@ void PeakCollector::endFineBucket()
     fineEnd = std::min (fineEnd + finestPeakBucket, heldFrames);
 }
 
-// Begins the range anew. What held no number stays at 0.
+// Starts the range again. A bucket of NaNs alone stays at 0.
 void PeakCollector::store (PeakRange& range, float& low, float& high) noexcept
 {
     if (range.low <= range.high)

@@ -92,7 +92,7 @@ private:
     void findBucketAt (juce::int64 frame) noexcept;
 
     std::vector<PeakLane> lanes;
-    std::vector<PeakRange> coarse, fine;    // of the buckets at hand
+    std::vector<PeakRange> coarse, fine;    // of the current buckets
     const juce::int64 numFrames, heldFrames;
     const int buckets;
     const double framesPerBucket;

@@ -25,7 +25,7 @@ struct RecorderClock
     juce::String key;              // folder and name of its files, "#" for every number
     double slope = 0.0;            // of the lag per sample, against the polys' clock: -15.4e-6 runs 15.4 ppm fast
     double slopeError = 0.0;       // one standard error
-    std::vector<JamError> jams;    // in order of time; more than one where it was jammed anew
+    std::vector<JamError> jams;    // in order of time; more than one where it was re-jammed
     int files = 0;                 // that prove it by their sound
 
     bool operator== (const RecorderClock&) const = default;

@@ -69,7 +69,7 @@ struct BextChunk
     juce::int16 maxShortTermLoudness = loudnessNotSet;
     juce::String codingHistory;
     juce::MemoryBlock
-        sourceText;    // the five text fields as the file has them; a field that nobody changed goes back so
+        sourceText;    // the five text fields as the file has them; an unchanged field is written back like that
 
     bool operator== (const BextChunk&) const = default;
 };
@@ -139,7 +139,7 @@ struct Alignment
 
     // Of one file, where its place was proved: in order, the first from sample 0. Empty: offset and drift are all there is.
     std::vector<ClockStretch> stretches {};
-    juce::String evidence {};    // in words, what speaks for the place
+    juce::String evidence {};    // the evidence for the place, in words
 
     bool operator== (const Alignment&) const = default;
 };
@@ -238,7 +238,7 @@ void copyIdentity (const Source& source, Target& target)
 /** Every file of a guest, placed or not; of a clip without pieces its own. */
 [[nodiscard]] std::vector<juce::File> filesOf (const GuestClip&);
 
-/** True for a place that nobody has looked for yet. */
+/** True if the place has not been searched for yet. */
 [[nodiscard]] inline bool isUnsearched (const Alignment& alignment) noexcept
 {
     return alignment.method == Alignment::Method::none && ! alignment.needsManual;

@@ -52,7 +52,7 @@ class ExtremesFinder
 public:
     ExtremesFinder (SampleCoding, int channels, int bytesPerSample);
 
-    /** Starts anew: lows at full scale and highs at minus full scale, which out-of-range floats do not move. */
+    /** Starts over: lows at full scale and highs at minus full scale, which out-of-range floats do not move. */
     void reset() noexcept;
     void add (std::span<const juce::uint8> frames) noexcept;
     [[nodiscard]] bool isEmpty() const noexcept { return ! hasFrames; }

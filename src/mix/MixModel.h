@@ -107,6 +107,7 @@ template <typename Bank>
 /** The source key of a mixer index; empty if there is none. Host channels are told by their place in the poly. */
 [[nodiscard]] juce::String keyAt (const HostTake&, const std::vector<GuestClip>&, int mixerIndex);
 
+/** What applyMixerTemplate takes, of a bank. No command reaches it: the work holds levels by take (session/TakeLevels). */
 [[nodiscard]] MixerTemplate
 captureMixerTemplate (const HostTake&, const std::vector<GuestClip>&, std::span<const MixerChannel>);
 

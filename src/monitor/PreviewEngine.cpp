@@ -72,7 +72,7 @@ void PreviewEngine::toggle (Session& sessionToPlay, juce::CriticalSection& sessi
         juce::ignoreUnused (start (sessionToPlay, sessionLock));
 }
 
-// The device does not call any more when this returns.
+// After this the device makes no more callbacks.
 void PreviewEngine::leaveDevice()
 {
     playing = false;

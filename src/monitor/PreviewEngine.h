@@ -19,7 +19,7 @@ namespace ld
 class PreviewEngine : private juce::AudioIODeviceCallback
 {
 public:
-    /** Opens the default device; where there is none, nothing will be heard. */
+    /** Opens the default device; without one, playback is silent. */
     PreviewEngine();
     ~PreviewEngine() override;
     PreviewEngine (const PreviewEngine&) = delete;

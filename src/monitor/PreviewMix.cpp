@@ -125,7 +125,7 @@ void PreviewMix::mixGuests (const Session& session, Outcome& outcome)
 
         for (int lane = 0; lane < numLanes && mixerIndex + lane < count; ++lane)
         {
-            // What is heard is what the new mix will be: no recorder's mix, a guest's no more than the poly's.
+            // As in the new mix: no recorder's mix, neither a guest's nor the poly's.
             if (isOriginalMixLane (guest, lane))
                 continue;
 

@@ -14,9 +14,9 @@ struct ExportRequest
     HostTake host;
     std::vector<GuestClip> guests;
     juce::File outputFile;
-    std::function<void (float)> progress;                    // told the fraction done after each block; may be empty
-    std::function<bool()> isWanted = [] { return true; };    // asked at each block; a no ends the write like a failure
-    std::function<void (const MixLevel&)> mixMeasured;       // told once the whole MIX is summed; may be empty
+    std::function<void (float)> progress;                    // given the fraction done after each block; may be empty
+    std::function<bool()> isWanted = [] { return true; };    // checked at each block; false ends the write as a failure
+    std::function<void (const MixLevel&)> mixMeasured;       // given the level of the whole MIX; may be empty
     bool includeMix = true;
     MixerBank mixer {};
     int mixerCount = 0;            // channels of mixer in use

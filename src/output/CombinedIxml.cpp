@@ -111,7 +111,7 @@ void addSyncPoints (pugi::xml_node root, std::span<const TakeMarker> markers)
     {
         const juce::String low (marker.position & 0xFFFFFFFF);
 
-        // A poly that is a combined file itself brings those of its own making.
+        // A poly that is a combined file itself has those that we wrote.
         if (hasSyncPoint (list, marker.text, low))
             continue;
 

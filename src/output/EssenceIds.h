@@ -5,7 +5,7 @@
 namespace ld
 {
 
-/** What tells one recording's sound from every other's. */
+/** What identifies one recording's sound. */
 struct EssenceIds
 {
     std::array<juce::uint8, 64> umid {};    // SMPTE ST 330, a basic one; the second half is zero

@@ -79,7 +79,7 @@ private:
         if (! clip)
             return;
 
-        // Of a picture whose length is not known what is used of it counts.
+        // If the length of the picture is not known, the part in use counts.
         const auto length = clip->sourceStart - clip->sourceFirst + clip->length;
         text << "      <video>\n";
         beginClip (*clip, length);

@@ -58,7 +58,7 @@ std::vector<GuestSpan> wholeSpans (int hostRate, const GuestClip& guest)
 
     std::ranges::stable_sort (spans, {}, &GuestSpan::start);
 
-    // What was laid out tells the end to the sample, the clock's drift included.
+    // The laid-out audio gives the end to the sample, the clock's drift included.
     if (! guest.channelAudio.empty())
         spans.back().length = place + (int64) guest.channelAudio.front().size() - spans.back().start;
 

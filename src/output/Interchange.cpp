@@ -93,7 +93,7 @@ juce::String aleHeading (const InterchangeRequest& request)
     const auto kiloHertz = juce::String (request.host.format.sampleRate / 1000.0, 3);
     juce::String text;
 
-    // There is no picture in it whose lines could be told; readers want one of the words that they know.
+    // There is no picture whose lines it could give; readers want one of the words that they know.
     text << "Heading\n"
          << "FIELD_DELIM\tTABS\n"
          << "VIDEO_FORMAT\t1080\n"

@@ -7,7 +7,7 @@
 namespace ld
 {
 
-/** A file that was thought to belong to a take, and is not in its combined file. */
+/** A file that was thought to belong to a take, but is not in its combined file. */
 struct LeftOutFile
 {
     juce::File file;
@@ -23,7 +23,7 @@ struct InterchangeRequest
     juce::File combinedFile;
     juce::File baseFile;    // the files of the package are named like it, each with an extension of its own
     std::vector<LeftOutFile> leftOut;
-    std::vector<std::vector<GuestSpan>> spans;    // of each guest; where there are none, the guests are asked
+    std::vector<std::vector<GuestSpan>> spans;    // of each guest; where empty, taken from the guests
 };
 
 /** The scene, and behind it "T" and the take; without a scene the poly's name without its extension. */

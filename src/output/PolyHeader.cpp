@@ -54,7 +54,7 @@ juce::MemoryBlock makeFmt (const PolyLayout& layout)
     constexpr short extensibleTag = (short) 0xFFFE;
     constexpr juce::uint8 subFormatTail[] = { 0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
                                               0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71 };
-    // Odd widths lie in whole bytes, which only the extensible form tells apart: 20 bits stand in 24.
+    // Odd widths lie in whole bytes, which only the extensible form keeps apart: 20 bits stand in 24.
     const auto containerBits = std::min (layout.sampleBytes * 8, 0xFFFF);    // what the field can hold
     const auto isShort = ! layout.isFloat && layout.totalChannels <= 2 && layout.bits == containerBits;
     const auto blockAlign = (juce::uint16) layout.blockAlign;

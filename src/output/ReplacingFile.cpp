@@ -86,7 +86,7 @@ ReplacingFile::ReplacingFile (const juce::File& target) : temporary (target, unf
     stream = std::make_unique<juce::FileOutputStream> (file, streamBufferBytes);
 
 #if JUCE_LINUX
-    // Where /proc is not there, the file has a name after all.
+    // Without /proc the file must have a name after all.
     if (nameless >= 0 && ! stream->openedOk())
     {
         ::close (std::exchange (nameless, -1));
@@ -170,7 +170,7 @@ ReplacingFile::Outcome ReplacingFile::finish()
 
     stream.reset();
 
-    // A disk that fills up takes a part of the last bytes, which the stream does not tell.
+    // A disk that fills up takes a part of the last bytes, which the stream does not report.
     if (sizeWritten() != numBytes)
         return Outcome::notWritten;
 

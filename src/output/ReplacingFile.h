@@ -10,8 +10,8 @@ namespace ld
 /** Makes a file-size limit an ordinary write error: without this the system ends the process. For a program's start. */
 void reportFileSizeLimitAsError();
 
-/** Removes every file that is being written, and lets no further one be begun or moved to its target: for the moment
-    before the process ends at the user's word. */
+/** Removes every file that is being written, and lets no further one be started or moved to its target: for the moment
+    before the user ends the process. */
 void abandonUnfinishedFiles();
 
 /** Writes a file beside its target and moves it there only when every byte is known to be written and flushed. Until

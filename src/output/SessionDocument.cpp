@@ -19,7 +19,7 @@ constexpr int maxDecimalPlaces = 15;
 // Thousands of takes with drawn mixes are some tens of megabytes; parsed, a hostile file takes twenty times its size.
 constexpr int64 largestDocumentBytes = 128 << 20;
 
-// By what a file that has gone is known again.
+// What a missing file is recognised by.
 void describeIdentity (juce::DynamicObject& object, const ScanFile& scan)
 {
     if (scan.format.numFrames < 1)

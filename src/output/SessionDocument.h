@@ -35,7 +35,7 @@ struct SessionDocument
 {
     int version = sessionVersion;    // of the file that it was read from
     int batchIndex = 0;              // of the take that is open
-    int referenceChannel = 0;        // 0-based; -1: in each take the one whose name speaks for it
+    int referenceChannel = 0;        // 0-based; -1: in each take chosen by its name
     juce::File videoFile;
     juce::int64 videoTimestampSamples = 0;    // the picture's start, on the host's clock
     juce::String videoTimecodeRate = "24/1";
@@ -56,7 +56,7 @@ struct SessionDocument
 
 /** Replaces the document by what a file says. What is missing in it, or of another type, takes its default; media that
     have gone are no error: their format is not valid, and has of its fields those that were saved. A file that is no document leaves the document as it was; one
-    without takes is told as a failure too, with the document filled. */
+    without takes is a failure too, with the document filled. */
 [[nodiscard]] juce::Result readSessionDocument (const juce::File&, SessionDocument&);
 
 }    // namespace ld

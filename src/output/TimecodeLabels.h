@@ -26,7 +26,7 @@ struct TimecodeRate
 /** The nearest number of whole frames. */
 [[nodiscard]] juce::int64 framesOf (juce::int64 samples, double sampleRate, const TimecodeRate&);
 
-/** HH:MM:SS:FF of a frame since midnight, HH:MM:SS;FF where frames are dropped. Past midnight it begins anew. */
+/** HH:MM:SS:FF of a frame since midnight, HH:MM:SS;FF where frames are dropped. Past midnight it starts again at 0. */
 [[nodiscard]] juce::String frameLabel (juce::int64 frame, const TimecodeRate&);
 
 }    // namespace ld

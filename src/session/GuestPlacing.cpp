@@ -24,7 +24,7 @@ Alignment inDoubt (const juce::String& why)
     return alignment;
 }
 
-// Until a file kept a place of its own, the files of a guest all bore the guest's: they lie where their stamps put them
+// Until a file kept a place of its own, the files of a guest all had the guest's: they lie where their stamps put them
 // beside the earliest one.
 bool sharesOnePlace (const GuestClip& guest, const LockedPlacements& known)
 {
@@ -44,7 +44,7 @@ bool sharesOnePlace (const GuestClip& guest, const LockedPlacements& known)
     return guest.pieces.size() >= 2;
 }
 
-// The place of one file that nobody has looked for yet, by its stamp and its sound; not proved.
+// The place of one file that was not searched for yet, by its stamp and its sound; not proved.
 Alignment searchPlace (const HostTake& host, const GuestPiece& piece, const SyncProgress& progress)
 {
     BwfReader reader;

@@ -19,16 +19,16 @@ struct PlacedGuest
     A file that has gone or does not fit into memory gives no audio: every search then says so. */
 [[nodiscard]] HostTake readHostForSearch (HostTake host, int referenceChannel);
 
-/** Reads a guest's audio afresh and places it, file by file: where the file's place is known it is laid out there;
+/** Reads a guest's audio and places it, file by file: where the file's place is known it is laid out there;
     otherwise the place is searched (SyncEngine::alignBestChannel) and proved along the whole stretch (proveMatches), which
     takes seconds. Files that are not placed beside others that are, are left out. What does not fit into memory is a guest
     in doubt, with a sentence.
     guest   as describeGuest gives it
-    The one road to a placed guest: what is heard in the window is what a combine run writes. */
+    The only way to place a guest: what is heard in the window is what a combine run writes. */
 [[nodiscard]] PlacedGuest
 placeGuest (const HostTake& host, GuestClip guest, const LockedPlacements& known, const SyncProgress&);
 
-/** The place of a whole clip: that of its first file, with the least that speaks for any of them.
+/** The place of a whole clip: that of its first file, with the weakest evidence of any of them.
     first   host sample of the clip's first sample */
 [[nodiscard]] Alignment placeOfClip (const GuestClip&, juce::int64 first);
 

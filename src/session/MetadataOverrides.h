@@ -9,7 +9,7 @@ namespace ld
 // What the user has set on guests outlives the take that is open: their tracks and notes by occurrence, one guest in one
 // take; the names of their tracks by family, all guests of one source in all takes.
 
-/** The source that a guest stems from, as isoFamilyKey tells it: a key of NameOverrides. */
+/** The source of a guest by isoFamilyKey: a key of NameOverrides. */
 [[nodiscard]] juce::String guestFamilyKey (const GuestClip&);
 
 /** One set of files under one host, whatever the order in which they were added: a key of MetadataOverrides. */

@@ -12,7 +12,7 @@ namespace ld
 namespace
 {
 
-// How well a track's name speaks for it as the reference; the first word that occurs decides.
+// How well a track suits as the reference by its name; the first word that occurs decides.
 int referenceScore (const juce::String& trackName)
 {
     static constexpr std::pair<const char*, int> words[] = {

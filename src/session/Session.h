@@ -59,10 +59,11 @@ public:
     [[nodiscard]] const GuestClip* findGuest (const juce::Uuid&) const;
     void setReferenceChannel (int channel);
 
-    /** Reads the reference channel and all peaks anew, in one pass over the file. */
+    /** Reads the reference channel and all peaks again, in one pass over the file. */
     void extractHostAudio();
     void extractGuestAudio (GuestClip&) const;
 
+    /** The tracks of the combined file. No command reaches it: writers ask buildExportTracks. */
     [[nodiscard]] std::vector<TrackInfo> allExportTracks() const;
 
     /** Back to the default bank, with the recorder's own mix muted. */

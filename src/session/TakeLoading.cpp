@@ -151,7 +151,7 @@ AddedGuests addGuests (const HostTake& host,
     session.host = host;
     std::map<juce::String, size_t> filesBefore;
 
-    // What nobody can look into is no part of any source.
+    // Missing guests cannot be read, so no file is added to one.
     for (const auto& guest : guests)
     {
         if (guest.isMissing)

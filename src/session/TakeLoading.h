@@ -18,7 +18,7 @@ namespace ld
 struct LoadRequest
 {
     BatchMatch take;
-    std::optional<int> referenceChannel;                     // none: the one whose name speaks for it
+    std::optional<int> referenceChannel;                     // none: chosen by its name
     std::function<bool()> isWanted = [] { return true; };    // asked between guests; false ends the work early
 };
 

@@ -24,10 +24,10 @@ layOutAudio (const std::vector<PlacedAudio>&, size_t channelCount, juce::int64 l
 /** A clip that holds nothing but a file's audio, at the host's rate, for a search. */
 [[nodiscard]] GuestClip readForSearch (const BwfReader&, int hostRate);
 
-/** Draws the guest's lanes anew from channelAudio: guestPeakBuckets buckets, each from at most 0 to at least 0. */
+/** Makes the guest's curves again from channelAudio: guestPeakBuckets buckets, each from at most 0 to at least 0. */
 void rebuildGuestPeaks (GuestClip&);
 
-/** Stretches the guest's audio by a clock drift, and draws its lanes anew. */
+/** Stretches the guest's audio by a clock drift, and makes its curves again. */
 void stretchGuest (GuestClip&, double driftSlope);
 
 }    // namespace ld

@@ -257,7 +257,7 @@ void decide (EnvelopeSyncResult& result, const std::vector<WindowPlace>& places,
     result.reliable = result.confidence >= leastConfidence;
 }
 
-// Two flat recordings are not trusted however well they correlate. The levels are asked, too: the filter starts from the
+// Two flat recordings are not trusted however well they correlate. The levels are checked too: the filter starts from the
 // level itself and needs seconds to forget it, so that even silence leaves an envelope that falls.
 bool isFlat (const std::vector<float>& sound, const LogEnvelope& envelope)
 {

@@ -19,7 +19,7 @@ struct EnvelopeSyncResult
     float confidence = 0.0f;          // plain correlation of the two envelopes at their lag
     int windowsTried = 0;
     int windowsUsed = 0;      // that gave a place
-    bool reliable = false;    // it may be relied upon
+    bool reliable = false;    // it can be trusted
     juce::String method;      // empty after a fit of three windows or more, else "median" or "coarse"
 
     bool operator== (const EnvelopeSyncResult&) const = default;

@@ -100,7 +100,7 @@ private:
 };
 
 /** Finds the loudest stretch of a query, at most a third of the search and 32 s long, in the search.
-    sampleRate   Hz, the rate in which offsetSamples is told */
+    sampleRate   Hz, the rate of offsetSamples */
 [[nodiscard]] MfccResult findQueryInSearch (const MfccSignal& search, const MfccSignal& query, int sampleRate);
 
 /** The same for samples at 8 kHz. */
@@ -115,7 +115,8 @@ computeMfccOffset (const MfccSignal& host, const MfccSignal& guest, int sampleRa
 /** The lag of guest on host; the shorter of the two is the query. Needs 256 samples of each. */
 [[nodiscard]] MfccResult computeMfccOffset (std::span<const float> host, std::span<const float> guest, int sampleRate);
 
-/** As computeMfccOffset, and once more with the guest as search: the higher score stands. */
+/** As computeMfccOffset, and once more with the guest as search: the higher score stands. No command reaches it, nor the next:
+    a scan makes each signal's coefficients once. */
 [[nodiscard]] MfccResult
 computeMfccOffsetBothWays (std::span<const float> host, std::span<const float> guest, int sampleRate);
 
@@ -125,7 +126,8 @@ computeMfccOffsetBothWays (std::span<const float> host, std::span<const float> g
                                                 int sampleRate,
                                                 bool bothWays);
 
-/** The circular correlation of two columns at the transform size of gccPhat, with its cap of 2^20. */
+/** The circular correlation of two columns at the transform size of gccPhat, with its cap of 2^20. No command reaches it: a
+    search goes by blocks (ColumnSpectra). */
 [[nodiscard]] std::vector<float> correlateColumn (const std::vector<float>& a, const std::vector<float>& b);
 
 }    // namespace ld

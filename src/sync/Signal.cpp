@@ -225,7 +225,7 @@ void LoudestWindow::push (std::span<const float> samples)
 
     bestEnergy = std::max (bestEnergy, filling.empty() ? 0.0 : energy);
 
-    // Blocks lie by the signal, not by how it comes: what is found must not depend on that.
+    // Blocks are counted from the start of the signal: the result must not depend on how it is delivered.
     while (waiting.size() + samples.size() >= blockSamples && windowSamples > 0)
     {
         if (waiting.empty())

@@ -45,7 +45,7 @@ void mixdownBlock (const std::vector<std::vector<float>>& channels, std::vector<
 [[nodiscard]] float stdDev (const std::vector<float>& samples);
 
 /** Where the loudest window of this many samples begins, by its sum of squares; the first of equals. Where it is not the
-    signal's start it is told one sample early: the index before the step that made it the loudest. */
+    signal's start it is given one sample early: the index before the step that made it the loudest. */
 [[nodiscard]] std::int64_t loudestWindowStart (std::span<const float> signal, std::int64_t windowSamples);
 
 /** The same of a signal that comes in blocks. */

@@ -19,7 +19,7 @@ public:
     /** The signal's sample that the first block begins with. */
     [[nodiscard]] std::int64_t firstInput() const noexcept { return pendingStart; }
 
-    /** Appends every output that can be told by now; with the signal's last sample all that are left. */
+    /** Appends every output that is known by now; with the signal's last sample all that are left. */
     void push (std::span<const float> in, std::vector<float>& out);
 
 private:

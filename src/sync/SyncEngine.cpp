@@ -5,6 +5,7 @@
 #include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
 #include "sync/MfccSearch.h"
+#include "sync/PlaceLadder.h"
 #include "sync/Signal.h"
 #include "sync/WaveformSearch.h"
 
@@ -19,7 +20,6 @@ namespace
 using juce::int64;
 
 constexpr int64 shortestSignal = 32;    // samples
-constexpr float timecodeOnlyConfidence = 0.35f;
 
 const juce::String& separator()
 {
@@ -37,16 +37,6 @@ Alignment unplaced (const juce::String& detail)
     Alignment alignment;
     alignment.needsManual = true;
     alignment.detail = detail;
-    return alignment;
-}
-
-Alignment placedByTimecode (int64 hint)
-{
-    Alignment alignment;
-    alignment.offsetSamples = hint;
-    alignment.method = Alignment::Method::timecode;
-    alignment.confidence = timecodeOnlyConfidence;
-    alignment.detail = "Timecode only / no waveform lock";
     return alignment;
 }
 
@@ -153,8 +143,23 @@ juce::String zScoreText (float zScore)
     return juce::String (zScore, 1);
 }
 
-// The rung that looks at the sound alone, and falls back on timecode where the sound says nothing.
-Alignment alignByContent (const SignalPair& pair, int searchSeconds)
+// The waveform around where the timecode puts the guest.
+std::optional<Alignment> alignInOverlap (const SignalPair& pair, int searchSeconds)
+{
+    constexpr int leastSearchSeconds = 2;
+    constexpr int windowSeconds = 4;
+    const auto hint = overlappingHint (pair);
+
+    if (! hint)
+        return {};
+
+    const auto refined = pair.refine (*hint, std::max (searchSeconds, leastSearchSeconds), windowSeconds);
+    auto judged = judge (pair, refined, *hint, Alignment::Method::timecodeRefined, "Timecode rough-in");
+    return judged.needsManual ? std::nullopt : std::optional (std::move (judged));
+}
+
+// The sound alone.
+ContentPlace alignByContent (const SignalPair& pair, int searchSeconds)
 {
     constexpr int leastSearchSeconds = 4;
     constexpr int windowSeconds = 6;
@@ -171,16 +176,11 @@ Alignment alignByContent (const SignalPair& pair, int searchSeconds)
         a.confidence = mfcc.zScore;
         a.offsetSamples = refined.found ? refined.lag : mfcc.offsetSamples;
         a.detail = "MFCC match z=" + zScoreText (mfcc.zScore);
-        return a;
     }
-
-    if (const auto hint = overlappingHint (pair))
-        return placedByTimecode (*hint);
-
-    if (a.needsManual)
+    else if (a.needsManual)
         a.detail = "No MFCC match (z=" + zScoreText (mfcc.zScore) + ")";
 
-    return a;
+    return { std::move (a), mfcc.locked };
 }
 
 bool hasDrift (const Alignment& alignment)
@@ -374,23 +374,14 @@ Alignment SyncEngine::align (const HostTake& host,
                              const std::vector<float>& guestSamples,
                              int searchSeconds) const
 {
-    constexpr int leastSearchSeconds = 2;
-    constexpr int windowSeconds = 4;
     const SignalPair pair { host, guest, hostSamples, guestSamples };
 
     if (std::min (pair.hostLength(), pair.guestLength()) < shortestSignal)
         return placeWithoutAudio (pair);
 
-    if (const auto hint = overlappingHint (pair))
-    {
-        const auto refined = pair.refine (*hint, std::max (searchSeconds, leastSearchSeconds), windowSeconds);
-        auto judged = judge (pair, refined, *hint, Alignment::Method::timecodeRefined, "Timecode rough-in");
-
-        if (! judged.needsManual)
-            return judged;
-    }
-
-    return alignByContent (pair, searchSeconds);
+    return climb ({ [&] { return alignInOverlap (pair, searchSeconds); },
+                    [&] { return alignByContent (pair, searchSeconds); },
+                    [&] { return overlappingHint (pair); } });
 }
 
 Alignment SyncEngine::alignBestChannel (const HostTake& host,

@@ -10,7 +10,7 @@ namespace ld
 
 struct AlignResult;
 
-/** Told a fraction, 0 to 1, and a phase, on the calling thread; may be empty. */
+/** Given a fraction, 0 to 1, and a phase, on the calling thread; may be empty. */
 using SyncProgress = std::function<void (float, const juce::String&)>;
 
 /** True if both have a timestamp; offset is then the guest's start on the host, in host samples. */

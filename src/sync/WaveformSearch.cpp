@@ -175,7 +175,7 @@ struct MeasuredWindow
     [[nodiscard]] float correlation() const { return correlationAtLag (host, guest, local.lag); }
 };
 
-// Which windows are measured: at these fractions of the overlap, but for those that are shorter than that.
+// Which windows are measured: those at these fractions of the overlap that are long enough.
 struct WindowPlan
 {
     std::span<const double> fractions;

@@ -75,7 +75,7 @@ private:
         bool operator== (const Scalars&) const = default;
     };
 
-    /** A file's place, told by names: the lists may have changed by results of jobs meanwhile. */
+    /** A file's place, found by names: results of jobs may have changed the lists meanwhile. */
     struct PlaceChange
     {
         juce::File poly, file;

@@ -19,7 +19,7 @@ struct FoundFiles
     channels and stamp that the work has noted, where it has. Reads headers; may take long. */
 [[nodiscard]] FoundFiles findMissingFiles (const SessionDocument&, const juce::File& folder);
 
-/** The work with files where they are now: places, names, notes and levels go along. */
+/** The work with files where they are now: places, names, notes and levels are kept. */
 [[nodiscard]] WorkEdit relocateFiles (const SessionDocument&, const FoundFiles&);
 
 }    // namespace ld

@@ -19,7 +19,7 @@ struct LostWork
 };
 
 /** The second copy of the work that one running program keeps. Its name is its own, and a lock that ends with the process
-    tells others that it is in use. */
+    shows others that it is in use. */
 class RecoveryFile
 {
 public:

@@ -17,7 +17,7 @@ struct SessionPlan
 
     std::vector<juce::Uuid> removed;     // guests with a file that the take has no more
     std::vector<Move> moved;             // guests that are only shifted: no audio is read for it
-    std::vector<Move> laidOut;           // guests whose files lie otherwise among each other: to be read anew
+    std::vector<Move> laidOut;           // guests whose files lie differently against each other: to be read again
     std::vector<juce::Uuid> searched;    // guests whose place is to be found
     std::vector<ScanFile> added;         // files that no guest holds
     bool hasOtherChannels = false;       // other channels of the poly are left out

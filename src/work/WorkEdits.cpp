@@ -29,16 +29,19 @@ bool holds (const BatchMatch& take, const juce::File& file)
     return take.host.file == file || std::ranges::any_of (take.guests, [&] (const auto& g) { return g.file == file; });
 }
 
-template <typename Change>
-WorkEdit editGuest (const SessionDocument& doc,
-                    const Session& session,
-                    const juce::Uuid& id,
-                    const juce::String& name,
-                    const juce::String& field,
-                    bool ofFamily,
-                    Change&& change)
+// A field of a guest that the user fills in.
+struct GuestField
 {
-    WorkEdit edit { name, doc, field + " " + id.toString() };
+    juce::String step;    // what its edit is called
+    juce::String field;
+    bool ofFamily = false;
+};
+
+template <typename Change>
+WorkEdit editGuest (
+    const SessionDocument& doc, const Session& session, const juce::Uuid& id, const GuestField& field, Change&& change)
+{
+    WorkEdit edit { field.step, doc, field.field + " " + id.toString() };
     Session described;
     described.host = describeHost (session.host);
     std::transform (session.guests.begin(), session.guests.end(), std::back_inserter (described.guests), describeGuest);
@@ -46,7 +49,7 @@ WorkEdit editGuest (const SessionDocument& doc,
     if (auto* const guest = described.findGuest (id))
     {
         change (*guest);
-        rememberMetadata (described, edit.document.metadataOverrides, edit.document.nameOverrides, id, ofFamily);
+        rememberMetadata (described, edit.document.metadataOverrides, edit.document.nameOverrides, id, field.ofFamily);
     }
 
     return edit;
@@ -228,16 +231,16 @@ WorkEdit resetWork()
 
 WorkEdit renameLane (const SessionDocument& doc,
                      const Session& session,
-                     const juce::Uuid& id,
-                     int lane,
+                     const LaneOfGuest& place,
                      const juce::String& name,
                      bool ofFamily)
 {
-    auto edit =
-        editGuest (doc, session, id, "Rename " + nameOfGuest (session, id), "name", ofFamily, [&] (GuestClip& guest) {
-            if (juce::isPositiveAndBelow (lane, (int) guest.tracks.size()))
-                guest.tracks[(size_t) lane].name = name.trim();
-        });
+    const auto& [id, lane] = place;
+    const GuestField field { "Rename " + nameOfGuest (session, id), "name", ofFamily };
+    auto edit = editGuest (doc, session, id, field, [&, at = lane] (GuestClip& guest) {
+        if (juce::isPositiveAndBelow (at, (int) guest.tracks.size()))
+            guest.tracks[(size_t) at].name = name.trim();
+    });
 
     if (const auto* const guest = session.findGuest (id);
         guest != nullptr && juce::isPositiveAndBelow (lane, (int) guest->tracks.size()))
@@ -250,21 +253,22 @@ WorkEdit renameLane (const SessionDocument& doc,
     return edit;
 }
 
-WorkEdit numberLane (const SessionDocument& doc, const Session& session, const juce::Uuid& id, int lane, int number)
+WorkEdit numberLane (const SessionDocument& doc, const Session& session, const LaneOfGuest& place, int number)
 {
-    return editGuest (
-        doc, session, id, "Channel of " + nameOfGuest (session, id), "number", false, [&] (GuestClip& guest) {
-            if (juce::isPositiveAndBelow (lane, (int) guest.tracks.size()))
-                guest.tracks[(size_t) lane].channelIndex = guest.tracks[(size_t) lane].chosenChannel =
-                    std::max (number, 1);
-        });
+    const GuestField field { "Channel of " + nameOfGuest (session, place.guest), "number", false };
+    return editGuest (doc, session, place.guest, field, [&] (GuestClip& guest) {
+        if (juce::isPositiveAndBelow (place.lane, (int) guest.tracks.size()))
+        {
+            auto& track = guest.tracks[(size_t) place.lane];
+            track.channelIndex = track.chosenChannel = std::max (number, 1);
+        }
+    });
 }
 
 WorkEdit noteGuest (const SessionDocument& doc, const Session& session, const juce::Uuid& id, const juce::String& note)
 {
-    return editGuest (doc, session, id, "Note on " + nameOfGuest (session, id), "note", false, [&] (GuestClip& guest) {
-        guest.notes = note;
-    });
+    const GuestField field { "Note on " + nameOfGuest (session, id), "note", false };
+    return editGuest (doc, session, id, field, [&] (GuestClip& guest) { guest.notes = note; });
 }
 
 WorkEdit

@@ -6,7 +6,7 @@
 namespace ld
 {
 
-// What the user can do to the work, each from document to document. A guest is told as it stands in the open session; it is
+// What the user can do to the work, each from document to document. A guest is passed as it is in the open session; it is
 // known by its files. What names a take or a guest that the document does not have changes nothing.
 
 /** The take of a poly; null where there is none. */
@@ -24,7 +24,7 @@ namespace ld
 [[nodiscard]] SessionDocument
 withPlaces (SessionDocument, const juce::File& poly, const std::vector<FilePlace>& places);
 
-/** The guest's places are to be searched anew. */
+/** The guest's places are to be searched again. */
 [[nodiscard]] WorkEdit searchGuestAgain (const SessionDocument&, const juce::File& poly, const GuestClip&);
 
 // Files
@@ -59,12 +59,17 @@ replaceTakes (const SessionDocument&, std::vector<BatchMatch>, std::vector<Recor
 
 // Names. Each writes the one field, of the one lane.
 
-[[nodiscard]] WorkEdit renameLane (
-    const SessionDocument&, const Session&, const juce::Uuid& guest, int lane, const juce::String& name, bool ofFamily);
+struct LaneOfGuest
+{
+    juce::Uuid guest;
+    int lane = 0;
+};
+
+[[nodiscard]] WorkEdit
+renameLane (const SessionDocument&, const Session&, const LaneOfGuest&, const juce::String& name, bool ofFamily);
 
 /** number   1 or more; the channel number in combined files */
-[[nodiscard]] WorkEdit
-numberLane (const SessionDocument&, const Session&, const juce::Uuid& guest, int lane, int number);
+[[nodiscard]] WorkEdit numberLane (const SessionDocument&, const Session&, const LaneOfGuest&, int number);
 [[nodiscard]] WorkEdit
 noteGuest (const SessionDocument&, const Session&, const juce::Uuid& guest, const juce::String& note);
 

@@ -15,7 +15,7 @@ struct WorkEdit
     juce::String stroke {};    // edits of one stroke in a row are one step; empty: a step of its own
 };
 
-/** The work at hand with the steps that led to it: the one home of the document. Which take is open is changed without a
+/** The work and the steps that led to it: the only owner of the document. Which take is open is changed without a
     step, as are the results of jobs, which belong to the step that asked for them. */
 class WorkHistory
 {
@@ -25,10 +25,10 @@ public:
     /** The session file that the work was saved to or opened from; none for new work. */
     [[nodiscard]] const juce::File& file() const noexcept { return sessionFile; }
 
-    /** Begins anew: with a document that was opened, or with none. */
+    /** Starts over: with a document that was opened, or with none. */
     void restart (SessionDocument = emptyDocument(), juce::File = {});
 
-    /** Begins anew with work that was not saved when it was lost; the file is the one that it belongs to. No step leads back
+    /** Starts over with work that was not saved when it was lost; the file is the one that it belongs to. No step leads back
         behind it. */
     void recover (SessionDocument, juce::File);
 

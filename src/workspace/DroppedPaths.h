@@ -13,7 +13,7 @@ struct DroppedPaths
     std::vector<juce::File> folders, audio, pictures, sessions;
 };
 
-/** What is none of these is left out. */
+/** Anything else is left out. */
 [[nodiscard]] DroppedPaths sortDroppedPaths (const juce::StringArray& paths);
 
 /** True if at least one of the paths is of a kind that is taken. */

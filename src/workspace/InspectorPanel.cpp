@@ -91,7 +91,7 @@ void InspectorPanel::setUpButtons()
 
 void InspectorPanel::setGuest (const GuestClip* clip, int laneToShow, const GuestClock& clockToShow)
 {
-    // The editors tell what is typed by a message, and this call may have come before it.
+    // The editors report typing by a message, and this call may come before it.
     tellEdits();
 
     const auto id = clip != nullptr ? clip->id : juce::Uuid::null();
@@ -117,6 +117,15 @@ void InspectorPanel::setGuest (const GuestClip* clip, int laneToShow, const Gues
 
     setVisible (clip != nullptr);
     repaint();
+}
+
+void InspectorPanel::editName()
+{
+    if (! isVisible())
+        return;
+
+    nameEditor.grabKeyboardFocus();
+    nameEditor.selectAll();
 }
 
 // A blank that was just typed behind a name is no reason to take it away again.

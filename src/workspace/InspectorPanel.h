@@ -28,15 +28,18 @@ public:
     std::function<void()> onFamilyChosen;                 // the name is now meant for the guest's whole source
     std::function<void (juce::int64 samples)> onNudge;    // host samples; negative is earlier
     std::function<void()> onRemove;
-    std::function<void()> onSearch;        // its place is to be found anew
+    std::function<void()> onSearch;        // its place is to be searched again
     std::function<void()> onCopyPlace;     // its timecode is wanted elsewhere
     LookAndFeel* lookAndFeel = nullptr;    // the owner's
 
-    /** Shows a lane of a guest; hides the panel where there is none. What has been typed meanwhile is told first. */
+    /** Shows a lane of a guest; hides the panel where there is none. What has been typed meanwhile is reported first. */
     void setGuest (const GuestClip*, int lane, const GuestClock&);
 
     /** True if a name is meant for all guests of its source. */
     [[nodiscard]] bool appliesToFamily() const { return applyToMatching.getToggleState(); }
+
+    /** Puts the cursor into the name of the lane that is shown. */
+    void editName();
 
     void paint (juce::Graphics&) override;
     void resized() override;

@@ -15,12 +15,11 @@ enum class JobKind
     scan,      // a folder or polys
     search,    // reads guests and finds their places
     write,     // combined files
-    side       // small things that nobody waits for
+    side       // small jobs that the user does not wait for
 };
 
-/** Owns the slow jobs: which of them run, whose results are still wanted, and what has to wait until they are done. A job that
-    is given up runs on until it asks whether it is still wanted; its result is dropped, and what it did not know of is as
-    if it had not been. All functions are for the message thread, but those of Wanted and Progress. */
+/** Owns the slow jobs: which of them run, whose results are still wanted, and what has to wait until they are done. A cancelled
+    job runs on until it checks whether it is still wanted; its result is dropped. All functions are for the message thread, but those of Wanted and Progress. */
 class JobDesk
 {
 public:
@@ -35,7 +34,7 @@ public:
         std::shared_ptr<std::atomic<bool>> flag = std::make_shared<std::atomic<bool>> (true);
     };
 
-    /** Told by a job, from any thread; what comes from one that was given up is dropped. */
+    /** Called by a job, from any thread; calls from a cancelled job are dropped. */
     class Progress
     {
     public:
@@ -56,11 +55,11 @@ public:
         JobRunner::Progress runner;
     };
 
-    /** Told when jobs have begun or ended. */
+    /** Called when jobs have begun or ended. */
     std::function<void()> onChanged;
 
     /** Starts work on a thread of its own. A load gives up the loads and searches of the take that it replaces.
-        files    that the job is at, so that nobody begins with them twice
+        files    that the job works on, so that no second job takes them
         work     Result (const Progress&)
         commit   void (Result), on the message thread
         failed   the sentence of what work threw */
@@ -103,7 +102,7 @@ public:
     /** Gives up what is done for the open take. */
     void giveUpTake();
 
-    /** Runs an action as soon as nothing is waited for: now, or when the jobs at hand have ended. */
+    /** Runs an action as soon as the desk is free: now, or when the running jobs have ended. */
     void whenFree (std::function<void()>);
 
     /** Frees what takes long to free. */

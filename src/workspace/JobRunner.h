@@ -11,7 +11,7 @@ namespace ld
 {
 
 /** Runs the slow work of its owner on threads of their own and brings their results back to the message thread. A job
-    reaches nothing of its owner: it gets values, and hands one back. What arrives after the owner has gone is dropped, so
+    never touches its owner: it gets values, and hands one back. What arrives after the owner has gone is dropped, so
     that the program can end under a running job. All functions but Progress are for the message thread. */
 class JobRunner
 {
@@ -24,7 +24,7 @@ public:
     /** How many jobs have not ended yet; it outlives its runner. */
     using Count = std::shared_ptr<std::atomic<int>>;
 
-    /** What a job tells on its way, from any thread: calls reach the message thread in their order. */
+    /** Progress calls of a job, from any thread: they reach the message thread in their order. */
     class Progress
     {
     public:

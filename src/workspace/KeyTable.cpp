@@ -52,6 +52,8 @@ std::vector<KeyBinding> makeTable()
           moving,
           "Selected recording one sample later" },
         { findPlace, Key ('f'), "F", moving, "Find the place of the selected recording by its sound" },
+        { rename, Key (Key::F2Key), "F2", moving, "Name the selected recording" },
+        { removeTrack, Key (Key::deleteKey), "Delete", moving, "Remove the selected lane" },
         { mute, Key ('m'), "M", mixing, "Mute the selected lane" },
         { solo, Key ('s'), "S", mixing, "Solo the selected lane" },
         { drawFaders, Key ('d'), "D", mixing, "Draw fader lines, or stop drawing" },

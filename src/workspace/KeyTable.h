@@ -30,6 +30,8 @@ enum class Command
     laneAbove,
     laneBelow,
     findPlace,
+    rename,
+    removeTrack,
     mute,
     solo,
     drawFaders,

@@ -42,7 +42,7 @@ void MainComponent::combineInto (const juce::File& folder)
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 
-// For a run over takes, which tells it on its own thread.
+// For a run over takes, which calls it on its own thread.
 CombineProgress MainComponent::takeProgress (const JobDesk::Progress& progress, const juce::String& what, int count)
 {
     return [=, this] (int index, float fraction, const juce::String& phase) {
@@ -56,7 +56,7 @@ CombineProgress MainComponent::takeProgress (const JobDesk::Progress& progress, 
     };
 }
 
-// What a job has finished stays; what it was at is as it was before.
+// Finished files stay; the one in progress is left as it was.
 void MainComponent::cancelJobs()
 {
     const auto wasLoading = desk.isRunning (JobKind::load);

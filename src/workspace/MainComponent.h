@@ -50,25 +50,25 @@ public:
     /** Asks the user; to be replaced where no user is there to answer. */
     UserQuestions questions = systemQuestions();
 
-    /** Told the name of the work, with a mark while it is not saved; empty where there is none. */
+    /** Given the name of the work, with a mark while it is not saved; empty where there is none. */
     std::function<void (const juce::String&)> onTitleChanged;
 
     /** Keeps a second copy of unsaved work from now on, and asks whether to open what an earlier program has left. */
     void keepRecovery (std::unique_ptr<RecoveryFile>);
 
-    /** Nothing is to be left for a next start: the user has seen to the work. */
+    /** Leaves nothing for a next start: the user has saved or discarded the work. */
     void endRecovery();
 
-    /** Writes that copy now, if there is anything to be lost: the program ends. */
+    /** Writes that copy now, if anything is unsaved: the program ends. */
     void flushRecovery();
 
     /** Plays to the output that was chosen last, and notes in this file which one is chosen from now on. */
     void rememberOutput (const juce::File& settings);
 
-    /** Goes on where the user has nothing to lose, or has said what is to become of it. */
+    /** Goes on once nothing unsaved is left: at once, or when the user has saved or discarded it. */
     void askToSave (std::function<void()> goOn);
 
-    // What is going on, for those who drive the view.
+    // The state, for code that drives the view.
     [[nodiscard]] bool isBusy() const noexcept { return desk.isBusy(); }
     [[nodiscard]] const juce::String& status() const noexcept { return statusText; }
     [[nodiscard]] const Session& openSession() const noexcept { return session; }
@@ -186,6 +186,7 @@ private:
     void editLane (const juce::Uuid&, int lane, LaneField, const juce::String& text);
     void searchSelected();
     void copyPlace();
+    void removeSelected();
     void confirmRemoveTrack (bool isGuest, const juce::Uuid&, int channel);
     void removeTrackConfirmed (bool isGuest, const juce::Uuid&, int channel);
     [[nodiscard]] juce::String

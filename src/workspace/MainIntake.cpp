@@ -18,7 +18,7 @@ constexpr int saveOne = Chooser::saveMode | Chooser::canSelectFiles | Chooser::w
 
 constexpr auto waitBeforeOpening = "Wait for the current scan or export to finish before opening a session.";
 
-// An answer can come after the view has gone.
+// An answer can come after the view is gone.
 template <typename Answer>
 UserQuestions::FilesAnswer answeredBy (MainComponent* view, Answer&& answer)
 {
@@ -56,7 +56,7 @@ void MainComponent::filesDropped (const juce::StringArray& paths, int, int)
     repaint();
 }
 
-// A scan or a combine run that is under way comes first: what it leaves decides what becomes of the files.
+// A running scan or combine run goes first: its result decides what to do with the files.
 bool MainComponent::mustWait() const
 {
     return desk.isRunning (JobKind::scan) || desk.isRunning (JobKind::write) || desk.isRunning (JobKind::load);
@@ -89,7 +89,7 @@ void MainComponent::handleIncomingFiles (const juce::StringArray& paths)
     loadHostAsync (host, std::move (dropped.audio));
 }
 
-// Several polys take the place of the takes at hand; a single one joins them.
+// Several polys replace the open takes; a single one joins them.
 void MainComponent::openPolys (std::vector<juce::File> files)
 {
     std::erase_if (files, [] (const auto& file) { return ! file.existsAsFile(); });

@@ -71,6 +71,8 @@ void MainComponent::obey (Command command)
         case laneAbove: return stepLane (-1);
         case laneBelow: return stepLane (1);
         case findPlace: return searchSelected();
+        case rename: return inspector.editName();
+        case removeTrack: return removeSelected();
         case mute:
         case solo: return switchSelected (command == solo);
         case drawFaders:

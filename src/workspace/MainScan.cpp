@@ -39,7 +39,7 @@ MatchOptions optionsFor (const JobDesk::Progress& progress)
     return options;
 }
 
-// What a scan gave, with what is to be told of it.
+// What a scan gave, and what to say about it.
 struct ScannedShoot
 {
     std::vector<BatchMatch> matches;

@@ -332,7 +332,7 @@ void MainComponent::commitPlace (PlacedGuest placed, const std::vector<FilePlace
     if (live == nullptr || take == nullptr)
         return desk.discard (std::move (placed));
 
-    // Or the user has set its place: what was found counts no more, and the guest is laid out where it belongs.
+    // Or the user has set its place: the result is dropped, and the guest is laid out at that place.
     if (placesOf (*live, *take) != known)
         return bringSession();
 

@@ -27,7 +27,7 @@ namespace ld
 [[nodiscard]] juce::String isosMatchedText (const std::vector<BatchMatch>& matches, const juce::String& folderName);
 [[nodiscard]] juce::String alignedText (const Alignment&, bool isHidden);
 
-/** What stands in the window's title: the session's name, with a mark while it is not saved; empty where there is no work. */
+/** The window's title: the session's name, with a mark while it is not saved; empty where there is no work. */
 [[nodiscard]] juce::String titleOf (const WorkHistory&);
 
 /** The files that no combined file holds, by name, the first few of them; empty where there are none. */

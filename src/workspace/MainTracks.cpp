@@ -83,11 +83,11 @@ void MainComponent::editLane (const juce::Uuid& id, int lane, LaneField field, c
     const auto& doc = work.document();
 
     if (field == LaneField::name)
-        perform (renameLane (doc, session, id, lane, text, inspector.appliesToFamily()));
+        perform (renameLane (doc, session, { id, lane }, text, inspector.appliesToFamily()));
     else if (field == LaneField::note)
         perform (noteGuest (doc, session, id, text));
     else if (text.getIntValue() >= 1)
-        perform (numberLane (doc, session, id, lane, text.getIntValue()));
+        perform (numberLane (doc, session, { id, lane }, text.getIntValue()));
 }
 
 void MainComponent::searchSelected()
@@ -123,6 +123,14 @@ MainComponent::trackName (bool isGuest, const juce::Uuid& id, int channel, const
 
     const auto* const guest = session.findGuest (id);
     return guest != nullptr ? guestName (*guest) : absent;
+}
+
+void MainComponent::removeSelected()
+{
+    if (spine.chosenChannel < 0)
+        showStatus ("Select a lane first.");
+    else
+        confirmRemoveTrack (! session.selectedGuest.isNull(), session.selectedGuest, spine.chosenChannel);
 }
 
 void MainComponent::confirmRemoveTrack (bool isGuest, const juce::Uuid& id, int channel)

@@ -94,7 +94,7 @@ void MainComponent::bringTake (const BatchMatch& take)
     auto back = takeFromShelf (plan, shelf);
     auto searched = plan.searched;
 
-    // A guest that a job is at is only moved: the job's end finds out what is left to do.
+    // A guest that a job works on is only moved: the job's end finds out what is left to do.
     for (const auto& move : plan.laidOut)
         if (const auto* const guest = session.findGuest (move.guest);
             guest != nullptr && std::ranges::none_of (filesOf (*guest), isUnderWay))
@@ -353,14 +353,14 @@ void MainComponent::keepUpRecovery()
     });
 }
 
-// What was opened from the copy of a lost program is kept elsewhere by now.
+// Work recovered from a crashed program is in our own copy by now.
 void MainComponent::discardReopened()
 {
     for (const auto& lost : std::exchange (reopened, {}))
         recovery->discard (lost);
 }
 
-// Nothing would be lost any more.
+// Nothing is unsaved any more.
 void MainComponent::removeRecovery()
 {
     if (recovery == nullptr)

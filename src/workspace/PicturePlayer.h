@@ -7,7 +7,7 @@
 namespace ld
 {
 
-/** Shows a movie's picture, silently. What plays it is the system's affair and hidden here; the message thread alone may
+/** Shows a movie's picture, silently. Which player the system uses is hidden here; the message thread alone may
     use it. Without a loaded movie every function does nothing, and all numbers are 0. */
 class PicturePlayer : public juce::Component
 {

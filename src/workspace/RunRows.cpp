@@ -16,7 +16,7 @@ RunRow rowOf (const RunTable::Take& take)
     return row;
 }
 
-// What speaks for a place counts most, and stands where it is seen.
+// The evidence for a place counts most, and stands first.
 RunRow rowOf (const RunTable::Guest& guest, const juce::File& poly)
 {
     juce::StringArray words { guest.evidence, guest.detail, guest.place };

@@ -19,17 +19,17 @@ struct RunRow
     };
 
     Kind kind = Kind::take;
-    juce::File poly {};        // of the take that it tells of; none for files in no take
+    juce::File poly {};        // of the take that it belongs to; none for files in no take
     juce::String name {};      // of the take or of the files
     juce::String sure {};      // how sure a place is: "98%"
-    juce::String words {};     // the place and what speaks for it, why there is none, or where a file was written
+    juce::String words {};     // the place and its evidence, why there is none, or where a file was written
     bool isTrouble = false;    // something is not in a file
 
     bool operator== (const RunRow&) const = default;
 };
 
 /** A table's lines in their order.
-    troubleOnly   just those that tell of something that is in no file, each below its take */
+    troubleOnly   just those with something that is in no file, each below its take */
 [[nodiscard]] std::vector<RunRow> runRowsOf (const RunTable&, bool troubleOnly);
 
 /** What a line is called: "placed", "left out"; empty where its name says all. */

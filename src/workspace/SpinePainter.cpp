@@ -260,7 +260,7 @@ private:
                   colour.withAlpha (0.84f + 0.16f * emphasis));
     }
 
-    // What is at hand of a poly's channel for a close look: the reference channel, or what was read for it.
+    // The samples of a poly's channel that are available for a close look: the reference channel, or what was read for it.
     [[nodiscard]] WaveSource hostWave (size_t channel) const
     {
         const auto& host = session.host;

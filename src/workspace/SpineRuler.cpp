@@ -121,7 +121,7 @@ std::vector<RulerMark> frameMarks (const HostTake& host,
     }
 }
 
-// Below a frame: the frame, and how many samples of it have gone.
+// Below a frame: the frame, and how many of its samples have passed.
 std::vector<RulerMark> sampleMarks (const HostTake& host,
                                     juce::Rectangle<float> ruler,
                                     juce::Rectangle<float> timeline,

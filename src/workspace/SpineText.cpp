@@ -11,7 +11,7 @@ juce::String placeText (const Alignment& alignment)
 {
     using enum Alignment::Method;
 
-    // Of a doubtful one the reason counts, of the others what speaks for it.
+    // For a doubtful one the reason, for the others the evidence.
     const auto showsEvidence = alignment.evidence.isNotEmpty() && ! alignment.needsManual;
 
     if (const auto& words = showsEvidence ? alignment.evidence : alignment.detail; words.isNotEmpty())

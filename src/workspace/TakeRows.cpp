@@ -114,7 +114,7 @@ rowOf (const SessionDocument& doc, const BatchMatch& take, const TakeSurvey& sur
 
     for (const auto& guest : take.guests)
     {
-        // Of a file that is not there the place is no question.
+        // Where the file is missing, its place does not matter.
         if (survey.missing.contains (guest.file.getFullPathName()))
             ++row.missing;
         else if (guest.alignment.needsManual)

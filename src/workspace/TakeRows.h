@@ -8,7 +8,7 @@
 namespace ld
 {
 
-/** What the disk says of the files of the work. */
+/** What is on the disk of the files of the work. */
 struct TakeSurvey
 {
     struct Header
@@ -27,7 +27,7 @@ struct TakeSurvey
 /** The work as it was when a take was combined, by the full path of its poly. */
 using CombinedTakes = std::map<juce::String, std::shared_ptr<const SessionDocument>>;
 
-/** One take as the list of takes tells it. */
+/** One take as the list of takes shows it. */
 struct TakeRow
 {
     juce::String name, sceneAndTake, length;    // empty where it is not known
@@ -49,10 +49,10 @@ struct TakeRow
 /** What needs a look: "1 in doubt, 2 missing"; empty where nothing does. */
 [[nodiscard]] juce::String troubleText (const TakeRow&);
 
-/** What became of the take: "edited, combined"; empty where nothing did. */
+/** What was done to the take: "edited, combined"; empty where nothing was. */
 [[nodiscard]] juce::String progressText (const TakeRow&);
 
-/** All of it in one line, for those who cannot see the row whole or at all.
+/** All of it in one line, for tooltips and screen readers.
     number   of the take, from 1 */
 [[nodiscard]] juce::String sentenceOf (const TakeRow&, int number);
 

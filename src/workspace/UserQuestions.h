@@ -12,7 +12,7 @@ namespace ld
 struct FileQuestion
 {
     juce::String title;
-    juce::File start;    // a file or folder; none: where the system likes
+    juce::File start;    // a file or folder; none: the system decides
     juce::String wildcard;
     int flags = 0;    // juce::FileBrowserComponent::FileChooserFlags
 };

@@ -19,7 +19,7 @@ struct WaveSource
 {
     const PeakLane& peaks;
     juce::int64 offset = 0;               // host sample of the lane's first
-    std::span<const float> samples {};    // those that are at hand; drawn where the curves are too coarse
+    std::span<const float> samples {};    // those that are available; drawn where the curves are too coarse
     juce::int64 firstSample = 0;          // of these
 };
 

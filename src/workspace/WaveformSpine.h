@@ -10,7 +10,7 @@ namespace ld
 
 /** The timeline: a lane for each channel of the poly and of its guests, the whole take at first, and any part of it as closely
     as one likes. It reads the session, on the message thread, and hands every gesture to its owner; where no callback is set
-    for the mixer it changes the session itself. What part is seen is its own affair. It is repainted when it is told to. */
+    for the mixer it changes the session itself. It decides which part is seen. It repaints only on request. */
 class WaveformSpine : public juce::Component, public juce::TooltipClient
 {
 public:

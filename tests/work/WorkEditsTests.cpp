@@ -112,10 +112,10 @@ TEST_F (OpenTake, AFieldIsWrittenOnItsLaneAndNowhereElse)
     auto track = edited (noteGuest (work.document(), session, guest, "wind"));
     EXPECT_EQ (track.name, "iso1_0") << "a note names nothing";
     EXPECT_EQ (session.guests[1].notes, "wind");
-    track = edited (numberLane (work.document(), session, session.guests[1].id, 0, 7));
+    track = edited (numberLane (work.document(), session, { session.guests[1].id, 0 }, 7));
     EXPECT_EQ (track.chosenChannel, 7);
     EXPECT_EQ (track.name, "iso1_0");
-    track = edited (renameLane (work.document(), session, session.guests[1].id, 0, " Anna ", false));
+    track = edited (renameLane (work.document(), session, { session.guests[1].id, 0 }, " Anna ", false));
     EXPECT_EQ (track.name, "Anna");
     EXPECT_EQ (track.chosenChannel, 7);
     EXPECT_EQ (session.guests[0].tracks[0].name, "iso0_0");

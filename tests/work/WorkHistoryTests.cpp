@@ -98,8 +98,8 @@ private:
             case 0: return perform (nudgeGuest (doc, poly, guest, below (200) - 100));
             case 1: return perform (nudgeGuest (doc, poly, guest, below (200) - 100, "move " + guest.id.toString()));
             case 2: return perform (removeGuest (doc, poly, guest));
-            case 3: return perform (renameLane (doc, session, guest.id, 0, word(), below (2) == 0));
-            case 4: return perform (numberLane (doc, session, guest.id, 0, 1 + below (9)));
+            case 3: return perform (renameLane (doc, session, { guest.id, 0 }, word(), below (2) == 0));
+            case 4: return perform (numberLane (doc, session, { guest.id, 0 }, 1 + below (9)));
             case 5: return perform (noteGuest (doc, session, guest.id, word()));
             case 6: perform (searchGuestAgain (doc, poly, guest)); return find (guest);
             default: return perform (addFiles (doc, poly, { shoot.recording (word() + ".wav", 0) }, "a file"));

@@ -44,6 +44,7 @@ TEST (MainLayout, PlacesTheWorkspace)
              { "iso", at.addIso, { 970, 22, 142, 40 } },
              { "polys", at.openPolys, { 856, 22, 104, 40 } },
              { "reset", at.reset, { 722, 22, 124, 40 } },
+             { "export", at.exporting, { 622, 22, 90, 40 } },
              { "rewind", at.rewind, { 24, 92, 48, 32 } },
              { "back", at.backFive, { 78, 92, 54, 32 } },
              { "play", at.play, { 138, 92, 82, 32 } },

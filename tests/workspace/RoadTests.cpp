@@ -112,6 +112,50 @@ TEST_F (Road, ExportWritesTheInterchangeFilesOfTheProgramWithoutAWindow)
                    + ": Could not write " + edl);
 }
 
+TEST_F (Road, AWholeJobNeedsNothingButKeys)
+{
+    constexpr auto ctrl = juce::ModifierKeys::commandModifier;
+    constexpr int finely = juce::ModifierKeys::altModifier | juce::ModifierKeys::shiftModifier;
+    OpenView open;
+    const auto press = [&] (int key, int modifiers, const juce::File& answer) {
+        open.chosen = { answer };
+        EXPECT_TRUE (open.press ({ key, modifiers, 0 }));
+        EXPECT_TRUE (open.settle());
+    };
+    press ('f', ctrl, shoot.folder);
+    ASSERT_EQ (open.view->openBatch().size(), 2u);
+    press (juce::KeyPress::pageDownKey, 0, {});
+
+    for (int i = 0; i < 12 && open.view->openSession().selectedGuest.isNull(); ++i)
+        press (juce::KeyPress::downKey, ctrl, {});
+
+    // Three samples later, named, not in the mix; and one lane of the poly less.
+    const auto guest = *open.view->openSession().findGuest (open.view->openSession().selectedGuest);
+    const auto before = guest.alignment.offsetSamples;
+
+    for (int i = 0; i < 3; ++i)
+        press (juce::KeyPress::rightKey, finely, {});
+
+    press (juce::KeyPress::F2Key, 0, {});
+    open.child<juce::TextEditor> ("Name").setText ("By key", true);
+    deliverPostedCalls();
+    press ('m', 0, {});
+    press (juce::KeyPress::upKey, ctrl, {});
+    press (juce::KeyPress::deleteKey, 0, {});
+    const auto document = temp.file ("keys.ldsession"), out = temp.file ("keys");
+    out.createDirectory();
+    press ('s', ctrl, document);
+    press ('e', ctrl, out);
+    EXPECT_EQ (open.view->status(), "Wrote 2 of 2 COMBINED WAV files.");
+
+    const auto& session = open.view->openSession();
+    const auto written = inspectAudioFile (out.getChildFile ("COMBINED_" + session.host.file.getFileName()));
+    EXPECT_EQ (openTakeOf (open.view->history().document())->omittedHost.size(), 1u);
+    EXPECT_EQ (written.format.channels, (int) session.allExportTracks().size());
+    EXPECT_TRUE (std::ranges::any_of (written.ixml.tracks, [] (const auto& track) { return track.name == "By key"; }));
+    EXPECT_EQ (session.findGuest (guest.id)->alignment.offsetSamples, before + 3);
+}
+
 TEST_F (Road, SavedAndReopenedGivesTheSameFiles)
 {
     const auto document = temp.file ("day");
