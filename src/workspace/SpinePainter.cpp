@@ -186,24 +186,31 @@ private:
             3.0f);
     }
 
+    // Opaque, as blending would take longer than all the rest: tints are laid on each other beforehand.
     void paintGround (const SpineLane& lane)
     {
         const auto& timeline = lane.timeline;
         const auto& remove = lane.removeButton;
-        const auto ground = lane.isGuest ? palette.panel : palette.raised.withAlpha (0.42f);
+        const auto ground = lane.isGuest ? palette.panel : palette.ink.overlaidWith (palette.raised.withAlpha (0.42f));
+        const auto tinted = [&] (juce::Colour colour) {
+            return lane.isGuest ? colour : colour.overlaidWith (palette.good.withAlpha (0.1f));
+        };
+        const auto lined = [&] (juce::Colour colour, float alpha) {
+            return tinted (ground.overlaidWith (colour.withAlpha (alpha)));
+        };
         fill (ground, lane.label.withWidth (SpineFrame::labelColumn));
-        fill (ground, timeline);
+        fill (tinted (ground), timeline);
         fill (ground, { remove.getX() - 4.0f, timeline.getY(), remove.getWidth() + 8.0f, timeline.getHeight() });
-        fill (palette.line.withAlpha (0.28f), timeline.withTop (timeline.getBottom() - 1.0f));
+        fill (lined (palette.line, 0.28f), timeline.withTop (timeline.getBottom() - 1.0f));
 
         if (view.isDrawing && lane.hasMixer)
         {
-            g.setColour (palette.accent.withAlpha (0.45f));
+            g.setColour (lined (palette.accent, 0.45f));
             g.drawRect (timeline, 1.2f);
         }
 
         for (int i = 1; i <= 4; ++i)
-            fill (palette.line.withAlpha (0.16f),
+            fill (lined (palette.line, 0.16f),
                   { timeline.getX() + timeline.getWidth() * (float) i / 5.0f,
                     timeline.getY(),
                     1.0f,
@@ -279,7 +286,6 @@ private:
 
     void paintHostLane (const SpineLane& lane)
     {
-        fill (palette.good.withAlpha (0.1f), lane.timeline);
         paintLabel (lane, 6.0f, 22.0f, palette.muted, 11.0f);
 
         if ((size_t) lane.channel < session.host.peaks.size())

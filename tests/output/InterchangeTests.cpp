@@ -9,7 +9,6 @@
 #include <pugixml.hpp>
 
 #include <map>
-#include <regex>
 #include <set>
 
 namespace ld::test
@@ -95,7 +94,8 @@ std::string valueAt (const pugi::xml_document& document, const char* path)
 // times from 30 on. Gives what stands in them.
 std::vector<std::string> eventsOf (const juce::String& edl)
 {
-    const std::regex line (R"(^(\d{3})  ([\w-]{1,8}) *$)"), times (R"(((\d\d:\d\d:\d\d[:;]\d\d) ?){4})");
+    const auto line = testing::MatchesRegex ("[0-9]{3}  [A-Za-z0-9_-]{1,8} *");
+    const auto times = testing::MatchesRegex ("(([0-9]{2}:[0-9]{2}:[0-9]{2}[:;][0-9]{2}) ?){4}");
     std::vector<std::string> events;
 
     for (const auto& text : juce::StringArray::fromLines (edl))
@@ -103,9 +103,9 @@ std::vector<std::string> eventsOf (const juce::String& edl)
         if (! juce::CharacterFunctions::isDigit (text[0]))
             continue;
 
-        EXPECT_TRUE (std::regex_match (text.substring (0, 13).toStdString(), line)) << text;
+        EXPECT_THAT (text.substring (0, 13).toStdString(), line) << text;
         EXPECT_EQ (text.substring (19, 29), " C        ") << text;
-        EXPECT_TRUE (std::regex_match (text.substring (29).toStdString(), times)) << text;
+        EXPECT_THAT (text.substring (29).toStdString(), times) << text;
         auto words = juce::StringArray::fromTokens (text.substring (5), false);
         words.removeEmptyStrings();
         events.push_back (words.joinIntoString (" ").toStdString());
