@@ -33,7 +33,7 @@ juce::int64 firstFrameOf (juce::int64 bucket, double framesPerBucket) noexcept
 }
 
 // NaNs are ignored.
-LD_VECTOR_CLONES PeakRange rangeOfSamples (std::span<const float> samples, PeakRange range) noexcept
+LD_VECTOR_CLONES PeakRange widened (std::span<const float> samples, PeakRange range) noexcept
 {
     for (const auto sample : samples)
     {
@@ -97,13 +97,11 @@ PeakLevel finestLevelOf (std::span<const float> audio)
     {
         const auto from = i * (size_t) finestPeakBucket;
         const auto block = audio.subspan (from, std::min ((size_t) finestPeakBucket, audio.size() - from));
-        constexpr auto most = std::numeric_limits<float>::max();
-        const auto range = rangeOfSamples (block, { most, -most });
 
-        if (range.low <= range.high)
+        if (const auto range = ld::rangeOfSamples (block))
         {
-            level.minValues[i] = range.low;
-            level.maxValues[i] = range.high;
+            level.minValues[i] = range->low;
+            level.maxValues[i] = range->high;
         }
     }
 
@@ -111,6 +109,13 @@ PeakLevel finestLevelOf (std::span<const float> audio)
 }
 
 }    // namespace
+
+std::optional<PeakRange> rangeOfSamples (std::span<const float> samples) noexcept
+{
+    constexpr auto most = std::numeric_limits<float>::max();
+    const auto range = widened (samples, { most, -most });
+    return range.low <= range.high ? std::optional (range) : std::nullopt;
+}
 
 const PeakLevel* levelFor (const PeakLane& lane, double samplesPerPixel) noexcept
 {
@@ -150,7 +155,7 @@ PeakLane peaksOf (std::span<const float> audio, int buckets)
     {
         const auto from = (size_t) (step * (double) bucket);
         const auto to = std::min ((size_t) (step * (double) (bucket + 1)), audio.size());
-        const auto range = to > from ? rangeOfSamples (audio.subspan (from, to - from), {}) : PeakRange {};
+        const auto range = to > from ? widened (audio.subspan (from, to - from), {}) : PeakRange {};
         lane.minValues[bucket] = range.low;
         lane.maxValues[bucket] = range.high;
     }

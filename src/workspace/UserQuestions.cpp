@@ -20,7 +20,13 @@ void chooseFiles (const FileQuestion& question, UserQuestions::FilesAnswer answe
     });
 }
 
-void confirmRemoval (const juce::String& message, juce::Component* parent, std::function<void()> agreed)
+// One box is open at a time; it goes with the questions that it belongs to, whatever is open then.
+using OpenBox = std::shared_ptr<juce::ScopedMessageBox>;
+
+void confirmRemoval (const OpenBox& box,
+                     const juce::String& message,
+                     juce::Component* parent,
+                     std::function<void()> agreed)
 {
     const auto options = juce::MessageBoxOptions()
                              .withIconType (juce::MessageBoxIconType::QuestionIcon)
@@ -30,13 +36,13 @@ void confirmRemoval (const juce::String& message, juce::Component* parent, std::
                              .withButton ("Cancel")
                              .withAssociatedComponent (parent);
 
-    juce::NativeMessageBox::showAsync (options, [agreed = std::move (agreed)] (int button) {
+    *box = juce::NativeMessageBox::showScopedAsync (options, [agreed = std::move (agreed)] (int button) {
         if (button == 0)
             agreed();
     });
 }
 
-void choose (const Choice& choice, juce::Component* parent, std::function<void (int)> answer)
+void choose (const OpenBox& box, const Choice& choice, juce::Component* parent, std::function<void (int)> answer)
 {
     auto options = juce::MessageBoxOptions()
                        .withIconType (juce::MessageBoxIconType::QuestionIcon)
@@ -47,17 +53,23 @@ void choose (const Choice& choice, juce::Component* parent, std::function<void (
     for (const auto& text : choice.answers)
         options = options.withButton (text);
 
-    juce::NativeMessageBox::showAsync (options,
-                                       [count = choice.answers.size(), answer = std::move (answer)] (int button) {
-        answer (juce::isPositiveAndBelow (button, count) ? button : count - 1);
-    });
+    *box = juce::NativeMessageBox::showScopedAsync (
+        options, [count = choice.answers.size(), answer = std::move (answer)] (int button) {
+            answer (juce::isPositiveAndBelow (button, count) ? button : count - 1);
+        });
 }
 
 }    // namespace
 
 UserQuestions systemQuestions()
 {
-    return { chooseFiles, confirmRemoval, choose };
+    const auto box = std::make_shared<juce::ScopedMessageBox>();
+    return {
+        chooseFiles,
+        [box] (const auto& message, auto* parent, auto agreed) {
+        confirmRemoval (box, message, parent, std::move (agreed));
+        },
+        [box] (const auto& choice, auto* parent, auto answer) { choose (box, choice, parent, std::move (answer)); } };
 }
 
 }    // namespace ld

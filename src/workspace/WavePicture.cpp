@@ -110,12 +110,8 @@ struct WavePlotter
         if (first >= end)
             return {};
 
-        PeakRange range { sampleAt (first), sampleAt (first) };
-
-        for (auto i = first + 1; i < end; ++i)
-            range = { std::min (range.low, sampleAt (i)), std::max (range.high, sampleAt (i)) };
-
-        return range;
+        return ld::rangeOfSamples (
+            source.samples.subspan ((size_t) (first - source.firstSample), (size_t) (end - first)));
     }
 
     [[nodiscard]] std::vector<juce::Point<float>> samplePoints() const

@@ -123,6 +123,32 @@ struct Studio
         folder.deleteRecursively();
     }
 
+    // A file that is no recording, and a session of which a recording has gone.
+    void takeTrouble()
+    {
+        const juce::TemporaryFile broken (".wav"), session (".ldsession");
+
+        if (! broken.getFile().replaceWithText ("RIFF, but nothing behind it"))
+            throw std::runtime_error ("A file could not be written.");
+
+        drop (broken.getFile());
+        settle();
+        take ("error");
+
+        view.questions.chooseFiles = [&session] (const auto&, const auto& answer) { answer ({ session.getFile() }); };
+        view.keyPressed ({ 's', juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier, 0 });
+        settle();
+        const auto guest = view.openSession().guests.back().file, away = guest.getSiblingFile ("away");
+
+        if (! guest.moveFileTo (away))
+            throw std::runtime_error ("A recording could not be moved.");
+
+        drop (session.getFile());
+        settle();
+        take ("missing");
+        juce::ignoreUnused (away.moveFileTo (guest));
+    }
+
     template <typename Child>
     Child& child()
     {
@@ -161,6 +187,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     spine.onSeek (studio.view.openSession().host.format.numFrames / 3);
     Studio::pumpFor (1500);
     studio.take ("picture");
+    studio.takeTrouble();
 }
 
 }    // namespace

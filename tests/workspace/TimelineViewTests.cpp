@@ -160,7 +160,7 @@ TEST (PeakCurve, EveryLevelHoldsTheExtremesOfItsSamples)
     audio[77] = std::numeric_limits<float>::quiet_NaN();
     const auto lane = peaksOf (audio, guestPeakBuckets);
     ASSERT_EQ (lane.levels.size(), 3u);
-    EXPECT_EQ (lane.levels[1].samplesPerBucket, 1024);
+    EXPECT_EQ (lane.levels[1].samplesPerBucket, 512);
     size_t bytes = 0;
 
     for (const auto& level : lane.levels)
@@ -174,8 +174,8 @@ TEST (PeakCurve, EveryLevelHoldsTheExtremesOfItsSamples)
     }
 
     EXPECT_LT ((double) bytes, 0.03 * (double) (audio.size() * sizeof (float)));
-    EXPECT_EQ (levelFor (lane, 400.0)->samplesPerBucket, 256);
-    EXPECT_EQ (levelFor (lane, 9000.0)->samplesPerBucket, 4096);
+    EXPECT_EQ (levelFor (lane, 400.0)->samplesPerBucket, 128);
+    EXPECT_EQ (levelFor (lane, 9000.0)->samplesPerBucket, 2048);
     EXPECT_TRUE (peaksOf (std::vector<float> (1000), guestPeakBuckets).levels.empty());
 }
 
