@@ -207,14 +207,22 @@ void MainComponent::addDroppedAudio (std::vector<juce::File> files)
     desk.start (
         JobKind::search,
         {},
-        [files = std::move (files)] (const JobDesk::Progress& progress) {
-        auto scans = inspectAll (files, progress.wanted);
-        std::erase_if (scans, [] (const auto& scan) { return ! scan.format.valid; });
-        return scans;
+        [files = std::move (files)] (const JobDesk::Progress& progress) { return inspectAll (files, progress.wanted); },
+        [this] (std::vector<ScanFile> scans) {
+        juce::StringArray unreadable;
+        std::erase_if (scans, [&] (const auto& scan) {
+            if (! scan.format.valid)
+                unreadable.add (scan.file.getFileName());
+
+            return ! scan.format.valid;
+        });
+
+        if (! scans.empty())
+            perform (addFiles (work.document(), session.host.file, scans, nameOfDrop (scans)));
+
+        if (! unreadable.isEmpty())
+            showStatus ("Could not read " + unreadable.joinIntoString (", ") + " as WAV/BWF.");
         },
-        [this] (const std::vector<ScanFile>& scans) {
-        perform (addFiles (work.document(), session.host.file, scans, nameOfDrop (scans)));
-    },
         [this] (const juce::String& sentence) { fail (sentence); });
 }
 

@@ -77,6 +77,12 @@ TEST_F (MainView, TellsWhatCannotBeOpenedAndKeepsTheTake)
     EXPECT_EQ (status(), "Could not read broken.wav as a BWF/WAV.");
     EXPECT_EQ (session().host.file, temp.file ("poly.wav"));
 
+    const auto work = open.view->history().state();
+    open.drop ({ temp.file ("broken.wav") });
+    ASSERT_TRUE (open.settle());
+    EXPECT_EQ (status(), "Could not read broken.wav as WAV/BWF.");
+    EXPECT_EQ (open.view->history().state(), work) << "it is no step";
+
     temp.file ("not.ldsession").replaceWithText ("[]");
     open.drop ({ temp.file ("not.ldsession"), temp.folder });
     EXPECT_EQ (status(), "Session file is not valid JSON.");
