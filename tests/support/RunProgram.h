@@ -25,7 +25,7 @@ public:
     /** True where it has a file open in a folder, with or without a name. Linux only. */
     [[nodiscard]] bool hasOpenBelow (const juce::File& folder) const;
 
-    /** Waits for its end, kills it after a minute. Returns its exit status, or minus the signal that ended it. */
+    /** Waits for its end, kills it after ten minutes. Returns its exit status, or minus the signal that ended it. */
     int wait();
 
     [[nodiscard]] juce::String out() const { return outFile.loadFileAsString(); }
@@ -49,11 +49,11 @@ struct ProgramRun
 /** True where PATH holds a program of this name. */
 [[nodiscard]] bool isInstalled (const juce::String& name);
 
-/** Asks again and again until the condition holds; false after a minute. */
+/** Asks again and again until the condition holds; false after ten minutes, as under the sanitizers all takes long. */
 template <typename Condition>
 [[nodiscard]] bool becomesTrue (Condition&& condition)
 {
-    constexpr juce::uint32 longestWaitMs = 60000;
+    constexpr juce::uint32 longestWaitMs = 600000;
     const auto start = juce::Time::getMillisecondCounter();
 
     while (! condition())
