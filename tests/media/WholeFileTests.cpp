@@ -106,10 +106,10 @@ PeakLane slowCurve (const RandomFile& file, int channel, int buckets)
     const auto [low, high] = curve ((size_t) buckets, (double) file.statedFrames / buckets);
     PeakLane lane { low, high, file.statedFrames };
 
-    if (delivered > 0 && file.statedFrames > 256 * buckets)
+    if (delivered > 0 && file.statedFrames > 128 * buckets)
     {
-        const auto [fineLow, fineHigh] = curve ((size_t) (delivered + 255) / 256, 256.0);
-        lane.levels.push_back ({ 256, fineLow, fineHigh });
+        const auto [fineLow, fineHigh] = curve ((size_t) (delivered + 127) / 128, 128.0);
+        lane.levels.push_back ({ 128, fineLow, fineHigh });
     }
 
     return lane;
