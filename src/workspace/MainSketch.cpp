@@ -65,9 +65,9 @@ void MainComponent::showSketchOf (const LoadRequest& request)
 void MainComponent::showSketch (std::unique_ptr<Session> made)
 {
     selectGuest (juce::Uuid::null(), -1);
+    spine.session = made.get();
     sketch = std::move (made);
     spine.showWholeTake();
-    spine.session = sketch.get();
     spine.isReading = true;
     updateTransportDisplay();
     repaint();
