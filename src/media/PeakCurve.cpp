@@ -89,25 +89,6 @@ PeakLane emptyLane (juce::int64 samples, juce::int64 held, int buckets)
     return lane;
 }
 
-PeakLevel finestLevelOf (std::span<const float> audio)
-{
-    auto level = emptyLevel ((juce::int64) audio.size(), finestPeakBucket);
-
-    for (size_t i = 0; i < level.minValues.size(); ++i)
-    {
-        const auto from = i * (size_t) finestPeakBucket;
-        const auto block = audio.subspan (from, std::min ((size_t) finestPeakBucket, audio.size() - from));
-
-        if (const auto range = ld::rangeOfSamples (block))
-        {
-            level.minValues[i] = range->low;
-            level.maxValues[i] = range->high;
-        }
-    }
-
-    return level;
-}
-
 }    // namespace
 
 std::optional<PeakRange> rangeOfSamples (std::span<const float> samples) noexcept
@@ -115,6 +96,25 @@ std::optional<PeakRange> rangeOfSamples (std::span<const float> samples) noexcep
     constexpr auto most = std::numeric_limits<float>::max();
     const auto range = widened (samples, { most, -most });
     return range.low <= range.high ? std::optional (range) : std::nullopt;
+}
+
+PeakLevel levelOf (std::span<const float> audio, juce::int64 samplesPerBucket)
+{
+    auto level = emptyLevel ((juce::int64) audio.size(), samplesPerBucket);
+
+    for (size_t i = 0; i < level.minValues.size(); ++i)
+    {
+        const auto from = i * (size_t) samplesPerBucket;
+        const auto block = audio.subspan (from, std::min ((size_t) samplesPerBucket, audio.size() - from));
+
+        if (const auto range = rangeOfSamples (block))
+        {
+            level.minValues[i] = range->low;
+            level.maxValues[i] = range->high;
+        }
+    }
+
+    return level;
 }
 
 const PeakLevel* levelFor (const PeakLane& lane, double samplesPerPixel) noexcept
@@ -162,7 +162,7 @@ PeakLane peaksOf (std::span<const float> audio, int buckets)
 
     if (! lane.levels.empty())
     {
-        lane.levels.front() = finestLevelOf (audio);
+        lane.levels.front() = levelOf (audio, finestPeakBucket);
         addCoarserLevels (lane);
     }
 

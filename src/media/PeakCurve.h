@@ -53,6 +53,9 @@ constexpr juce::int64 finestPeakBucket = 128;    // samples
 /** The range of samples; nothing where none of them is a number. */
 [[nodiscard]] std::optional<PeakRange> rangeOfSamples (std::span<const float> samples) noexcept;
 
+/** Samples in memory as a level of such buckets; a bucket without a number is at 0. */
+[[nodiscard]] PeakLevel levelOf (std::span<const float> audio, juce::int64 samplesPerBucket);
+
 /** The lane of a channel in memory: buckets from at most 0 to at least 0, and its levels. */
 [[nodiscard]] PeakLane peaksOf (std::span<const float> audio, int buckets);
 

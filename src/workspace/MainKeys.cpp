@@ -1,5 +1,6 @@
 #include "workspace/KeyTable.h"
 #include "workspace/MainComponent.h"
+#include "workspace/WavePicture.h"
 
 #include "batch/Workers.h"
 #include "media/Timecode.h"
@@ -16,11 +17,14 @@ namespace
 /** Samples of the poly's channels, all together, as they are read for a close look. */
 HostSamples readHostSamples (const juce::File& file, SpineSpan span)
 {
-    HostSamples samples { file, span.start, {} };
+    HostSamples samples { file, span.start, {}, {} };
     BwfReader reader;
 
     if (reader.open (file))
         reader.readChannels (span.start, span.length, samples.channels);
+
+    for (const auto& channel : samples.channels)
+        samples.curves.push_back (levelOf (channel, closeBucket));
 
     return samples;
 }

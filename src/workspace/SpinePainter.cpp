@@ -1,5 +1,6 @@
 #include "workspace/SpinePainter.h"
 
+#include "workspace/SpineGround.h"
 #include "workspace/SpineRuler.h"
 #include "workspace/SpineText.h"
 #include "workspace/WavePicture.h"
@@ -36,12 +37,13 @@ public:
 
     void paint()
     {
+        fillAroundLanes (g, palette.ink, lanes, lanesArea());
         paintHeading();
         paintRuler();
 
         {
             const juce::Graphics::ScopedSaveState state (g);
-            g.reduceClipRegion (g.getClipBounds().withTop ((int) frame.timeline.getY()).withBottom (lanesBottom()));
+            g.reduceClipRegion (lanesArea());
             const auto firstGuest = std::ranges::find_if (lanes, &SpineLane::isGuest);
 
             for (auto lane = lanes.begin(); lane != lanes.end(); ++lane)
@@ -67,7 +69,7 @@ private:
 
     void paintLane (const SpineLane& lane, bool isFirstGuest)
     {
-        paintGround (lane);
+        fillLaneGround (g, palette, lane, view.isDrawing);
 
         if (isFirstGuest)
             paintGuestHeading (lane);
@@ -140,9 +142,11 @@ private:
     }
 
     // Where the take is seen whole, the last lane may run off below, as far as there is room.
-    [[nodiscard]] int lanesBottom() const
+    [[nodiscard]] juce::Rectangle<int> lanesArea() const
     {
-        return frame.overview.isEmpty() ? g.getClipBounds().getBottom() : (int) frame.timeline.getBottom();
+        const auto clip = g.getClipBounds();
+        const auto bottom = frame.overview.isEmpty() ? clip.getBottom() : (int) frame.timeline.getBottom();
+        return clip.withTop ((int) frame.timeline.getY()).withBottom (bottom);
     }
 
     // The reference channel of the whole take, and which part of it is shown above.
@@ -184,37 +188,6 @@ private:
         g.fillRoundedRectangle (
             bar.withY (bar.getY() + top * bar.getHeight()).withHeight (std::max (shown * bar.getHeight(), 12.0f)),
             3.0f);
-    }
-
-    // Opaque, as blending would take longer than all the rest: tints are laid on each other beforehand.
-    void paintGround (const SpineLane& lane)
-    {
-        const auto& timeline = lane.timeline;
-        const auto& remove = lane.removeButton;
-        const auto ground = lane.isGuest ? palette.panel : palette.ink.overlaidWith (palette.raised.withAlpha (0.42f));
-        const auto tinted = [&] (juce::Colour colour) {
-            return lane.isGuest ? colour : colour.overlaidWith (palette.good.withAlpha (0.1f));
-        };
-        const auto lined = [&] (juce::Colour colour, float alpha) {
-            return tinted (ground.overlaidWith (colour.withAlpha (alpha)));
-        };
-        fill (ground, lane.label.withWidth (SpineFrame::labelColumn));
-        fill (tinted (ground), timeline);
-        fill (ground, { remove.getX() - 4.0f, timeline.getY(), remove.getWidth() + 8.0f, timeline.getHeight() });
-        fill (lined (palette.line, 0.28f), timeline.withTop (timeline.getBottom() - 1.0f));
-
-        if (view.isDrawing && lane.hasMixer)
-        {
-            g.setColour (lined (palette.accent, 0.45f));
-            g.drawRect (timeline, 1.2f);
-        }
-
-        for (int i = 1; i <= 4; ++i)
-            fill (lined (palette.line, 0.16f),
-                  { timeline.getX() + timeline.getWidth() * (float) i / 5.0f,
-                    timeline.getY(),
-                    1.0f,
-                    timeline.getHeight() });
     }
 
     void paintGuestHeading (const SpineLane& lane)
@@ -277,6 +250,7 @@ private:
         {
             wave.samples = view.samples->channels[channel];
             wave.firstSample = view.samples->start;
+            wave.curve = channel < view.samples->curves.size() ? &view.samples->curves[channel] : nullptr;
         }
         else if ((int) channel == session.referenceChannel)
             wave.samples = host.referenceAudio;
@@ -491,10 +465,10 @@ void paintEmptySpine (juce::Graphics& g, const LookAndFeel& theme)
 void paintSpine (
     juce::Graphics& g, const LookAndFeel& theme, const Session& session, Area bounds, const SpineView& view)
 {
-    paintEmptySpine (g, theme);
-
     if (session.host.format.valid)
         SpinePainter (g, theme, session, bounds, view).paint();
+    else
+        paintEmptySpine (g, theme);
 }
 
 }    // namespace ld

@@ -12,6 +12,7 @@ struct HostSamples
     juce::File file;
     juce::int64 start = 0;                       // host samples
     std::vector<std::vector<float>> channels;    // all of one length
+    std::vector<PeakLevel> curves {};            // of each, closeBucket samples a bucket
 
     [[nodiscard]] SpineSpan span() const noexcept
     {

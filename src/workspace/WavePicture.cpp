@@ -1,5 +1,7 @@
 #include "workspace/WavePicture.h"
 
+#include "media/VectorClones.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -64,7 +66,7 @@ double bucketLength (const PeakLane& peaks) noexcept
     return (double) peaks.sourceSamples / (double) std::max<size_t> (count > 0 ? count - 1 : 0, 1);
 }
 
-constexpr double furthestUnmarked = 1.0 / 6.0;    // samples to a pixel
+constexpr double furthestMarked = 1.0 / 6.0;    // samples to a pixel
 
 /** Turns a lane's curves and samples into pixels. */
 struct WavePlotter
@@ -112,6 +114,28 @@ struct WavePlotter
 
         return ld::rangeOfSamples (
             source.samples.subspan ((size_t) (first - source.firstSample), (size_t) (end - first)));
+    }
+
+    [[nodiscard]] std::optional<PeakRange> rangeOfCurve (double from, double to) const noexcept
+    {
+        return rangeOver (*source.curve, from - (double) source.firstSample, to - (double) source.firstSample);
+    }
+
+    // Between two samples on the straight line; outside the lane as at its end.
+    [[nodiscard]] float valueAt (double laneSample) const noexcept
+    {
+        const auto span = needed();
+        const auto before = (juce::int64) std::floor (laneSample);
+        const auto at = [&] (juce::int64 i) { return finite (sampleAt (std::clamp (i, span.start, span.end() - 1))); };
+        return std::lerp (at (before), at (before + 1), (float) (laneSample - (double) before));
+    }
+
+    // Of the line from sample to sample, over at most one of them.
+    [[nodiscard]] std::optional<PeakRange> rangeOfLine (double from, double to) const noexcept
+    {
+        const auto [low, high] =
+            std::minmax ({ valueAt (from), valueAt (std::min (std::ceil (from), to)), valueAt (to) });
+        return PeakRange { low, high };
     }
 
     [[nodiscard]] std::vector<juce::Point<float>> samplePoints() const
@@ -188,20 +212,18 @@ struct WavePlotter
     }
 };
 
-void fillColumn (juce::Image::BitmapData& pixels, int x, float top, float bottom, juce::PixelARGB colour)
+// A row of pixels: the colour, premultiplied, as far as each column covers the row. Tops and bottoms are in pixels.
+LD_VECTOR_CLONES void fillRow (
+    std::span<juce::uint32> pixels, const float* tops, const float* bottoms, float row, juce::uint32 colour) noexcept
 {
-    const auto first = std::max ((int) std::floor (top), 0);
-    const auto end = std::min ((int) std::ceil (bottom), pixels.height);
+    constexpr juce::uint32 everySecond = 0x00ff00ff;
+    const auto even = colour & everySecond, odd = (colour >> 8) & everySecond;
 
-    for (int y = first; y < end; ++y)
+    for (size_t x = 0; x < pixels.size(); ++x)
     {
-        const auto covered = std::min (bottom, (float) y + 1.0f) - std::max (top, (float) y);
-        auto pixel = colour;
-
-        if (covered < 1.0f)
-            pixel.multiplyAlpha (std::max (covered, 0.0f));
-
-        *reinterpret_cast<juce::PixelARGB*> (pixels.getPixelPointer (x, y)) = pixel;
+        const auto covered = std::min (bottoms[x], row + 1.0f) - std::max (tops[x], row);
+        const auto share = (juce::uint32) (256.0f * std::max (covered, 0.0f));
+        pixels[x] = (((even * share) >> 8) & everySecond) | ((odd * share) & ~everySecond);
     }
 }
 
@@ -223,17 +245,24 @@ WaveShape waveShape (juce::Rectangle<float> area, const WaveSource& source, Spin
     if (bucketLength (source.peaks) <= perPixel)
         return { .columns = plot.buckets() };
 
-    const auto hasSamples = wantsSamples (source.peaks, perPixel) && plot.hasAllSamples();
+    const auto over = [&] (const auto& rangeIn) { return WaveShape { .columns = plot.columnsOver (rangeIn) }; };
 
-    if (hasSamples && perPixel < 1.0)
-        return { .points = plot.samplePoints(), .showsPoints = perPixel <= furthestUnmarked };
+    if (wantsSamples (source.peaks, perPixel) && plot.hasAllSamples())
+    {
+        if (perPixel <= furthestMarked)
+            return { .points = plot.samplePoints() };
 
-    if (hasSamples)
-        return { .columns =
-                     plot.columnsOver ([&] (double from, double to) { return plot.rangeOfSamples (from, to); }) };
+        if (perPixel < 1.0)
+            return over ([&] (double from, double to) { return plot.rangeOfLine (from, to); });
+
+        if (source.curve != nullptr && perPixel >= 2.0 * (double) closeBucket)
+            return over ([&] (double from, double to) { return plot.rangeOfCurve (from, to); });
+
+        return over ([&] (double from, double to) { return plot.rangeOfSamples (from, to); });
+    }
 
     if (const auto* const level = levelFor (source.peaks, perPixel))
-        return { .columns = plot.columnsOver ([&] (double from, double to) { return rangeOver (*level, from, to); }) };
+        return over ([&] (double from, double to) { return rangeOver (*level, from, to); });
 
     return { .columns = plot.buckets() };
 }
@@ -256,9 +285,8 @@ void drawWave (juce::Graphics& g, const WaveShape& shape, juce::Colour colour)
 
     constexpr float mark = 4.0f;
 
-    if (shape.showsPoints)
-        for (const auto& point : shape.points)
-            g.fillEllipse (juce::Rectangle<float> (mark, mark).withCentre (point));
+    for (const auto& point : shape.points)
+        g.fillEllipse (juce::Rectangle<float> (mark, mark).withCentre (point));
 }
 
 void fillWave (juce::Graphics& g, const std::vector<WaveColumn>& columns, juce::Colour colour)
@@ -274,18 +302,28 @@ void fillWave (juce::Graphics& g, const std::vector<WaveColumn>& columns, juce::
     if (width < 1 || height < 1 || ! g.clipRegionIntersects (area))
         return;
 
-    juce::Image image (juce::Image::ARGB, width, height, true, juce::SoftwareImageType());
+    const auto inPixels = [&] (float y) { return (y - (float) area.getY()) * scale; };
+    std::vector<float> tops ((size_t) width), bottoms ((size_t) width);
+    WaveWalk walk (columns, 1.0f / scale);
+
+    for (int x = 0; x < width; ++x)
+    {
+        const auto column = walk.over ((float) area.getX() + (float) x / scale);
+        tops[(size_t) x] = inPixels (column.top);
+        bottoms[(size_t) x] = inPixels (column.bottom);
+    }
+
+    juce::Image image (juce::Image::ARGB, width, height, false, juce::SoftwareImageType());
 
     {
-        juce::Image::BitmapData pixels (image, juce::Image::BitmapData::readWrite);
-        const auto inPixels = [&] (float y) { return (y - (float) area.getY()) * scale; };
-        WaveWalk walk (columns, 1.0f / scale);
+        juce::Image::BitmapData pixels (image, juce::Image::BitmapData::writeOnly);
 
-        for (int x = 0; x < width; ++x)
-        {
-            const auto column = walk.over ((float) area.getX() + (float) x / scale);
-            fillColumn (pixels, x, inPixels (column.top), inPixels (column.bottom), colour.getPixelARGB());
-        }
+        for (int y = 0; y < height; ++y)
+            fillRow ({ reinterpret_cast<juce::uint32*> (pixels.getLinePointer (y)), (size_t) width },
+                     tops.data(),
+                     bottoms.data(),
+                     (float) y,
+                     colour.getPixelARGB().getNativeARGB());
     }
 
     g.setOpacity (1.0f);

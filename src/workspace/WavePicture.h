@@ -21,14 +21,14 @@ struct WaveSource
     juce::int64 offset = 0;               // host sample of the lane's first
     std::span<const float> samples {};    // those that are available; drawn where the curves are too coarse
     juce::int64 firstSample = 0;          // of these
+    const PeakLevel* curve = nullptr;     // of these too, in closeBucket samples; may be absent
 };
 
-/** A wave as it is to be drawn: columns, or, where samples lie further apart than pixels, the samples themselves. */
+/** A wave as it is to be drawn: columns, or, where samples lie six pixels apart and more, the samples themselves. */
 struct WaveShape
 {
     std::vector<WaveColumn> columns {};
-    std::vector<juce::Point<float>> points {};
-    bool showsPoints = false;    // each sample is marked
+    std::vector<juce::Point<float>> points {};    // each is marked
 };
 
 /** The wave of a lane in an area, for the stretch of the host that the area's width stands for; within the area, however loud
@@ -44,6 +44,7 @@ void fillWave (juce::Graphics&, const std::vector<WaveColumn>&, juce::Colour);
 /** Either. */
 void drawWave (juce::Graphics&, const WaveShape&, juce::Colour);
 
+constexpr juce::int64 closeBucket = 16;    // samples
 constexpr float waveReach = 0.42f;
 
 /** True where the curves of a lane are too coarse and its samples are wanted. */
