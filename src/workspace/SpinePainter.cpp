@@ -295,11 +295,12 @@ private:
             return;
 
         const auto& timeline = lane.timeline;
+        const auto area =
+            timeline.withX (timeline.getX() + 8.0f).withWidth (std::max (timeline.getWidth() - 16.0f, 0.0f));
+        layPlate ("matching...", plain (11.0f), area, juce::Justification::centredRight);
         g.setColour (palette.accent);
         g.setFont (plain (11.0f));
-        g.drawText ("matching...",
-                    timeline.withX (timeline.getX() + 8.0f).withWidth (std::max (timeline.getWidth() - 16.0f, 0.0f)),
-                    juce::Justification::centredRight);
+        g.drawText ("matching...", area, juce::Justification::centredRight);
     }
 
     void paintBlock (Area block, bool isSelected, bool isDoubtful)
@@ -321,14 +322,25 @@ private:
     {
         constexpr float narrowestNamed = 52.0f;
 
-        if (block.getWidth() >= narrowestNamed)
-            fit (file.getFileNameWithoutExtension(),
-                 bold (11.0f),
-                 palette.text,
-                 { block.getX() + 6.0f,
-                   block.getY() + 2.0f,
-                   std::max (block.getWidth() - 12.0f, 0.0f),
-                   std::max (block.getHeight() - 4.0f, 0.0f) });
+        if (block.getWidth() < narrowestNamed)
+            return;
+
+        const Area area (block.getX() + 6.0f,
+                         block.getY() + 2.0f,
+                         block.getWidth() - 12.0f,
+                         std::max (block.getHeight() - 4.0f, 0.0f));
+        const auto name = file.getFileNameWithoutExtension();
+        layPlate (name, bold (11.0f), area, leftCentred);
+        fit (name, bold (11.0f), palette.text, area);
+    }
+
+    // Below words that stand on a wave: a loud one is as light as they are.
+    void layPlate (const juce::String& words, const juce::Font& font, Area area, juce::Justification justification)
+    {
+        const Area size (std::min (juce::GlyphArrangement::getStringWidth (font, words), area.getWidth()),
+                         std::min (font.getHeight() + 2.0f, area.getHeight()));
+        g.setColour (palette.ink.withAlpha (wordPlateAlpha));
+        g.fillRoundedRectangle (justification.appliedToRectangle (size, area).expanded (3.0f, 0.0f), 3.0f);
     }
 
     void paintMixer (const SpineLane& lane)

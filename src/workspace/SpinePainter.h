@@ -31,6 +31,8 @@ struct SpineView
     int chosenChannel = -1;    // of the selected guest, else of the poly; -1: no lane is chosen
 };
 
+constexpr float wordPlateAlpha = 0.75f;    // of the plate below words that stand on a wave
+
 void paintSpine (juce::Graphics&, const LookAndFeel&, const Session&, juce::Rectangle<float> bounds, const SpineView&);
 
 /** The ground where there is no session or host. */

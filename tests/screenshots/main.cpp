@@ -3,8 +3,8 @@
 #include <iostream>
 
 // Takes the pictures of the documents from the real view:
-//   lodestrand-screenshots SHOOT MOVIE OUT [WIDTH HEIGHT]
-// SHOOT is a demo shoot, MOVIE a picture for its first take.
+//   lodestrand-screenshots SHOOT MOVIE OUT [WIDTH HEIGHT SCALE]
+// SHOOT is a demo shoot, MOVIE a picture for its first take, SCALE of the pixels as a display with fine ones has it.
 
 namespace
 {
@@ -13,7 +13,7 @@ using ld::test::pumpUntil;
 
 struct Studio
 {
-    Studio (int width, int height, juce::File folder) : out (std::move (folder))
+    Studio (int width, int height, float pixelScale, juce::File folder) : out (std::move (folder)), scale (pixelScale)
     {
         view.setSize (width, height);
         view.addToDesktop (0);
@@ -34,11 +34,16 @@ struct Studio
             throw std::runtime_error ("The view did not come to rest.");
     }
 
-    // The view, with the boxes that stand over it.
     void take (const juce::String& name)
     {
         pumpFor (200);
-        auto picture = view.createComponentSnapshot (view.getLocalBounds(), true, 1.0f);
+        keep (name);
+    }
+
+    // The view, with the boxes that stand over it.
+    void keep (const juce::String& name)
+    {
+        auto picture = view.createComponentSnapshot (view.getLocalBounds(), true, scale);
 
         {
             juce::Graphics g (picture);
@@ -46,9 +51,9 @@ struct Studio
 
             for (int i = 0; i < desktop.getNumComponents(); ++i)
                 if (auto* const box = desktop.getComponent (i); box != &view && box->isVisible())
-                    g.drawImageAt (box->createComponentSnapshot (box->getLocalBounds()),
-                                   box->getScreenX() - view.getScreenX(),
-                                   box->getScreenY() - view.getScreenY());
+                    g.drawImageAt (box->createComponentSnapshot (box->getLocalBounds(), true, scale),
+                                   juce::roundToInt (scale * (float) (box->getScreenX() - view.getScreenX())),
+                                   juce::roundToInt (scale * (float) (box->getScreenY() - view.getScreenY())));
         }
 
         const auto file = out.getChildFile (name + ".png");
@@ -91,6 +96,17 @@ struct Studio
         view.keyPressed (juce::KeyPress ('?'));
         take ("keys");
         view.keyPressed (juce::KeyPress ('?'));
+    }
+
+    // The next take, of which only the headers are known.
+    void takeReading()
+    {
+        view.keyPressed (juce::KeyPress (juce::KeyPress::pageDownKey));
+        pumpUntil ([this] { return child<ld::WaveformSpine>().isReading || ! view.isBusy(); });
+        keep ("reading");
+        settle();
+        view.keyPressed (juce::KeyPress (juce::KeyPress::pageUpKey));
+        settle();
     }
 
     void click (const juce::String& text)
@@ -160,6 +176,7 @@ struct Studio
     }
 
     juce::File out;
+    const float scale;
     ld::MainComponent view;
 };
 
@@ -179,6 +196,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
     studio.take ("selected");
     spine.onSelectionCleared();
     studio.takeZoomed();
+    studio.takeReading();
     studio.takeDrawing();
     studio.takeMixer();
     studio.takeCombined();
@@ -194,7 +212,7 @@ void takeAll (Studio& studio, const juce::File& shoot, const juce::File& movie)
 
 int main (int argc, char** argv)
 {
-    if (argc != 4 && argc != 6)
+    if (argc != 4 && argc != 7)
         return 2;
 
     juce::JUCEApplicationBase::createInstance = []() -> juce::JUCEApplicationBase* { return nullptr; };
@@ -207,8 +225,8 @@ int main (int argc, char** argv)
         if (const auto made = out.createDirectory(); made.failed())
             throw std::runtime_error (made.getErrorMessage().toStdString());
 
-        const auto isSized = argc == 6;
-        Studio studio (isSized ? std::atoi (argv[4]) : 1440, isSized ? std::atoi (argv[5]) : 900, out);
+        const auto numberOr = [&] (int i, int otherwise) { return argc > i ? std::atoi (argv[i]) : otherwise; };
+        Studio studio (numberOr (4, 1440), numberOr (5, 900), (float) numberOr (6, 1), out);
         takeAll (studio, fileOf (1), fileOf (2));
         return 0;
     }

@@ -426,6 +426,44 @@ TEST (Spine, PaintsItsLanesInTheirColours)
     EXPECT_EQ (at (image, wave), palette.ink) << "empty without a poly";
 }
 
+// W3C, Web Content Accessibility Guidelines 2.1, "contrast ratio" and "relative luminance".
+double contrast (juce::Colour a, juce::Colour b)
+{
+    const auto luminance = [] (juce::Colour colour) {
+        const auto linear = [] (float value) {
+            return value <= 0.03928f ? value / 12.92 : std::pow ((value + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear (colour.getFloatRed()) + 0.7152 * linear (colour.getFloatGreen())
+               + 0.0722 * linear (colour.getFloatBlue());
+    };
+    const auto [darker, lighter] = std::minmax ({ luminance (a), luminance (b) });
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+TEST (Spine, ItsWordsStandOutFromTheirGround)
+{
+    constexpr double leastContrast = 4.5;
+    Scene scene;
+    const auto& p = scene.theme.palette;
+
+    for (const auto ground : { p.background, p.ink, p.panel })
+        for (const auto words : { p.text, p.muted, p.accent, p.accentBright, p.good, p.warn, p.bad })
+            EXPECT_GE (contrast (words, ground), leastContrast) << words.toString() << " on " << ground.toString();
+
+    for (const auto words : { p.text, p.muted, p.accentBright })
+        EXPECT_GE (contrast (words, p.raised), leastContrast) << words.toString();
+
+    for (const auto ground : { p.accent, p.warn, p.bad })
+        EXPECT_GE (contrast (p.background, ground), leastContrast) << ground.toString();
+
+    // The name of a block on the loudest wave.
+    PeakLane loud { std::vector (2048, -3.0f), std::vector (2048, 3.0f), takeFrames };
+    scene.session.guests[0].peaks = { loud, loud };
+    const auto name = scene.spine.layoutLanes()[2].timeline.withTrimmedLeft (4.0f);
+    const auto ground = scene.picture().getPixelAt ((int) std::ceil (name.getX()), (int) name.getCentreY());
+    EXPECT_GE (contrast (p.text, ground), leastContrast) << ground.toString();
+}
+
 TEST (Spine, BearsAnySizeAndAnyTake)
 {
     for (const auto& [width, height] : { std::pair (1, 1), std::pair (40, 9), std::pair (300, 2000) })
