@@ -3,6 +3,7 @@
 #include "cli/ConformTable.h"
 #include "cli/ProgressLine.h"
 #include "conform/InterchangeRun.h"
+#include "report/ReportFiles.h"
 
 #include <algorithm>
 #include <atomic>
@@ -136,7 +137,16 @@ std::optional<juce::String> usageFault (const ConformOptions& options)
     if (options.output && options.output->existsAsFile())
         return options.output->getFullPathName() + " is a file, not a folder.";
 
+    if (options.soundReport && options.soundReport->hasFileExtension ("csv"))
+        return "--sound-report names the page; its rows go beside it, as .csv. Give it the ending .html.";
+
     return {};
+}
+
+// The shoot as its people call it.
+juce::String titleOf (const ConformOptions& options)
+{
+    return options.input.isDirectory() ? options.input.getFileName() : options.input.getFileNameWithoutExtension();
 }
 
 // Tells the outcome, in the table and the report; the session was saved already.
@@ -147,6 +157,11 @@ ConformStatus tell (const ConformOptions& options, const ConformOutcome& outcome
 
     if (options.report && ! writeConformReport (outcome, *options.report))
         return fail (ConformStatus::incomplete, "Could not write " + options.report->getFullPathName() + ".");
+
+    if (options.soundReport)
+        if (const auto written = writeSoundReport (describeDay (outcome, titleOf (options)), *options.soundReport);
+            written.failed())
+            return fail (ConformStatus::incomplete, written.getErrorMessage() + ".");
 
     return status;
 }

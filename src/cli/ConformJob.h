@@ -19,7 +19,7 @@ struct ConformOptions
 {
     juce::File input;    // a shoot folder, a media file, or a session document
     std::vector<juce::File> isoFolders;
-    std::optional<juce::File> output, report, session;
+    std::optional<juce::File> output, report, session, soundReport;
     bool isScanOnly = false, isQuiet = false;
     bool writesInterchange = false, writesMarkers = true, givesNewIds = false;
     int jobs = 0;                 // pairs compared at a time; 0: one fewer than there are processors

@@ -12,7 +12,7 @@ namespace
 /** The options as they are typed. */
 struct Words
 {
-    std::string input, output, report, session;
+    std::string input, output, report, session, soundReport;
     std::vector<std::string> isoFolders;
     int jobs = 0, memoryMiB = 0;
     bool writesInterchange = false, hasNoMarkers = false, givesNewIds = false, isScanOnly = false, isQuiet = false;
@@ -28,6 +28,8 @@ void declare (CLI::App& app, Words& words)
         ->multi_option_policy (CLI::MultiOptionPolicy::TakeAll);
     app.add_option ("--report", words.report, "Write what was placed where, and why, as JSON");
     app.add_option ("--save-session", words.session, "Write the matched batch, to be reviewed in the window");
+    app.add_option (
+        "--sound-report", words.soundReport, "Write a sound report: a page (HTML), and beside it the rows (CSV)");
     app.add_flag (
         "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an OTIO text beside each file");
     app.add_flag ("--no-markers", words.hasNoMarkers, "No markers in the files where recordings begin and end");
@@ -58,6 +60,7 @@ ld::ConformOptions optionsOf (const Words& words)
     options.output = fileIfAny (words.output);
     options.report = fileIfAny (words.report);
     options.session = fileIfAny (words.session);
+    options.soundReport = fileIfAny (words.soundReport);
     options.writesInterchange = words.writesInterchange;
     options.writesMarkers = ! words.hasNoMarkers;
     options.givesNewIds = words.givesNewIds;

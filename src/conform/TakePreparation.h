@@ -73,6 +73,9 @@ using TakeWriter = std::function<juce::Result (ExportRequest&, TakeOutcome&)>;
 [[nodiscard]] TakeOutcome
 prepareTake (const BatchMatch&, const TakeEdits&, const SyncProgress& progress, const TakeWriter&);
 
+/** A take as the work has it: by the headers of its files and the user's edits. Nothing is written, and no audio is read. */
+[[nodiscard]] TakeOutcome outcomeOfWork (const BatchMatch&, const TakeEdits&);
+
 /** Marks all guests as not written; those that were placed get the reason. */
 void leaveOutAll (std::vector<GuestOutcome>&, const juce::String& why);
 

@@ -69,6 +69,7 @@ TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
         { { shoot, "--out", out, "--iso", missing }, "There is no " + missing.toStdString() + "." },
         { { shoot, "--out", out, "--jobs", "0" }, "--jobs" },
         { { session, "--out", out, "--iso", shoot }, "--iso goes with a folder" },
+        { { shoot, "--out", out, "--sound-report", "day.csv" }, "--sound-report names the page" },
     };
 
     for (const auto& [words, sentence] : cases)
@@ -109,7 +110,11 @@ TEST (ConformProgram, QuietSaysNothingAndOtherwiseItEndsWithATable)
     EXPECT_EQ (told.err, "") << "progress is for terminals";
 
     const auto report = folders.temp.file ("report.json");
-    const auto quiet = folders.conform ({ "--quiet", "--report", report.getFullPathName() });
+    const auto page = folders.temp.file ("day.html");
+    const auto quiet =
+        folders.conform ({ "--quiet", "--report", report.getFullPathName(), "--sound-report", page.getFullPathName() });
+    EXPECT_THAT (page.loadFileAsString().toStdString(), HasSubstr ("<h1>Sound report: shoot</h1>"));
+    EXPECT_TRUE (page.withFileExtension ("csv").existsAsFile());
     EXPECT_EQ (quiet.status, 0);
     EXPECT_EQ (both (quiet), "");
     const auto take = juce::JSON::parse (report)["takes"][0];
