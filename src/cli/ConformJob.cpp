@@ -3,6 +3,7 @@
 #include "cli/ConformTable.h"
 #include "cli/ProgressLine.h"
 #include "conform/InterchangeRun.h"
+#include "conform/RunManifest.h"
 #include "report/ReportFiles.h"
 
 #include <algorithm>
@@ -106,6 +107,7 @@ ConformOutcome combineAll (const SessionDocument& document, const ConformOptions
     edits.writesInterchange = options.writesInterchange;
     edits.writesMarkers = options.writesMarkers;
     edits.givesNewIds = options.givesNewIds;
+    edits.wantsHashes = options.writesHashLists;
     line.beginStage ("Examining and combining");
 
     ConformOutcome outcome;
@@ -140,7 +142,22 @@ std::optional<juce::String> usageFault (const ConformOptions& options)
     if (options.soundReport && options.soundReport->hasFileExtension ("csv"))
         return "--sound-report names the page; its rows go beside it, as .csv. Give it the ending .html.";
 
+    if (options.writesHashLists && options.isScanOnly)
+        return "--mhl lists what a run has written: it does not go with --scan-only.";
+
     return {};
+}
+
+// The folders that the sources lie in; of a session that is found out.
+std::vector<juce::File> rootsOf (const ConformOptions& options)
+{
+    std::vector<juce::File> roots;
+
+    if (! isSession (options.input))
+        roots.push_back (options.input.isDirectory() ? options.input : options.input.getParentDirectory());
+
+    roots.insert (roots.end(), options.isoFolders.begin(), options.isoFolders.end());
+    return roots;
 }
 
 // The shoot as its people call it.
@@ -161,6 +178,11 @@ ConformStatus tell (const ConformOptions& options, const ConformOutcome& outcome
     if (options.soundReport)
         if (const auto written = writeSoundReport (describeDay (outcome, titleOf (options)), *options.soundReport);
             written.failed())
+            return fail (ConformStatus::incomplete, written.getErrorMessage() + ".");
+
+    // Last: the lists name everything that lies in the output folder.
+    if (options.writesHashLists)
+        if (const auto written = writeManifests (outcome, rootsOf (options), *options.output); written.failed())
             return fail (ConformStatus::incomplete, written.getErrorMessage() + ".");
 
     return status;

@@ -20,7 +20,9 @@ struct ConformOptions
     juce::File input;    // a shoot folder, a media file, or a session document
     std::vector<juce::File> isoFolders;
     std::optional<juce::File> output, report, session, soundReport;
-    bool isScanOnly = false, isQuiet = false;
+    std::optional<juce::File>
+        verified;    // a folder that is to be checked against its hash lists; nothing else is done
+    bool isScanOnly = false, isQuiet = false, writesHashLists = false;
     bool writesInterchange = false, writesMarkers = true, givesNewIds = false;
     int jobs = 0;                 // pairs compared at a time; 0: one fewer than there are processors
     double memoryBudget = 0.0;    // bytes for the comparison; 0: a default for the machine
@@ -29,5 +31,8 @@ struct ConformOptions
 /** The program's whole work: scan and match, or read a session; save, combine, report. Sentences about what went wrong
     go to the error stream, the closing table to the output stream. */
 [[nodiscard]] ConformStatus runConform (const ConformOptions&);
+
+/** Checks options.verified against its hash lists; names each file that is damaged, missing or new. */
+[[nodiscard]] ConformStatus runVerify (const ConformOptions&);
 
 }    // namespace ld

@@ -12,16 +12,16 @@ namespace
 /** The options as they are typed. */
 struct Words
 {
-    std::string input, output, report, session, soundReport;
+    std::string input, output, report, session, soundReport, verified;
     std::vector<std::string> isoFolders;
     int jobs = 0, memoryMiB = 0;
-    bool writesInterchange = false, hasNoMarkers = false, givesNewIds = false, isScanOnly = false, isQuiet = false;
+    bool writesInterchange = false, hasNoMarkers = false, givesNewIds = false, isScanOnly = false, isQuiet = false,
+         writesHashLists = false;
 };
 
 void declare (CLI::App& app, Words& words)
 {
-    app.add_option ("INPUT", words.input, "The shoot: a folder of polys and other recordings; or a saved session")
-        ->required();
+    app.add_option ("INPUT", words.input, "The shoot: a folder of polys and other recordings; or a saved session");
     app.add_option ("--out", words.output, "Where the COMBINED files go; made where it does not exist");
     app.add_option ("--iso", words.isoFolders, "A further folder of recordings; may be given several times")
         ->expected (1)
@@ -34,6 +34,8 @@ void declare (CLI::App& app, Words& words)
         "--interchange", words.writesInterchange, "Write an EDL, an xmeml, an ALE and an OTIO text beside each file");
     app.add_flag ("--no-markers", words.hasNoMarkers, "No markers in the files where recordings begin and end");
     app.add_flag ("--new-ids", words.givesNewIds, "Give each file a UMID and FILE_UID of its own, not its poly's");
+    app.add_flag ("--mhl", words.writesHashLists, "Write hash lists (ASC MHL) of the output folder and of the sources");
+    app.add_option ("--verify", words.verified, "Do nothing but check a folder against its hash lists");
     app.add_flag ("--scan-only", words.isScanOnly, "Match and prove places, but combine nothing");
     app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
     app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
@@ -64,6 +66,8 @@ ld::ConformOptions optionsOf (const Words& words)
     options.writesInterchange = words.writesInterchange;
     options.writesMarkers = ! words.hasNoMarkers;
     options.givesNewIds = words.givesNewIds;
+    options.verified = fileIfAny (words.verified);
+    options.writesHashLists = words.writesHashLists;
     options.isScanOnly = words.isScanOnly;
     options.isQuiet = words.isQuiet;
     options.jobs = words.jobs;
@@ -93,7 +97,10 @@ try
     {
         app.parse (argc, argv);
 
-        if (words.output.empty() && ! words.isScanOnly)
+        if (words.verified.empty() && words.input.empty())
+            throw CLI::RequiredError ("INPUT");
+
+        if (words.verified.empty() && words.output.empty() && ! words.isScanOnly)
             throw CLI::RequiredError ("--out");
     }
     catch (const CLI::ParseError& error)
@@ -101,7 +108,8 @@ try
         return (int) (app.exit (error) == 0 ? ld::ConformStatus::allDone : ld::ConformStatus::badUsage);
     }
 
-    return (int) ld::runConform (optionsOf (words));
+    const auto options = optionsOf (words);
+    return (int) (options.verified ? ld::runVerify (options) : ld::runConform (options));
 }
 catch (const std::exception& error)
 {

@@ -55,6 +55,10 @@ combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& o
         request.hasNewIds = edits.givesNewIds;
         request.isWanted = edits.isWanted;
         request.mixMeasured = [&outcome] (const MixLevel& level) { outcome.mix = level; };
+
+        if (edits.wantsHashes)
+            request.hashed = [&outcome] (const WrittenHashes& hashes) { outcome.hashes = hashes; };
+
         const auto result = writeTake (request, outcome);
         outcome.written = result.wasOk();
 

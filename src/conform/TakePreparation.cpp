@@ -130,6 +130,10 @@ juce::Result makeReady (const BatchMatch& take,
     const auto results = session.addGuestsWithoutAudio (files);
     applyMetadataOverrides (session, edits.metadata, edits.names);
 
+    for (auto& guest : session.guests)
+        for (auto& piece : guest.pieces)
+            piece.wantsHash = edits.wantsHashes;
+
     if (! placeGuests (session, lockedPlacementsOf (take), progress, edits.isWanted))
         return juce::Result::fail ("Cancelled.");
 
