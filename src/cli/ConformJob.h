@@ -1,6 +1,6 @@
 #pragma once
 
-#include <juce_core/juce_core.h>
+#include "cli/ProgressLine.h"
 
 #include <optional>
 #include <vector>
@@ -12,7 +12,8 @@ enum class ConformStatus
 {
     allDone = 0,       // every take was written; after a scan alone, at least one was found
     incomplete = 1,    // something could not be read, matched to any poly, or written
-    badUsage = 2
+    badUsage = 2,
+    needsLook = 3    // all was written, but something was left out or belongs to no take; only where that was asked for
 };
 
 struct ConformOptions
@@ -23,6 +24,9 @@ struct ConformOptions
     std::optional<juce::File>
         verified;    // a folder that is to be checked against its hash lists; nothing else is done
     bool isScanOnly = false, isQuiet = false, writesHashLists = false;
+    bool isResumable = false;    // goes on with what an earlier run has left, and does nothing where that is all
+    bool isStrict = false;       // what needs a look is a status of its own
+    ProgressStyle progress = ProgressStyle::line;
     bool writesInterchange = false, writesMarkers = true, givesNewIds = false;
     int jobs = 0;                 // pairs compared at a time; 0: one fewer than there are processors
     double memoryBudget = 0.0;    // bytes for the comparison; 0: a default for the machine

@@ -31,7 +31,7 @@ ConformStatus runVerify (const ConformOptions& options)
         return ConformStatus::badUsage;
     }
 
-    std::optional<ProgressLine> line (std::in_place, ! options.isQuiet);
+    std::optional<ProgressLine> line (std::in_place, options.progress);
     line->beginStage ("Verifying");
     const auto check = checkFolder (
         folder, [&] (const juce::String& path, double fraction) { line->show ("Verifying", path, fraction); });

@@ -12,11 +12,11 @@ namespace
 /** The options as they are typed. */
 struct Words
 {
-    std::string input, output, report, session, soundReport, verified;
+    std::string input, output, report, session, soundReport, verified, progress;
     std::vector<std::string> isoFolders;
     int jobs = 0, memoryMiB = 0;
     bool writesInterchange = false, hasNoMarkers = false, givesNewIds = false, isScanOnly = false, isQuiet = false,
-         writesHashLists = false;
+         writesHashLists = false, isResumable = false, isStrict = false;
 };
 
 void declare (CLI::App& app, Words& words)
@@ -37,6 +37,12 @@ void declare (CLI::App& app, Words& words)
     app.add_flag ("--mhl", words.writesHashLists, "Write hash lists (ASC MHL) of the output folder and of the sources");
     app.add_option ("--verify", words.verified, "Do nothing but check a folder against its hash lists");
     app.add_flag ("--scan-only", words.isScanOnly, "Match and prove places, but combine nothing");
+    app.add_flag ("--resume",
+                  words.isResumable,
+                  "Go on with what an earlier run has left in the output folder; do nothing if that is all");
+    app.add_flag ("--strict", words.isStrict, "End with 3 where something was left out or belongs to no take");
+    app.add_option ("--progress", words.progress, "How progress is told: a line on terminals, or json for machines")
+        ->check (CLI::IsMember ({ "line", "json" }));
     app.add_flag ("--quiet", words.isQuiet, "No progress and no closing table");
     app.add_option ("--jobs", words.jobs, "Pairs compared at a time; one fewer than there are processors if not given")
         ->check (CLI::Range (1, 1024));
@@ -70,6 +76,11 @@ ld::ConformOptions optionsOf (const Words& words)
     options.writesHashLists = words.writesHashLists;
     options.isScanOnly = words.isScanOnly;
     options.isQuiet = words.isQuiet;
+    options.isResumable = words.isResumable;
+    options.isStrict = words.isStrict;
+    options.progress = words.progress == "json" ? ld::ProgressStyle::json
+                       : words.isQuiet          ? ld::ProgressStyle::none
+                                                : ld::ProgressStyle::line;
     options.jobs = words.jobs;
     options.memoryBudget = words.memoryMiB * bytesPerMiB;
 
@@ -109,7 +120,12 @@ try
     }
 
     const auto options = optionsOf (words);
-    return (int) (options.verified ? ld::runVerify (options) : ld::runConform (options));
+    const auto status = (int) (options.verified ? ld::runVerify (options) : ld::runConform (options));
+
+    if (options.progress == ld::ProgressStyle::json)
+        std::cerr << "{\"event\": \"end\", \"status\": " << status << "}" << std::endl;
+
+    return status;
 }
 catch (const std::exception& error)
 {
