@@ -38,7 +38,7 @@ std::optional<InterchangeRequest> describeInterchange (const BatchMatch& take,
                take,
                edits,
                progress,
-               [&] (ExportRequest& request, TakeOutcome& outcome) {
+               [&] (const ExportRequest& request, TakeOutcome& outcome) {
         noteInterchange (request, edits.picture, { output, output }, outcome);
         return juce::Result::ok();
                })

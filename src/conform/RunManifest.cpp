@@ -49,7 +49,11 @@ sortByRoot (const std::map<juce::String, juce::String>& sources, const std::vect
     {
         const auto holds = [&] (const juce::File& root) { return juce::File (source.first).isAChildOf (root); };
         const auto root = std::ranges::find_if (roots, holds);
-        (root != roots.end() ? sorted[root->getFullPathName()] : others).insert (source);
+
+        if (root != roots.end())
+            sorted[root->getFullPathName()].insert (source);
+        else
+            others.insert (source);
     }
 
     if (! others.empty())

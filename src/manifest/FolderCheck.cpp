@@ -18,19 +18,18 @@ struct Task
     juce::String shown;
 };
 
-// A name that is no text for the framework is opened by nobody, but it is there.
+// A folder that is only linked to belongs to somebody else.
 void collectFiles (const juce::File& folder, std::vector<juce::File>& files)
 {
-    for (const auto& file :
-         folder.findChildFiles (juce::File::findFilesAndDirectories, false, "*", juce::File::FollowSymlinks::no))
+    for (const auto& file : folder.findChildFiles (juce::File::findFilesAndDirectories, false))
     {
         if (isIgnoredByLists (file.getFileName()))
             continue;
 
-        if (file.isDirectory() && ! file.isSymbolicLink())
-            collectFiles (file, files);
-        else
+        if (file.existsAsFile())
             files.push_back (file);
+        else if (! file.isSymbolicLink())
+            collectFiles (file, files);
     }
 }
 

@@ -129,7 +129,7 @@ public:
         nameRecorders();
     }
 
-    [[nodiscard]] ReportTake take (size_t index)
+    [[nodiscard]] ReportTake describe (size_t index)
     {
         const auto& done = outcome.takes[index];
         const auto& lines = table.takes[index];
@@ -376,7 +376,7 @@ SoundReport describeDay (const ConformOutcome& outcome, const juce::String& titl
     report.title = title;
 
     for (size_t i = 0; i < outcome.takes.size(); ++i)
-        report.takes.push_back (book.take (i));
+        report.takes.push_back (book.describe (i));
 
     report.looseBlocks = book.looseBlocks();
     report.clocks = book.clocks();
