@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <sstream>
 
 namespace ld
@@ -129,7 +130,7 @@ juce::String c4Of (const juce::MemoryBlock& bytes)
     std::string digits ((size_t) length, letters[0]);
 
     // Divides the number, most significant byte first, once for each digit.
-    for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit)
+    for (auto& digit : std::views::reverse (digits))
     {
         auto rest = 0;
 
@@ -140,7 +141,7 @@ juce::String c4Of (const juce::MemoryBlock& bytes)
             rest = value % base;
         }
 
-        *digit = letters[rest];
+        digit = letters[rest];
     }
 
     return "c4" + juce::String (digits);

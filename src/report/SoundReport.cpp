@@ -139,15 +139,15 @@ public:
         told.fault = done.error;
         auto line = lines.guests.begin();
 
-        for (size_t g = 0; g < done.guests.size(); ++g)
+        for (const auto& guest : done.guests)
         {
             // The table leaves out what has its place in another take.
-            if (line == lines.guests.end() || ! isAbout (*line, done.guests[g]))
+            if (line == lines.guests.end() || ! isAbout (*line, guest))
                 continue;
 
-            told.guests.push_back (wordsOf (done.guests[g], *line, rateOf (index)));
+            told.guests.push_back (wordsOf (guest, *line, rateOf (index)));
             ++line;
-            addBlocks (index, done.guests[g], told);
+            addBlocks (index, guest, told);
         }
 
         return told;
