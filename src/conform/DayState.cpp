@@ -42,6 +42,13 @@ std::vector<FileRecord> recordsIn (const juce::var& value, const char* name)
     return records;
 }
 
+// A list without a file vouches for nothing.
+bool areAsRecorded (const juce::var& value, const char* name)
+{
+    const auto records = recordsIn (value, name);
+    return ! records.empty() && std::ranges::all_of (records, isAsRecorded);
+}
+
 // The inputs of a day that was finished are those of today, at the least by their hashes.
 bool hasInputs (const juce::var& then, const std::vector<FileRecord>& now)
 {
@@ -79,8 +86,7 @@ std::optional<FinishedDay> DayState::finished (const std::vector<juce::File>& as
         if (! sameText (root[name], today[name]))
             return {};
 
-    if (! hasInputs (root, key.inputs) || ! std::ranges::all_of (recordsIn (root, "outputs"), isAsRecorded)
-        || ! std::ranges::all_of (asked, isThere))
+    if (! hasInputs (root, key.inputs) || ! areAsRecorded (root, "outputs") || ! std::ranges::all_of (asked, isThere))
         return {};
 
     FinishedDay day;
@@ -122,7 +128,7 @@ std::optional<TakeOutcome> DayState::take (int index, const juce::File& output) 
 {
     const auto root = parseFile (takeFile (index));
 
-    if (! root.isObject() || ! std::ranges::all_of (recordsIn (root, "files"), isAsRecorded))
+    if (! root.isObject() || ! areAsRecorded (root, "files"))
         return {};
 
     auto outcome = readOutcome (root["outcome"]);
