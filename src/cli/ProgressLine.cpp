@@ -1,5 +1,7 @@
 #include "cli/ProgressLine.h"
 
+#include "output/JsonValues.h"
+
 #include <chrono>
 #include <iostream>
 
@@ -12,7 +14,7 @@ namespace ld
 namespace
 {
 
-constexpr int lineWidth = 78;
+constexpr int lineWidth = 78, decimalPlaces = 3;
 
 bool isTerminal()
 {
@@ -56,15 +58,30 @@ juce::String makeProgressText (const ProgressState& state)
     return parts.joinIntoString ("  ").substring (0, lineWidth);
 }
 
-ProgressLine::ProgressLine (bool isWanted) : isShown (isWanted && isTerminal())
+juce::String makeProgressJson (const juce::String& stage, const ProgressState& state)
 {
-    if (isShown)
+    return juce::JSON::toString (makeJsonObject ({ { "event", "progress" },
+                                                   { "stage", stage },
+                                                   { "counts", state.counts },
+                                                   { "what", state.phase },
+                                                   { "fraction", state.fraction },
+                                                   { "audioSeconds", state.audioSeconds },
+                                                   { "elapsedSeconds", state.elapsedSeconds } }),
+                                 true,
+                                 decimalPlaces)
+           + "\n";
+}
+
+ProgressLine::ProgressLine (ProgressStyle styleToUse)
+    : style (styleToUse == ProgressStyle::line && ! isTerminal() ? ProgressStyle::none : styleToUse)
+{
+    if (style != ProgressStyle::none)
         drawer = std::thread ([this] { keepDrawing(); });
 }
 
 ProgressLine::~ProgressLine()
 {
-    if (! isShown)
+    if (style == ProgressStyle::none)
         return;
 
     {
@@ -74,15 +91,21 @@ ProgressLine::~ProgressLine()
 
     ended.notify_all();
     drawer.join();
-    std::cerr << '\r' << juce::String::repeatedString (" ", lineWidth) << '\r' << std::flush;
+
+    if (style == ProgressStyle::line)
+        std::cerr << '\r' << juce::String::repeatedString (" ", lineWidth) << '\r' << std::flush;
 }
 
 void ProgressLine::beginStage (const juce::String& counts)
 {
     const std::scoped_lock lock (mutex);
     state = {};
-    state.counts = counts;
+    state.counts = stage = counts;
     startedMs = juce::Time::getMillisecondCounter();
+
+    // A machine is told of each stage, however short.
+    if (style == ProgressStyle::json)
+        draw();
 }
 
 void ProgressLine::show (const juce::String& counts, const juce::String& phase, double fraction)
@@ -110,7 +133,9 @@ void ProgressLine::keepDrawing()
     using namespace std::chrono_literals;
     std::unique_lock lock (mutex);
 
-    while (! ended.wait_for (lock, 200ms, [this] { return isEnding; }))
+    const auto pause = style == ProgressStyle::json ? 1000ms : 200ms;
+
+    while (! ended.wait_for (lock, pause, [this] { return isEnding; }))
         draw();
 }
 
@@ -120,7 +145,11 @@ void ProgressLine::draw()
         return;
 
     state.elapsedSeconds = (juce::Time::getMillisecondCounter() - startedMs) / 1000.0;
-    std::cerr << '\r' << makeProgressText (state).paddedRight (' ', lineWidth) << std::flush;
+
+    if (style == ProgressStyle::json)
+        std::cerr << makeProgressJson (stage, state) << std::flush;
+    else
+        std::cerr << '\r' << makeProgressText (state).paddedRight (' ', lineWidth) << std::flush;
 }
 
 }    // namespace ld

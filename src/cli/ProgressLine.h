@@ -22,12 +22,23 @@ struct ProgressState
 /** Counts, rate, time left and phase, at most as wide as a terminal; rate and time left once they are known. */
 [[nodiscard]] juce::String makeProgressText (const ProgressState&);
 
-/** One line that rewrites itself on a terminal, several times a second, whatever the work is at. Silent elsewhere. All
-    operations are for any thread. */
+/** How progress is told on the error stream. */
+enum class ProgressStyle
+{
+    none,
+    line,    // that rewrites itself, on a terminal; silent elsewhere
+    json     // an object a line, for machines
+};
+
+/** The state as one line of JSON. */
+[[nodiscard]] juce::String makeProgressJson (const juce::String& stage, const ProgressState&);
+
+/** Tells several times a second, or once a second to machines, whatever the work is at. All operations are for any
+    thread. */
 class ProgressLine
 {
 public:
-    explicit ProgressLine (bool isWanted);
+    explicit ProgressLine (ProgressStyle);
     ~ProgressLine();
     ProgressLine (const ProgressLine&) = delete;
     ProgressLine& operator= (const ProgressLine&) = delete;
@@ -44,7 +55,9 @@ private:
 
     std::mutex mutex;
     std::condition_variable ended;
-    bool isShown, isEnding = false;
+    ProgressStyle style;
+    bool isEnding = false;
+    juce::String stage;
     ProgressState state;
     juce::uint32 startedMs = 0;
     std::thread drawer;

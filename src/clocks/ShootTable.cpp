@@ -27,30 +27,15 @@ DayFile dayFileOf (const ScanFile& scan)
     return file;
 }
 
-// Where the longest time without a take ends: a night's shoot does not begin at midnight.
-double findDayStart (const std::vector<DayFile>& polys)
+DayClock dayOf (const std::vector<DayFile>& polys)
 {
     std::vector<double> stamps;
 
     for (const auto& poly : polys)
         if (poly.stampSeconds)
-            stamps.push_back (std::fmod (*poly.stampSeconds, secondsPerDay));
+            stamps.push_back (*poly.stampSeconds);
 
-    if (stamps.empty())
-        return 0.0;
-
-    std::sort (stamps.begin(), stamps.end());
-    auto longest = stamps.front() + secondsPerDay - stamps.back(), start = stamps.front();
-
-    for (size_t i = 1; i < stamps.size(); ++i)
-        if (stamps[i] - stamps[i - 1] > longest)
-        {
-            longest = stamps[i] - stamps[i - 1];
-            start = stamps[i];
-        }
-
-    // Files may begin well ahead of the first take.
-    return start - 0.5 * longest;
+    return dayClockOf (std::move (stamps));
 }
 
 template <typename Entry>
@@ -71,7 +56,7 @@ std::optional<FileSpan> spanOf (const DayTable& table, size_t index, const std::
 
     // By its own stamps a machine never runs twice at a time, however wrong they are.
     if (file.stampSeconds)
-        return FileSpan { table.timeOf (*file.stampSeconds), table.timeOf (*file.stampSeconds) + file.seconds };
+        return FileSpan { table.day.timeOf (*file.stampSeconds), table.day.timeOf (*file.stampSeconds) + file.seconds };
 
     if (starts[index])
         return FileSpan { *starts[index], *starts[index] + file.seconds };
@@ -122,12 +107,6 @@ commonSlopeOf (const DayTable& table, size_t recorder, const std::vector<ClockRe
 
 }    // namespace
 
-double DayTable::timeOf (double stampSeconds) const
-{
-    const auto time = std::fmod (stampSeconds - dayStart, secondsPerDay);
-    return dayStart + (time < 0.0 ? time + secondsPerDay : time);
-}
-
 std::optional<double> DayTable::stampLag (const DayPair& pair) const
 {
     const auto& poly = polys[pair.poly];
@@ -146,7 +125,7 @@ std::optional<double> DayTable::timeAt (const DayPair& pair, double guestSample,
     if (! poly.stampSeconds)
         return {};
 
-    return timeOf (*poly.stampSeconds) + (guestSample + lag) / rateOf (pair);
+    return day.timeOf (*poly.stampSeconds) + (guestSample + lag) / rateOf (pair);
 }
 
 DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<PairVerdict>& verdicts, int workers)
@@ -193,7 +172,7 @@ DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<P
         source = describeLagSource (source.file, source.rate);
         },
         workers);
-    table.dayStart = findDayStart (table.polys);
+    table.day = dayOf (table.polys);
     return table;
 }
 
@@ -267,7 +246,7 @@ std::optional<ExpectedPlace> expectedPlace (const DayTable& table, const DayPair
     if (! poly.stampSeconds || host.channels < 1 || guest.channels < 1)
         return {};
 
-    const auto polyTime = table.timeOf (*poly.stampSeconds);
+    const auto polyTime = table.day.timeOf (*poly.stampSeconds);
     const auto& clock = table.recorders[table.files[pair.file].recorder];
     std::optional<double> start;    // s from the poly's first sample
     ExpectedPlace place;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/BatchMatcher.h"
+#include "clocks/DayClock.h"
 #include "clocks/PairProof.h"
 #include "clocks/RecorderClocks.h"
 
@@ -37,13 +38,10 @@ struct DayTable
     std::vector<DayPair> pairs;
     std::vector<LagSource> sources;
     std::vector<RecorderClock> recorders;
-    double dayStart = 0.0;    // s since midnight; the longest time without a take ends there
+    DayClock day;
 
     [[nodiscard]] const LagSource& hostOf (const DayPair& pair) const { return sources[pair.hostSource]; }
     [[nodiscard]] double rateOf (const DayPair& pair) const { return hostOf (pair).rate; }
-
-    /** Time of the day at which a stamp lies, from the day's start: takes beyond midnight are late, not early. */
-    [[nodiscard]] double timeOf (double stampSeconds) const;
 
     /** How far the file begins behind its poly by both stamps, s; nothing where one has none. A day or a half more counts
         as nothing: no shoot lasts that long. */

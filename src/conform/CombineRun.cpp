@@ -28,6 +28,23 @@ juce::Result writeTake (ExportRequest& request, TakeOutcome& outcome)
     return alone;
 }
 
+// Of a take that was written by an earlier run.
+std::optional<InterchangeRequest> describeInterchange (const BatchMatch& take,
+                                                       const TakeEdits& edits,
+                                                       const juce::File& output,
+                                                       const SyncProgress& progress)
+{
+    return prepareTake (
+               take,
+               edits,
+               progress,
+               [&] (const ExportRequest& request, TakeOutcome& outcome) {
+        noteInterchange (request, edits.picture, { output, output }, outcome);
+        return juce::Result::ok();
+               })
+        .interchange;
+}
+
 }    // namespace
 
 OutputNames::OutputNames (juce::File folderToUse) : folder (std::move (folderToUse))
@@ -55,6 +72,10 @@ combineTake (const BatchMatch& take, const TakeEdits& edits, const juce::File& o
         request.hasNewIds = edits.givesNewIds;
         request.isWanted = edits.isWanted;
         request.mixMeasured = [&outcome] (const MixLevel& level) { outcome.mix = level; };
+
+        if (edits.wantsHashes)
+            request.hashed = [&outcome] (const WrittenHashes& hashes) { outcome.hashes = hashes; };
+
         const auto result = writeTake (request, outcome);
         outcome.written = result.wasOk();
 
@@ -79,12 +100,25 @@ TakeOutcome measureTakeMix (const BatchMatch& take, const TakeEdits& edits, cons
 std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>& takes,
                                        const TakeEdits& edits,
                                        const juce::File& folder,
-                                       const CombineProgress& progress)
+                                       const CombineProgress& progress,
+                                       const TakeMemory& memory)
 {
     OutputNames names (folder);
     const auto combineAt = [&] (int index, const SyncProgress& told) {
         const auto& take = takes[(size_t) index];
-        return combineTake (take, edits, names.nameFor (take.host.file), told);
+        const auto output = names.nameFor (take.host.file);
+
+        if (auto known = memory.known (index, output))
+        {
+            if (edits.writesInterchange && takes.size() > 1)
+                known->interchange = describeInterchange (take, edits, output, told);
+
+            return std::move (*known);
+        }
+
+        auto outcome = combineTake (take, edits, output, told);
+        memory.done (index, outcome);
+        return outcome;
     };
     return forEachTake ((int) takes.size(), edits.isWanted, combineAt, progress);
 }

@@ -31,9 +31,24 @@ combineTake (const BatchMatch&, const TakeEdits&, const juce::File& output, cons
     Its error says why there is no level. */
 [[nodiscard]] TakeOutcome measureTakeMix (const BatchMatch&, const TakeEdits&, const SyncProgress& progress);
 
-/** Combines takes one after another into a folder, under names of which no two are the same. */
-[[nodiscard]] std::vector<TakeOutcome>
-combineTakes (const std::vector<BatchMatch>&, const TakeEdits&, const juce::File& folder, const CombineProgress&);
+/** What is known of takes from run to run. */
+struct TakeMemory
+{
+    /** A take that an earlier run has written to this file, and that is still as it was; nothing of any other. */
+    std::function<std::optional<TakeOutcome> (int index, const juce::File& output)> known =
+        [] (int, const juce::File&) { return std::nullopt; };
+
+    /** Told of each take that was gone through. */
+    std::function<void (int index, const TakeOutcome&)> done = [] (int, const TakeOutcome&) {};
+};
+
+/** Combines takes one after another into a folder, under names of which no two are the same. One that is known already is
+    not written again; where there are interchange files of a whole day to be made, it is read again for them. */
+[[nodiscard]] std::vector<TakeOutcome> combineTakes (const std::vector<BatchMatch>&,
+                                                     const TakeEdits&,
+                                                     const juce::File& folder,
+                                                     const CombineProgress&,
+                                                     const TakeMemory& = {});
 
 /** What a run came to, in one to three sentences.
     count      takes

@@ -185,6 +185,26 @@ ConformOutcome outcomeOfScan (const std::vector<BatchMatch>& takes)
     return outcome;
 }
 
+ConformOutcome outcomeOfWork (const SessionDocument& document, const std::map<juce::String, juce::File>& combined)
+{
+    const auto edits = editsOf (document);
+    ConformOutcome outcome;
+    outcome.recorders = document.recorders;
+
+    for (const auto& match : document.takes)
+    {
+        auto& take = outcome.takes.emplace_back (outcomeOfWork (match, edits));
+
+        if (const auto last = combined.find (match.host.file.getFullPathName()); last != combined.end())
+        {
+            take.output = last->second;
+            take.written = take.output.existsAsFile();
+        }
+    }
+
+    return outcome;
+}
+
 std::vector<ScanFile> filesOfTakes (const std::vector<BatchMatch>& takes)
 {
     std::vector<ScanFile> files;

@@ -29,6 +29,10 @@ struct ConformOutcome
 /** A whole batch as a scan left it. */
 [[nodiscard]] ConformOutcome outcomeOfScan (const std::vector<BatchMatch>&);
 
+/** A batch as the user's work has it.
+    combined   by the full path of the poly: where takes were last combined to; only what is still there counts */
+[[nodiscard]] ConformOutcome outcomeOfWork (const SessionDocument&, const std::map<juce::String, juce::File>& combined);
+
 /** The files of a batch's takes, each once: the scans of a run that starts from a session. */
 [[nodiscard]] std::vector<ScanFile> filesOfTakes (const std::vector<BatchMatch>&);
 

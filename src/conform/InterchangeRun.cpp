@@ -62,16 +62,24 @@ InterchangeRun onlyTake (InterchangeRun run, int index)
     return run;
 }
 
-juce::Result writeInterchange (const ExportRequest& ready,
-                               const ReferencePicture& picture,
-                               const InterchangeTarget& target,
-                               TakeOutcome& outcome)
+void noteInterchange (const ExportRequest& ready,
+                      const ReferencePicture& picture,
+                      const InterchangeTarget& target,
+                      TakeOutcome& outcome)
 {
     auto& request = outcome.interchange.emplace (interchangeOf (ready, outcome.guests));
     request.video = picture;
     request.combinedFile = target.combinedFile;
     request.baseFile = target.baseFile;
-    return writeInterchangePackage (request);
+}
+
+juce::Result writeInterchange (const ExportRequest& ready,
+                               const ReferencePicture& picture,
+                               const InterchangeTarget& target,
+                               TakeOutcome& outcome)
+{
+    noteInterchange (ready, picture, target, outcome);
+    return writeInterchangePackage (*outcome.interchange);
 }
 
 std::vector<InterchangeRequest> takeInterchange (std::vector<TakeOutcome>& takes)

@@ -14,6 +14,9 @@ struct InterchangeTarget
     juce::File baseFile;        // the files are named like it, each with an extension of its own
 };
 
+/** Keeps in a take's outcome what its interchange files are made of; writes nothing. */
+void noteInterchange (const ExportRequest&, const ReferencePicture&, const InterchangeTarget&, TakeOutcome&);
+
 /** Writes the interchange files of a take that is ready, and keeps in its outcome what they are made of. */
 [[nodiscard]] juce::Result
 writeInterchange (const ExportRequest&, const ReferencePicture&, const InterchangeTarget&, TakeOutcome&);

@@ -3,6 +3,7 @@
 #include "session/GuestPlacing.h"
 #include "session/LockedPlacements.h"
 #include "session/TakeLoading.h"
+#include "session/TakeSketch.h"
 
 #include <algorithm>
 #include <new>
@@ -129,6 +130,10 @@ juce::Result makeReady (const BatchMatch& take,
     const auto results = session.addGuestsWithoutAudio (files);
     applyMetadataOverrides (session, edits.metadata, edits.names);
 
+    for (auto& guest : session.guests)
+        for (auto& piece : guest.pieces)
+            piece.wantsHash = edits.wantsHashes;
+
     if (! placeGuests (session, lockedPlacementsOf (take), progress, edits.isWanted))
         return juce::Result::fail ("Cancelled.");
 
@@ -168,6 +173,33 @@ TakeEdits editsOf (const SessionDocument& document)
              .levels = document.levels,
              .mixer = document.mixer,
              .picture = pictureOf (document) };
+}
+
+TakeOutcome outcomeOfWork (const BatchMatch& take, const TakeEdits& edits)
+{
+    TakeOutcome outcome;
+    outcome.poly = take.host.file;
+    outcome.reason = take.reason;
+    outcome.score = take.score;
+    const auto sketch = sketchTake ({ .take = take, .referenceChannel = {} });
+
+    if (sketch == nullptr)
+    {
+        outcome.error = "Could not read " + take.host.file.getFileName() + ".";
+        leaveOutGuests (take, outcome);
+        return outcome;
+    }
+
+    outcome.isPolyRead = true;
+    applyMetadataOverrides (*sketch, edits.metadata, edits.names);
+    std::vector<juce::Result> results;
+
+    for (const auto& scan : take.guests)
+        results.push_back (scan.file.existsAsFile() ? juce::Result::ok()
+                                                    : juce::Result::fail ("The file is not there"));
+
+    outcome.guests = listGuests (*sketch, take.guests, results);
+    return outcome;
 }
 
 void leaveOutAll (std::vector<GuestOutcome>& guests, const juce::String& why)

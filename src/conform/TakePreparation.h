@@ -24,6 +24,7 @@ struct TakeEdits
     bool writesInterchange = false;    // beside each combined file
     bool writesMarkers = true;         // in each combined file
     bool givesNewIds = false;          // to each combined file
+    bool wantsHashes = false;          // of what is read and written
 
     // Polled on the thread of the run. Once it returns false, the run ends: takes that are written stay, nothing is left of
     // the current one, and the others are not started.
@@ -56,6 +57,7 @@ struct TakeOutcome
     bool isPolyRead = false;
 
     std::optional<MixLevel> mix {};    // of the new MIX, once it was summed
+    WrittenHashes hashes {};           // where they are wanted; those of the guests stand in their pieces
 
     // Of a written take, where its run writes interchange files; without audio.
     std::optional<InterchangeRequest> interchange {};
@@ -72,6 +74,9 @@ using TakeWriter = std::function<juce::Result (ExportRequest&, TakeOutcome&)>;
     placed. */
 [[nodiscard]] TakeOutcome
 prepareTake (const BatchMatch&, const TakeEdits&, const SyncProgress& progress, const TakeWriter&);
+
+/** A take as the work has it: by the headers of its files and the user's edits. Nothing is written, and no audio is read. */
+[[nodiscard]] TakeOutcome outcomeOfWork (const BatchMatch&, const TakeEdits&);
 
 /** Marks all guests as not written; those that were placed get the reason. */
 void leaveOutAll (std::vector<GuestOutcome>&, const juce::String& why);

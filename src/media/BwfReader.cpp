@@ -82,18 +82,31 @@ bool BwfReader::readExact (juce::int64 offset, void* destination, juce::int64 co
 
     auto* at = static_cast<char*> (destination);
 
-    while (count > 0)
+    for (auto left = count; left > 0;)
     {
-        const auto got = stream->read (at, (int) std::min<juce::int64> (count, 1 << 30));
+        const auto got = stream->read (at, (int) std::min<juce::int64> (left, 1 << 30));
 
         if (got <= 0)
             return false;
 
         at += got;
-        count -= got;
+        left -= got;
     }
 
+    if (hash != nullptr)
+        hash->saw (offset, destination, count);
+
     return true;
+}
+
+void BwfReader::keepHash()
+{
+    hash = std::make_unique<ReadHash> (file);
+}
+
+std::optional<juce::String> BwfReader::finishHash()
+{
+    return hash != nullptr ? hash->finish() : std::nullopt;
 }
 
 bool BwfReader::parseChunks()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "media/FileHash.h"
 #include "media/Records.h"
 #include "media/SampleCoding.h"
 
@@ -35,6 +36,12 @@ public:
 
     /** The first chunk with this id of four characters. */
     [[nodiscard]] const ChunkLoc* findChunk (const char* id) const noexcept;
+
+    /** From here on the file's hash is kept, by what is read of it. The file must be open. */
+    void keepHash();
+
+    /** The hash of the whole file; nothing where it was not kept or the file cannot be read to its end. */
+    [[nodiscard]] std::optional<juce::String> finishHash();
 
     /** True if exactly count bytes could be read from this offset. */
     [[nodiscard]] bool readExact (juce::int64 offset, void* destination, juce::int64 count) const;
@@ -119,6 +126,7 @@ private:
     collectPeaks (std::optional<int> onlyChannel, int buckets, std::span<float> channelOut, int outChannel) const;
 
     std::unique_ptr<juce::FileInputStream> stream;
+    std::unique_ptr<ReadHash> hash;                 // where it is kept
     mutable std::vector<juce::uint8> blockBytes;    // kept from read to read: stretches are often read one by one
     juce::int64 fileBytes = 0;
 };

@@ -159,7 +159,9 @@ struct GuestPiece
     IxmlMetadata ixml;
     juce::int64 offsetSamples = 0;    // start within the clip, in host samples; the earliest piece has 0
     Alignment alignment;              // of this file alone, on the host, as it is laid out
-    Alignment saved;    // as the work has it: joined to a neighbour a file may lie a few samples beside it
+    Alignment saved;           // as the work has it: joined to a neighbour a file may lie a few samples beside it
+    bool wantsHash = false;    // its hash is to be made when its audio is read
+    juce::String xxh64;        // of the whole file, once it was
 };
 
 /** One file as a folder scan saw it; no audio. */

@@ -131,12 +131,38 @@ void tellLevel (const ExportRequest& request, const MixLevel& level)
         request.mixMeasured (level);
 }
 
+// A file on its way, with the hash of its bytes where it is asked for.
+class HashedTarget
+{
+public:
+    explicit HashedTarget (const ExportRequest& request) : file (request.outputFile)
+    {
+        if (request.hashed)
+            hash.emplace();
+    }
+
+    bool write (const void* bytes, size_t count)
+    {
+        if (hash)
+            hash->add (bytes, count);
+
+        return file.write (bytes, count);
+    }
+
+    [[nodiscard]] juce::String hashText() const { return hash ? hash->text() : juce::String(); }
+
+    ReplacingFile file;
+
+private:
+    std::optional<Xxh64> hash;
+};
+
 juce::Result
-writeAudio (const ExportRequest& request, const PolyLayout& layout, const ExportSources& sources, ReplacingFile& file)
+writeAudio (const ExportRequest& request, const PolyLayout& layout, const ExportSources& sources, HashedTarget& target)
 {
     BlockBuilder builder (request, layout, sources.guests);
     auto result = visitBlocks (request, sources, [&] (std::span<const juce::int32> host, int64 start, int64 count) {
-        const auto isWritten = file.write (builder.build (host, start, count), (size_t) (count * layout.blockAlign));
+        const auto isWritten = target.write (builder.build (host, start, count), (size_t) (count * layout.blockAlign));
         return isWritten ? juce::Result::ok() : couldNotWriteOutput (request);
     });
 
@@ -155,18 +181,15 @@ bool isSource (const ExportRequest& request, const juce::File& file)
     return file == request.host.file || std::any_of (request.guests.begin(), request.guests.end(), isOfGuest);
 }
 
-// A pad byte behind audio of odd size, the chunks that ride along, and at last the file's own size.
-bool finishFile (const ExportRequest& request, const PolyLayout& layout, ReplacingFile& file)
+// The file's own size goes into its header ahead of all that it counts: written from start to end, a file can be hashed.
+void stateSize (juce::MemoryBlock& header, const PolyLayout& layout, size_t trailerBytes)
 {
-    if (layout.dataBytes % 2 != 0)
-        file.write ("", 1);
-
-    const auto trailer = makePolyTrailer (request);
-    file.write (trailer.getData(), trailer.getSize());
-
-    const auto riffSize = juce::ByteOrder::swapIfBigEndian ((juce::uint64) std::max<int64> (file.getPosition(), 8) - 8);
-    return layout.isRf64 ? file.writeAt (rf64SizeAt, &riffSize, sizeof (juce::uint64))
-                         : file.writeAt (riffSizeAt, &riffSize, sizeof (juce::uint32));
+    const auto total =
+        (juce::uint64) header.getSize() + (juce::uint64) (layout.dataBytes + layout.dataBytes % 2) + trailerBytes;
+    const auto riffSize = juce::ByteOrder::swapIfBigEndian (total - 8);
+    header.copyFrom (&riffSize,
+                     (int) (layout.isRf64 ? rf64SizeAt : riffSizeAt),
+                     layout.isRf64 ? sizeof (juce::uint64) : sizeof (juce::uint32));
 }
 
 }    // namespace
@@ -189,28 +212,39 @@ juce::Result BwfWriter::writePoly (const ExportRequest& request)
     if (auto opened = sources.open (request); opened.failed())
         return opened;
 
-    juce::ignoreUnused (request.outputFile.getParentDirectory().createDirectory());
-    ReplacingFile file (request.outputFile);
-    const auto header = makePolyHeader (request, layout);
+    if (request.hashed)
+        sources.host.keepHash();
 
-    if (! file.isOpen())
+    juce::ignoreUnused (request.outputFile.getParentDirectory().createDirectory());
+    HashedTarget target (request);
+    auto header = makePolyHeader (request, layout);
+    const auto trailer = makePolyTrailer (request);
+    stateSize (header, layout, trailer.getSize());
+
+    if (! target.file.isOpen())
         return couldNotCreateOutput;
 
-    if (! file.write (header.getData(), header.getSize()))
+    if (! target.write (header.getData(), header.getSize()))
         return couldNotWriteOutput (request);
 
-    if (const auto written = writeAudio (request, layout, sources, file); written.failed())
+    if (const auto written = writeAudio (request, layout, sources, target); written.failed())
         return written;
 
-    if (! finishFile (request, layout, file))
+    // A pad byte behind audio of odd size, and the chunks that ride along.
+    if (! target.write ("", (size_t) (layout.dataBytes % 2)) || ! target.write (trailer.getData(), trailer.getSize()))
         return couldNotWriteOutput (request);
 
-    switch (file.finish())
+    switch (target.file.finish())
     {
-        case ReplacingFile::Outcome::replaced: return juce::Result::ok();
+        case ReplacingFile::Outcome::replaced: break;
         case ReplacingFile::Outcome::notWritten: return couldNotWriteOutput (request);
         default: return juce::Result::fail ("Could not replace the target file.");
     }
+
+    if (request.hashed)
+        request.hashed ({ sources.host.finishHash().value_or (""), target.hashText() });
+
+    return juce::Result::ok();
 }
 
 juce::Result BwfWriter::measureMix (const ExportRequest& request)

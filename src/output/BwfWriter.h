@@ -8,6 +8,12 @@
 namespace ld
 {
 
+/** The XXH64 of what a write has read and written; empty where a file could not be read to its end. */
+struct WrittenHashes
+{
+    juce::String poly, output;
+};
+
 /** Everything that one COMBINED file is made of: a snapshot that nothing else changes during the write. */
 struct ExportRequest
 {
@@ -17,6 +23,7 @@ struct ExportRequest
     std::function<void (float)> progress;                    // given the fraction done after each block; may be empty
     std::function<bool()> isWanted = [] { return true; };    // checked at each block; false ends the write as a failure
     std::function<void (const MixLevel&)> mixMeasured;       // given the level of the whole MIX; may be empty
+    std::function<void (const WrittenHashes&)> hashed;       // given them once the file is whole; may be empty
     bool includeMix = true;
     MixerBank mixer {};
     int mixerCount = 0;            // channels of mixer in use

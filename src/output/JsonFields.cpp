@@ -211,4 +211,22 @@ int64 wholeNumberIn (const juce::var& value)
     return wholeNumberOf (value);
 }
 
+void readWholeAlignment (const Fields& fields, Alignment& alignment)
+{
+    fields.read ("offsetSamples", alignment.offsetSamples);
+    fields.read ("method", alignment.method);
+    fields.read ("confidence", alignment.confidence);
+    fields.read ("needsManual", alignment.needsManual);
+    fields.read ("driftSlope", alignment.driftSlope);
+    fields.read ("detail", alignment.detail);
+    fields.read ("evidence", alignment.evidence);
+    fields.readArray ("stretches", alignment.stretches, [] (const juce::var& item) {
+        ClockStretch stretch;
+        Fields (item).read ("fromSample", stretch.fromSample);
+        Fields (item).read ("hostSample", stretch.hostSample);
+        Fields (item).read ("slope", stretch.slope);
+        return stretch;
+    });
+}
+
 }    // namespace ld

@@ -55,4 +55,7 @@ private:
     juce::var value;
 };
 
+/** An alignment with its stretches and evidence, as describeWholeAlignment writes it. */
+void readWholeAlignment (const Fields&, Alignment&);
+
 }    // namespace ld

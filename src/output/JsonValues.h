@@ -47,4 +47,19 @@ template <typename Items, typename Convert>
     return array;
 }
 
+/** An object's properties, and behind them an alignment with all that is known of it. */
+[[nodiscard]] inline juce::var
+describeWholeAlignment (const Alignment& alignment,
+                        std::initializer_list<std::pair<const char*, juce::var>> properties = {})
+{
+    const auto describeStretch = [] (const ClockStretch& stretch) {
+        return makeJsonObject (
+            { { "fromSample", stretch.fromSample }, { "hostSample", stretch.hostSample }, { "slope", stretch.slope } });
+    };
+    auto object = makeJsonObject (properties, alignment);
+    object.getDynamicObject()->setProperty ("evidence", alignment.evidence);
+    object.getDynamicObject()->setProperty ("stretches", makeJsonArray (alignment.stretches, describeStretch));
+    return object;
+}
+
 }    // namespace ld

@@ -155,12 +155,6 @@ bool ReplacingFile::write (const void* bytes, size_t count)
     return allWritten;
 }
 
-bool ReplacingFile::writeAt (juce::int64 position, const void* bytes, size_t count)
-{
-    allWritten = allWritten && stream->setPosition (position);
-    return write (bytes, count);
-}
-
 ReplacingFile::Outcome ReplacingFile::finish()
 {
     stream->flush();

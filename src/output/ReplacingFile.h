@@ -29,8 +29,6 @@ public:
 
     /** False once any write has failed. */
     bool write (const void* bytes, size_t count);
-    bool writeAt (juce::int64 position, const void* bytes, size_t count);
-    [[nodiscard]] juce::int64 getPosition() { return stream->getPosition(); }
 
     enum class Outcome
     {

@@ -35,15 +35,8 @@ void describeIdentity (juce::DynamicObject& object, const ScanFile& scan)
 
 juce::var describe (const ScanFile& guest)
 {
-    const auto describeStretch = [] (const ClockStretch& stretch) {
-        return makeJsonObject (
-            { { "fromSample", stretch.fromSample }, { "hostSample", stretch.hostSample }, { "slope", stretch.slope } });
-    };
-    auto object = makeJsonObject ({ { "file", guest.file.getFullPathName() } }, guest.alignment);
-    auto& properties = *object.getDynamicObject();
-    properties.setProperty ("evidence", guest.alignment.evidence);
-    properties.setProperty ("stretches", makeJsonArray (guest.alignment.stretches, describeStretch));
-    describeIdentity (properties, guest);
+    auto object = describeWholeAlignment (guest.alignment, { { "file", guest.file.getFullPathName() } });
+    describeIdentity (*object.getDynamicObject(), guest);
     return object;
 }
 
@@ -180,20 +173,7 @@ ScanFile readGuest (const juce::var& value)
     const Fields fields (value);
     ScanFile guest;
     readScan (fields, "file", guest);
-    fields.read ("offsetSamples", guest.alignment.offsetSamples);
-    fields.read ("method", guest.alignment.method);
-    fields.read ("confidence", guest.alignment.confidence);
-    fields.read ("needsManual", guest.alignment.needsManual);
-    fields.read ("driftSlope", guest.alignment.driftSlope);
-    fields.read ("detail", guest.alignment.detail);
-    fields.read ("evidence", guest.alignment.evidence);
-    fields.readArray ("stretches", guest.alignment.stretches, [] (const juce::var& item) {
-        ClockStretch stretch;
-        Fields (item).read ("fromSample", stretch.fromSample);
-        Fields (item).read ("hostSample", stretch.hostSample);
-        Fields (item).read ("slope", stretch.slope);
-        return stretch;
-    });
+    readWholeAlignment (fields, guest.alignment);
     return guest;
 }
 

@@ -64,6 +64,7 @@ std::optional<OpenPiece> openPiece (const HostTake& host, const GuestPiece& sour
 
     opened.piece.alignment = source.alignment;
     opened.piece.saved = source.saved;
+    opened.piece.wantsHash = source.wantsHash;
     copyIdentity (opened.reader, opened.piece);
 
     if (opened.piece.alignment.stretches.empty())
@@ -186,7 +187,11 @@ int64 layOutGuest (const HostTake& host, GuestClip& guest)
 
     for (auto& one : opened)
     {
+        if (one.piece.wantsHash)
+            one.reader.keepHash();
+
         audio.push_back (readPiece (host, one));
+        one.piece.xxh64 = one.reader.finishHash().value_or ("");
         one.piece.alignment.offsetSamples = one.start();
         one.piece.offsetSamples = one.start() - first;
         placed.push_back ({ &audio.back(), one.piece.offsetSamples });

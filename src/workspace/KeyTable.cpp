@@ -76,6 +76,7 @@ std::vector<KeyBinding> makeTable()
         { openPicture, with (command, 'i'), "Ctrl+I", working, "Open a picture" },
         { combine, with (command, 'e'), "Ctrl+E", working, "Combine all takes" },
         { exportTexts, with (command | shift, 'e'), "Ctrl+Shift+E", working, "Export to editing systems" },
+        { soundReport, with (command, 'r'), "Ctrl+R", working, "Write a sound report" },
     };
 }
 
@@ -116,6 +117,7 @@ bool needsTake (Command command) noexcept
         case openPicture:
         case combine:
         case exportTexts:
+        case soundReport:
         case showKeys: return false;
         default: return true;
     }

@@ -52,6 +52,7 @@ enum class Command
     openPicture,
     combine,
     exportTexts,
+    soundReport,
     showKeys
 };
 

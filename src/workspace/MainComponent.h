@@ -268,6 +268,9 @@ private:
     void exportChooser();
     void chooseExportFolder (ExportScope);
     void exportInto (const juce::File& folder, ExportScope);
+    void soundReportChooser();
+    void writeReportInto (const juce::File& folder);
+    void chooseOutputFolder (const juce::String& title, std::function<void (const juce::File&)> chosen);
 
     LookAndFeel lookAndFeel;
     Session session;

@@ -98,6 +98,7 @@ void MainComponent::obey (Command command)
         case openPicture: return openVideoChooser();
         case combine: return combineAllChooser();
         case exportTexts: return exportChooser();
+        case soundReport: return soundReportChooser();
         case showKeys: return toggleKeyPanel();
     }
 }

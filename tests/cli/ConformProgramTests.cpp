@@ -69,6 +69,8 @@ TEST (ConformProgram, WrongUsageEndsWithTwoAndASentence)
         { { shoot, "--out", out, "--iso", missing }, "There is no " + missing.toStdString() + "." },
         { { shoot, "--out", out, "--jobs", "0" }, "--jobs" },
         { { session, "--out", out, "--iso", shoot }, "--iso goes with a folder" },
+        { { shoot, "--scan-only", "--mhl" }, "--mhl lists what a run has written" },
+        { { shoot, "--out", out, "--sound-report", "day.csv" }, "--sound-report names the page" },
     };
 
     for (const auto& [words, sentence] : cases)
@@ -109,7 +111,11 @@ TEST (ConformProgram, QuietSaysNothingAndOtherwiseItEndsWithATable)
     EXPECT_EQ (told.err, "") << "progress is for terminals";
 
     const auto report = folders.temp.file ("report.json");
-    const auto quiet = folders.conform ({ "--quiet", "--report", report.getFullPathName() });
+    const auto page = folders.temp.file ("day.html");
+    const auto quiet =
+        folders.conform ({ "--quiet", "--report", report.getFullPathName(), "--sound-report", page.getFullPathName() });
+    EXPECT_THAT (page.loadFileAsString().toStdString(), HasSubstr ("<h1>Sound report: shoot</h1>"));
+    EXPECT_TRUE (page.withFileExtension ("csv").existsAsFile());
     EXPECT_EQ (quiet.status, 0);
     EXPECT_EQ (both (quiet), "");
     const auto take = juce::JSON::parse (report)["takes"][0];
@@ -206,6 +212,43 @@ TEST (ConformProgram, InterchangeFilesStandBesideTheirTakeAndNeverCostIt)
     EXPECT_EQ (take["error"].toString(), "Could not write COMBINED_T1.ale");
     EXPECT_FALSE ((bool) take["guests"][0]["rejected"]);
     EXPECT_EQ (snapshotOf (folders.out).at ("COMBINED_T1.wav"), combined);
+}
+
+TEST (ConformProgram, HashListsNameASingleFlippedBitInOutputsAndSources)
+{
+    const ConformFolders folders;
+    folders.addTakeWithGuests();
+    ASSERT_EQ (folders.conform ({ "--iso", folders.isos.getFullPathName() }).status, 0);
+    const auto without = snapshotOf (folders.out);
+    ASSERT_EQ (folders.conform ({ "--iso", folders.isos.getFullPathName(), "--mhl" }).status, 0);
+    EXPECT_EQ (snapshotOf (folders.out).at ("COMBINED_T1.wav"), without.at ("COMBINED_T1.wav"));
+    EXPECT_THAT (
+        folders.written(),
+        testing::IsSupersetOf ({ "COMBINED_T1.wav", "SOURCES_isos.mhl", "SOURCES_shoot.mhl", "ascmhl_chain.xml" }));
+    const std::vector<juce::String> words { LD_CONFORM_PROGRAM, "--verify", folders.out.getFullPathName() };
+    const auto whole = run (words);
+    EXPECT_EQ (whole.status, 0) << both (whole);
+    EXPECT_EQ (whole.out, "6 files are as listed.\n") << "the combined file, three sources and their lists";
+
+    for (const auto& file : { folders.out.getChildFile ("COMBINED_T1.wav"),
+                              folders.shoot.getChildFile ("T1.wav"),
+                              folders.shoot.getChildFile ("pack.wav"),
+                              folders.isos.getChildFile ("boom.wav") })
+    {
+        juce::MemoryBlock bytes;
+        ASSERT_TRUE (file.loadFileAsData (bytes));
+        auto damaged = bytes;
+        damaged[bytes.getSize() / 2] ^= 4;
+        writeBytes (file, damaged);
+        const auto told = run (words);
+        EXPECT_EQ (told.status, 1);
+        EXPECT_THAT (told.out.toStdString(), testing::StartsWith ("damaged    "));
+        EXPECT_THAT (told.out.toStdString(), HasSubstr (file.getFileName().toStdString() + "\n5 files"));
+        writeBytes (file, bytes);
+    }
+
+    EXPECT_EQ (run ({ LD_CONFORM_PROGRAM, "--verify", folders.shoot.getFullPathName() }).status, 1) << "no lists";
+    EXPECT_EQ (run ({ LD_CONFORM_PROGRAM, "--verify", folders.temp.file ("no").getFullPathName() }).status, 2);
 }
 
 TEST (ConformProgram, AScanAloneWritesNoTake)

@@ -18,14 +18,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::map<std::string, int> floorOf {
-    { "media", 1 },   { "theme", 1 },     { "mix", 2 },     { "sync", 2 },    { "batch", 3 },
-    { "clocks", 4 },  { "output", 4 },    { "session", 5 }, { "conform", 6 }, { "work", 6 },
-    { "monitor", 6 }, { "workspace", 7 }, { "cli", 7 },     { "demo", 7 },    { "app", 8 },
+    { "media", 1 },  { "theme", 1 },     { "mix", 2 },      { "sync", 2 },    { "batch", 3 }, { "clocks", 4 },
+    { "output", 4 }, { "session", 5 },   { "manifest", 5 }, { "conform", 6 }, { "work", 6 },  { "monitor", 6 },
+    { "report", 7 }, { "workspace", 8 }, { "cli", 8 },      { "demo", 8 },    { "app", 9 },
 };
 
 // These are built and tested without a display.
-const std::set<std::string> windowless { "media",  "mix",     "sync",    "batch", "clocks",
-                                         "output", "session", "conform", "work",  "demo" };
+const std::set<std::string> windowless { "media",   "mix",     "sync", "batch",  "clocks",   "output",
+                                         "session", "conform", "work", "report", "manifest", "demo" };
 
 const char* const windowModules[] = { "juce_gui_",  "juce_graphics",      "juce_events",      "juce_opengl",
                                       "juce_video", "juce_audio_devices", "juce_audio_utils", "JuceHeader" };

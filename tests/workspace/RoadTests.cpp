@@ -95,6 +95,13 @@ TEST_F (Road, ExportWritesTheInterchangeFilesOfTheProgramWithoutAWindow)
     EXPECT_EQ (snapshotOf (folder), files);
     EXPECT_EQ (exportTo (folder, "Cancel"), "Exported 2 takes to day.");
 
+    EXPECT_EQ (exportTo (other, "Sound report"), "Sound report written | SOUND_REPORT_other.html");
+    const auto rows = juce::StringArray::fromLines (other.getChildFile ("SOUND_REPORT_other.csv").loadFileAsString());
+    EXPECT_TRUE (rows[1].contains (open.view->openBatch()[0].host.file.getFileName())) << rows[1];
+    EXPECT_TRUE (rows[1].contains (open.view->openBatch()[0].guests[0].file.getFileName())) << rows[1];
+    EXPECT_TRUE (other.getChildFile ("SOUND_REPORT_other.html").deleteFile()
+                 && other.getChildFile ("SOUND_REPORT_other.csv").deleteFile());
+
     // One take, and its combined file is first nowhere, then in another folder.
     EXPECT_EQ (exportTo (other, "Open take"),
                "Exported 1 take to other. 1 has no COMBINED file yet: combine into the same folder.");
