@@ -18,12 +18,14 @@ TimelineView WaveformSpine::view() const
 
 void WaveformSpine::setView (const TimelineView& wanted)
 {
+    constexpr int restMs = 60;    // longer than from one turn of a wheel to the next
     shown = wanted;
 
     if (hasHost())
         shown.firstLane = laneWindow (*session, getLocalBounds().toFloat(), view()).first;
 
-    askForSamples();
+    // Not while the view moves: reading takes the processor's time from the pictures.
+    viewRests.startTimer (restMs);
     repaint();
 }
 
@@ -76,6 +78,8 @@ void WaveformSpine::showSamples (HostSamples read, SpineSpan asked)
 // For the poly's channels, which are not in memory. Half a screen more on either side, so that a turn of the wheel finds them.
 void WaveformSpine::askForSamples()
 {
+    viewRests.stopTimer();
+
     if (! hasHost() || isReading || session->host.peaks.empty())
         return;
 

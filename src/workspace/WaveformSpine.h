@@ -109,6 +109,7 @@ private:
     float laneScroll = 0.0f;    // what is left of the wheel's turns below a lane
     HostSamples samples;
     SpineSpan samplesAsked;
+    juce::TimedCallback viewRests { [this] { askForSamples(); } };
 };
 
 }    // namespace ld

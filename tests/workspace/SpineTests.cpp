@@ -1,3 +1,4 @@
+#include "support/MessageLoop.h"
 #include "workspace/SpineRuler.h"
 #include "workspace/SpineText.h"
 #include "workspace/WavePicture.h"
@@ -333,13 +334,22 @@ TEST (Spine, AsksForSamplesWhereItLooksCloselyAndDropsWhatWasOvertaken)
     std::vector<SpineSpan> asked;
     scene.spine.onSamplesWanted = [&] (SpineSpan span) { asked.push_back (span); };
     const auto look = [&] (int64 start) { scene.spine.setView (showing (scene.spine.view(), { start, 1000 })); };
-    look (50000);
-    ASSERT_EQ (asked.size(), 1u);
+    const auto lookAndWait = [&] (int64 start, size_t wanted) {
+        look (start);
+        pumpUntil ([&] { return asked.size() >= wanted; }, 10000);
+    };
+
+    for (int64 start = 300000; start > 50000; start -= 10000)
+        look (start);
+
+    lookAndWait (50000, 1);
+    ASSERT_EQ (asked.size(), 1u) << "nothing is read on the way";
     EXPECT_LE (asked[0].start, 50000);
     EXPECT_GE (asked[0].end(), 51000);
     look (50010);
+    pumpUntil ([] { return false; }, 150);
     EXPECT_EQ (asked.size(), 1u) << "there is room on both sides";
-    look (900000);
+    lookAndWait (900000, 2);
     ASSERT_EQ (asked.size(), 2u);
 
     // The second answer comes first: the one that was overtaken does not take its place, and is asked for anew.
@@ -348,7 +358,7 @@ TEST (Spine, AsksForSamplesWhereItLooksCloselyAndDropsWhatWasOvertaken)
     };
     scene.spine.showSamples (read (asked[1]), asked[1]);
     scene.spine.showSamples (read (asked[0]), asked[0]);
-    look (50000);
+    lookAndWait (50000, 3);
     EXPECT_EQ (asked.size(), 3u);
 }
 
