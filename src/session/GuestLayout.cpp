@@ -1,9 +1,9 @@
 #include "session/GuestLayout.h"
 
-#include "media/BwfReader.h"
 #include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
+#include "media/SoundFile.h"
 #include "sync/ClipAudio.h"
 #include "sync/Signal.h"
 
@@ -31,7 +31,7 @@ double rateOf (const AudioFormatInfo& format)
 struct OpenPiece
 {
     GuestPiece piece;
-    BwfReader reader;
+    SoundFile sound;
     std::vector<StretchSpan> spans;
 
     [[nodiscard]] int64 start() const { return spans.front().hostStart; }
@@ -59,20 +59,20 @@ std::optional<OpenPiece> openPiece (const HostTake& host, const GuestPiece& sour
 {
     OpenPiece opened;
 
-    if (! opened.reader.open (source.file))
+    if (opened.sound.open (source.file).failed())
         return {};
 
     opened.piece.alignment = source.alignment;
     opened.piece.saved = source.saved;
-    copyIdentity (opened.reader, opened.piece);
+    copyIdentity (opened.sound, opened.piece);
 
     if (opened.piece.alignment.stretches.empty())
         opened.piece.alignment.stretches = { { 0, source.alignment.offsetSamples, source.alignment.driftSlope } };
 
     // A file without a single frame still counts for one sample.
     opened.spans = spansOf (opened.piece.alignment.stretches,
-                            std::max<int64> (opened.reader.framesInFile(), 1),
-                            rateOf (opened.reader.format),
+                            std::max<int64> (opened.sound.framesInFile(), 1),
+                            rateOf (opened.sound.format),
                             rateOf (host.format));
 
     if (opened.spans.empty())
@@ -148,9 +148,9 @@ void closeSmallGaps (std::vector<OpenPiece>& pieces)
 std::vector<std::vector<float>> readPiece (const HostTake& host, const OpenPiece& opened)
 {
     const auto length = opened.end() - opened.start();
-    requireMemory (((double) opened.reader.framesInFile() + (double) length) * opened.reader.format.channels
+    requireMemory (((double) opened.sound.framesInFile() + (double) length) * opened.sound.format.channels
                    * (double) sizeof (float));
-    auto channels = opened.reader.readAllChannels();
+    auto channels = opened.sound.readAllChannels();
 
     for (auto& channel : channels)
     {
