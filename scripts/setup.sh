@@ -13,7 +13,8 @@ LD_JUCE_SHA256=4126ec8066866a1ccbc9cdd2beac712fd51e55ac7f24d8fdc45077b187a358ef
 
 build_packages=(
     g++ cmake ninja-build ccache pkg-config git ca-certificates xz-utils dpkg-dev
-    libfftw3-dev libpugixml-dev libxxhash-dev nettle-dev libcli11-dev libmpv-dev libgtest-dev libgmock-dev libbenchmark-dev
+    libfftw3-dev libpugixml-dev libxxhash-dev nettle-dev libcli11-dev libmpv-dev libavformat-dev libavcodec-dev libavutil-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
     libasound2-dev libjack-jackd2-dev libfreetype-dev libfontconfig1-dev libpng-dev libjpeg-dev zlib1g-dev
     libx11-dev libxcomposite-dev libxcursor-dev libxext-dev libxinerama-dev libxrandr-dev libxrender-dev
     fonts-dejavu-core

@@ -38,6 +38,9 @@ public:
           options (optionsToUse), residents (tables.sources.size())
     {
         options.workers = options.workers > 0 ? options.workers : defaultWorkers();
+
+        for (auto& source : tables.sources)
+            source.clips = options.clips;
     }
 
     MatchOutcome run()
@@ -77,7 +80,7 @@ private:
     static void measureSource (MatchSource& source)
     try
     {
-        if (const SourceAudio audio (source.file, source.rate); audio.isOpen())
+        if (const SourceAudio audio (source.file, source.rate, {}, source.clips); audio.isOpen())
         {
             source.channels = audio.numChannels();
             source.length = audio.length();

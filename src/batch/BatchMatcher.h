@@ -13,6 +13,9 @@ struct MatchOptions
     double memoryBudget = 0.0;    // bytes for audio and what is made of it; 0: defaultMatchBudget
     OnAudioRead onRead;           // on the workers' threads
 
+    // Clips are decoded into it, each once, however many steps of a scan share it.
+    std::shared_ptr<ClipSounds> clips = std::make_shared<ClipSounds>();
+
     // Asked on the workers' threads; once it says no, the work ends early and what it gives is not to be used.
     std::function<bool()> isWanted = [] { return true; };
 };

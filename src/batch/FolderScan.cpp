@@ -1,8 +1,8 @@
 #include "batch/FolderScan.h"
 
 #include "media/BextIxml.h"
-#include "media/BwfReader.h"
 #include "media/Rounding.h"
+#include "media/SoundFile.h"
 
 #include <algorithm>
 #include <optional>
@@ -183,10 +183,15 @@ bool runAtTheSameTime (const ScanFile& a, const ScanFile& b)
 
 }    // namespace
 
+bool isSilentClip (const ScanFile& scan)
+{
+    return scan.format.isClip && ! scan.format.valid;
+}
+
 bool isPoly (const ScanFile& scan)
 {
     constexpr int fewestChannels = 3;
-    return scan.format.valid && scan.format.channels >= fewestChannels;
+    return scan.format.valid && ! scan.format.isClip && scan.format.channels >= fewestChannels;
 }
 
 ScanFile inspectAudioFile (const juce::File& file)
@@ -194,8 +199,12 @@ ScanFile inspectAudioFile (const juce::File& file)
     ScanFile scan;
     scan.file = file;
 
-    if (BwfReader reader; reader.open (file) && reader.isPlausible())
-        copyIdentity (reader, scan);
+    SoundFile sound;
+
+    if (const auto described = sound.describe (file); sound.isPlausible() && described.wasOk())
+        copyIdentity (sound, scan);
+    else
+        scan.format.isClip = sound.format.isClip && ! sound.format.valid;
 
     return scan;
 }
@@ -262,7 +271,7 @@ std::vector<BatchMatch> matchBatch (const std::vector<ScanFile>& scans)
 
     for (const auto& scan : valid)
     {
-        if (isPoly (scan) || (! anyPoly && valid.size() == 1))
+        if (isPoly (scan) || (! anyPoly && valid.size() == 1 && ! scan.format.isClip))
         {
             matches.emplace_back();
             matches.back().host = scan;

@@ -35,7 +35,10 @@ struct TcOverlap
 /** Reads a file's header; one that cannot be opened, or not be worked with, has format.valid false. */
 [[nodiscard]] ScanFile inspectAudioFile (const juce::File&);
 
-/** A file that can be read and has three channels or more. */
+/** A clip that can be read and holds a picture alone: no fault, but no guest either. */
+[[nodiscard]] bool isSilentClip (const ScanFile&);
+
+/** A wave file that can be read and has three channels or more. */
 [[nodiscard]] bool isPoly (const ScanFile&);
 
 [[nodiscard]] TcOverlap tcOverlap (const ScanFile& host, const ScanFile& guest);
@@ -46,8 +49,8 @@ struct TcOverlap
 /** Adds a guest and its reason; a file that is there already changes nothing. */
 void attachGuest (BatchMatch&, const ScanFile& guest, const PairScore&);
 
-/** Pairs polys (three channels or more; or the only file there is) with every file that may belong to them. Every mono
-    or stereo file is a candidate for every poly; further polys are attached where metadata speaks for them. */
+/** Pairs polys (wave files of three channels or more; or the only file there is) with every file that may belong to them. Every mono
+    or stereo file, and every clip, is a candidate for every poly; further polys are attached where metadata speaks for them. */
 [[nodiscard]] std::vector<BatchMatch> matchBatch (const std::vector<ScanFile>& scans);
 
 /** What identifies a recording source: its family id, its tracks, or its file name without running number. */

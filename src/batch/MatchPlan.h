@@ -1,6 +1,7 @@
 #pragma once
 
 #include "batch/FolderScan.h"
+#include "media/ClipSounds.h"
 
 namespace ld
 {
@@ -9,10 +10,11 @@ namespace ld
 struct MatchSource
 {
     juce::File file;
-    int rate = 1;                // Hz, of the polys that want it
-    int channels = 0;            // 0 if the file could not be opened
-    juce::int64 length = 0;      // samples at that rate
-    bool hasChannels = false;    // it is a poly: its channels are compared one by one, too
+    int rate = 1;                            // Hz, of the polys that want it
+    int channels = 0;                        // 0 if the file could not be opened
+    juce::int64 length = 0;                  // samples at that rate
+    bool hasChannels = false;                // it is a poly: its channels are compared one by one, too
+    std::shared_ptr<ClipSounds> clips {};    // where the decoded sound of clips is kept
 
     [[nodiscard]] bool isUsable() const noexcept;
 };

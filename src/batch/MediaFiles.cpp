@@ -1,5 +1,7 @@
 #include "batch/MediaFiles.h"
 
+#include "media/SoundFile.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <set>
@@ -34,9 +36,10 @@ fs::path realPathOf (const fs::path& path)
 bool hasMediaName (const fs::path& path)
 {
     const auto name = path.filename().u8string();
-    return std::ranges::any_of (
-        std::initializer_list<std::u8string_view> { u8".wav", u8".WAV", u8".bwf", u8".BWF", u8".wave" },
-        [&] (auto ending) { return name.ends_with (ending); });
+    return hasClipName (fileAt (path))
+           || std::ranges::any_of (
+               std::initializer_list<std::u8string_view> { u8".wav", u8".WAV", u8".bwf", u8".BWF", u8".wave" },
+               [&] (auto ending) { return name.ends_with (ending); });
 }
 
 // Of several paths to one place the first stays.

@@ -7,7 +7,7 @@
 namespace ld
 {
 
-/** The wave files of a folder and the folders below it, links followed, sorted by full path; of a file just that file.
+/** The wave files and clips of a folder and the folders below it, links followed, sorted by full path; of a file just that file.
     A real file is listed once, however many links lead to it: by the path through the fewest folders; of several such
     by the shortest, and of equally long ones by the first in the alphabet. */
 [[nodiscard]] std::vector<juce::File> collectMediaFiles (const juce::File& root);

@@ -161,7 +161,7 @@ ResidentSource::ResidentSource (const MatchSource& sourceToUse,
                                 OnAudioRead told)
     : source (sourceToUse), onRead (std::move (told))
 {
-    const SourceAudio audio (source.file, source.rate, onRead);
+    const SourceAudio audio (source.file, source.rate, onRead, source.clips);
     wasRead = audio.isOpen() && audio.numChannels() == source.channels;
 
     if (! wasRead || ! (needs.mono || needs.channels || coefficientsAtOnce))
@@ -210,7 +210,7 @@ bool ResidentSource::isInMemory() const noexcept
 
 bool ResidentSource::canBeRead() const
 {
-    return wasRead && (isInMemory() || SourceAudio (source.file, source.rate).isOpen());
+    return wasRead && (isInMemory() || SourceAudio (source.file, source.rate, {}, source.clips).isOpen());
 }
 
 // The mixdown is signal 0, the channels follow it.
@@ -221,13 +221,14 @@ void ResidentSource::visitSignals (int64 start, int64 count, const SignalVisitor
     if (! isInMemory())
     {
         std::vector<float> mixed;
-        SourceAudio (source.file, source.rate, onRead).visitBlocks (start, count, [&] (const auto& channels) {
-            mixdownBlock (channels, mixed);
-            visit (0, mixed);
+        SourceAudio (source.file, source.rate, onRead, source.clips)
+            .visitBlocks (start, count, [&] (const auto& channels) {
+                mixdownBlock (channels, mixed);
+                visit (0, mixed);
 
-            for (size_t c = 0; c < channels.size(); ++c)
-                visit (c + 1, channels[c]);
-        });
+                for (size_t c = 0; c < channels.size(); ++c)
+                    visit (c + 1, channels[c]);
+            });
         return;
     }
 
@@ -246,7 +247,7 @@ SignalOnDemand ResidentSource::mono() const
     if (! monoAudio.empty())
         return SignalOnDemand::of (monoAudio);
 
-    const auto audio = std::make_shared<const SourceAudio> (source.file, source.rate, onRead);
+    const auto audio = std::make_shared<const SourceAudio> (source.file, source.rate, onRead, source.clips);
     return { source.length, [audio] (int64 start, int64 count, std::vector<float>& scratch) {
                 scratch = audio->readMono (start, count);
                 return std::span<const float> (scratch);

@@ -11,14 +11,17 @@ namespace ld
 
 using juce::int64;
 
-SourceAudio::SourceAudio (const juce::File& file, int wantedRate, OnAudioRead told)
+SourceAudio::SourceAudio (const juce::File& file,
+                          int wantedRate,
+                          OnAudioRead told,
+                          const std::shared_ptr<ClipSounds>& clips)
     : fileRate (1), sampleRate (std::max (wantedRate, 1)), onRead (std::move (told))
 {
-    if (! reader.open (file))
+    if (sound.open (file, clips).failed())
         return;
 
-    fileRate = std::max (reader.format.sampleRate, 1);
-    frames = std::max<int64> (reader.framesInFile(), 1);
+    fileRate = std::max (sound.format.sampleRate, 1);
+    frames = std::max<int64> (sound.framesInFile(), 1);
     samples = resampledLength (frames, fileRate, sampleRate);
 }
 
@@ -37,7 +40,7 @@ void SourceAudio::visitBlocks (int64 start, int64 count, const BlockVisitor& vis
     for (auto at = resamplers.front().firstInput(); count > 0 && at < frames;)
     {
         const auto numFrames = std::min ({ blockFrames, frames - at, isResampled ? blockFrames : count });
-        reader.readChannels (at, numFrames, block);
+        sound.readChannels (at, numFrames, block);
         at += numFrames;
 
         for (size_t c = 0; isResampled && c < out.size(); ++c)
@@ -87,7 +90,7 @@ std::vector<float> SourceAudio::readChannel (int channel, int64 start, int64 cou
         return wanted;
     }
 
-    juce::ignoreUnused (reader.readChannel (channel, start, count, wanted.data(), 1));
+    juce::ignoreUnused (sound.readChannel (channel, start, count, wanted.data()));
 
     if (onRead)
         onRead ((double) count / fileRate);

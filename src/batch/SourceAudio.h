@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/BwfReader.h"
+#include "media/SoundFile.h"
 #include "sync/SignalOnDemand.h"
 
 namespace ld
@@ -14,10 +14,14 @@ using OnAudioRead = std::function<void (double seconds)>;
 class SourceAudio
 {
 public:
-    SourceAudio (const juce::File&, int sampleRate, OnAudioRead = {});
+    /** clips   where the decoded sound of clips is kept; none: only here */
+    SourceAudio (const juce::File&,
+                 int sampleRate,
+                 OnAudioRead = {},
+                 const std::shared_ptr<ClipSounds>& clips = nullptr);
 
-    [[nodiscard]] bool isOpen() const noexcept { return reader.format.valid; }
-    [[nodiscard]] int numChannels() const noexcept { return reader.format.channels; }
+    [[nodiscard]] bool isOpen() const noexcept { return sound.format.valid; }
+    [[nodiscard]] int numChannels() const noexcept { return sound.format.channels; }
 
     /** Samples at the rate that was asked for, at least one; 0 if the file could not be opened. */
     [[nodiscard]] juce::int64 length() const noexcept { return samples; }
@@ -33,7 +37,7 @@ public:
     [[nodiscard]] std::vector<float> readChannel (int channel, juce::int64 start, juce::int64 count) const;
 
 private:
-    BwfReader reader;
+    SoundFile sound;
     int fileRate, sampleRate;
     juce::int64 frames = 0, samples = 0;
     OnAudioRead onRead;

@@ -91,7 +91,10 @@ LD_VECTOR_CLONES void whiten (const float* a, const float* b, float* out, std::p
 class StretchReader
 {
 public:
-    StretchReader (const LagSource& source, const OnAudioRead& onRead) : audio (source.file, source.rate, onRead) {}
+    StretchReader (const LagSource& source, const OnAudioRead& onRead)
+        : audio (source.file, source.rate, onRead, source.clips)
+    {
+    }
 
     // Silence where the file has nothing.
     [[nodiscard]] std::vector<float> read (int channel, int64 start, int64 count) const
@@ -328,10 +331,10 @@ private:
 
 }    // namespace
 
-LagSource describeLagSource (const juce::File& file, int rate)
+LagSource describeLagSource (const juce::File& file, int rate, const std::shared_ptr<ClipSounds>& clips)
 {
-    const SourceAudio audio (file, rate);
-    return { file, rate, audio.isOpen() ? audio.numChannels() : 0, audio.length() };
+    const SourceAudio audio (file, rate, {}, clips);
+    return { file, rate, audio.isOpen() ? audio.numChannels() : 0, audio.length(), clips };
 }
 
 int lagWindowOrder (double seconds, int rate) noexcept

@@ -10,12 +10,13 @@ struct LagSource
 {
     juce::File file;
     int rate = 48000;
-    int channels = 0;          // 0 if the file cannot be read
-    juce::int64 length = 0;    // samples
+    int channels = 0;                        // 0 if the file cannot be read
+    juce::int64 length = 0;                  // samples
+    std::shared_ptr<ClipSounds> clips {};    // where the decoded sound of clips is kept
 };
 
 /** Opens the file to see what is in it. */
-[[nodiscard]] LagSource describeLagSource (const juce::File&, int rate);
+[[nodiscard]] LagSource describeLagSource (const juce::File&, int rate, const std::shared_ptr<ClipSounds>& clips);
 
 /** Stands for all channels of a file, mixed down. */
 constexpr int mixdownChannel = -1;

@@ -32,8 +32,7 @@ public:
              const std::vector<PairVerdict>& verdicts,
              const ShootProgress& progressToTell,
              const MatchOptions& optionsToUse)
-        : options (optionsToUse), progress (progressToTell),
-          table (makeDayTable (polys, verdicts, workersOf (optionsToUse)))
+        : options (optionsToUse), progress (progressToTell), table (makeDayTable (polys, verdicts, optionsToUse))
     {
     }
 

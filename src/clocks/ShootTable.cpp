@@ -128,7 +128,9 @@ std::optional<double> DayTable::timeAt (const DayPair& pair, double guestSample,
     return day.timeOf (*poly.stampSeconds) + (guestSample + lag) / rateOf (pair);
 }
 
-DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<PairVerdict>& verdicts, int workers)
+DayTable makeDayTable (const std::vector<BatchMatch>& polys,
+                       const std::vector<PairVerdict>& verdicts,
+                       const MatchOptions& options)
 {
     DayTable table;
     std::map<juce::String, size_t> knownFiles, knownSources, polyOf;
@@ -140,10 +142,8 @@ DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<P
     }
 
     const auto sourceOf = [&] (const juce::File& file, int rate) {
-        return indexOf (table.sources,
-                        knownSources,
-                        file.getFullPathName() + "|" + juce::String (rate),
-                        LagSource { file, rate, 0, 0 });
+        return indexOf (
+            table.sources, knownSources, file.getFullPathName() + "|" + juce::String (rate), LagSource { file, rate });
     };
 
     for (const auto& verdict : verdicts)
@@ -169,9 +169,9 @@ DayTable makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<P
         (int) table.sources.size(),
         [&] (int i) {
         auto& source = table.sources[(size_t) i];
-        source = describeLagSource (source.file, source.rate);
+        source = describeLagSource (source.file, source.rate, options.clips);
         },
-        workers);
+        options.workers > 0 ? options.workers : defaultWorkers());
     table.day = dayOf (table.polys);
     return table;
 }

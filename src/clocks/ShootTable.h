@@ -52,7 +52,7 @@ struct DayTable
 };
 
 [[nodiscard]] DayTable
-makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<PairVerdict>&, int workers);
+makeDayTable (const std::vector<BatchMatch>& polys, const std::vector<PairVerdict>&, const MatchOptions&);
 
 /** What a proof says about its recorder's clock. */
 [[nodiscard]] ClockReading readClock (const DayTable&, const DayPair&);

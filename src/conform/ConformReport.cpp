@@ -232,6 +232,9 @@ void accountForFiles (ConformOutcome& outcome, const std::vector<ScanFile>& scan
         const auto path = scan.file.getFullPathName();
 
         // A file that the scan saw can be gone by the time its take is combined.
+        if (isSilentClip (scan))
+            continue;
+
         if (! scan.format.valid || unreadable.contains (path))
             outcome.unreadable.push_back (scan.file);
         else if (! placed.contains (path))

@@ -2,9 +2,9 @@
 
 #include "media/BextIxml.h"
 #include "media/LargeBuffers.h"
+#include "media/RegularFile.h"
 
 #include <cstring>
-#include <filesystem>
 #include <limits>
 
 namespace ld
@@ -51,11 +51,7 @@ bool BwfReader::open (const juce::File& fileToOpen)
     close();
     file = fileToOpen;
 
-    // Opening a pipe or a device that is only named like a wave file could block for ever.
-    std::error_code ignored;
-    const auto* path = reinterpret_cast<const char8_t*> (file.getFullPathName().toRawUTF8());
-
-    if (! std::filesystem::is_regular_file (path, ignored))
+    if (! isRegularFile (file))
         return false;
 
     stream = std::make_unique<juce::FileInputStream> (file);

@@ -9,7 +9,7 @@
 namespace ld
 {
 
-/** What the `fmt ` chunk of a wave file says, and how much audio stands behind it. */
+/** What the `fmt ` chunk of a wave file says, and how much audio stands behind it; of a clip, the same as it is when decoded. */
 struct AudioFormatInfo
 {
     juce::int32 channels = 0;
@@ -22,7 +22,8 @@ struct AudioFormatInfo
     juce::int64 dataBytes = 0;
     bool isFloat = false;
     bool isRf64 = false;
-    bool valid = false;    // a readable file was opened
+    bool isClip = false;    // the sound of a camera's clip or the like: never that of a poly
+    bool valid = false;     // a readable file was opened
 
     bool operator== (const AudioFormatInfo&) const = default;
 };

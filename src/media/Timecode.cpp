@@ -82,6 +82,35 @@ juce::int64 timecodeToSamples (const juce::String& timecode, double fps, double 
     return roundToSamples (aboveZeroOr (sampleRate, defaultSampleRate) * seconds);
 }
 
+std::optional<juce::int64> frameOfLabel (const juce::String& label, int nominal)
+{
+    const auto text = label.trim();
+    const auto mark = text.lastIndexOfAnyOf (":;.");
+    juce::StringArray parts;
+    parts.addTokens (text, ":;.", "");
+
+    if (nominal < 1 || parts.size() != 4)
+        return {};
+
+    for (const auto& part : parts)
+        if (part.isEmpty() || part.length() > 3 || ! part.containsOnly ("0123456789"))
+            return {};
+
+    const auto hours = parts[0].getIntValue(), minutes = parts[1].getIntValue(), seconds = parts[2].getIntValue();
+    const auto frames = parts[3].getIntValue();
+
+    if (hours > 23 || minutes > 59 || seconds > 59 || frames >= nominal)
+        return {};
+
+    const auto number = (juce::int64) nominal * (hours * 3600 + minutes * 60 + seconds) + frames;
+
+    if (text[mark] == ':' || nominal % 30 != 0)
+        return number;
+
+    const auto minutesSoFar = hours * 60 + minutes;
+    return number - nominal / 15 * (minutesSoFar - minutesSoFar / 10);
+}
+
 juce::String guessTimecodeFromFilename (const juce::String& fileName)
 {
     const auto name = fileName.fromLastOccurrenceOf ("/", false, false);

@@ -2,6 +2,8 @@
 
 #include <juce_core/juce_core.h>
 
+#include <optional>
+
 namespace ld
 {
 
@@ -23,6 +25,11 @@ formatTimecode (juce::uint64 samples, double sampleRate, const juce::String& rat
 
 /** Samples since midnight of HH:MM:SS:FF (";" counts as ":"); 0 where the text has fewer than four parts. */
 [[nodiscard]] juce::int64 timecodeToSamples (const juce::String& timecode, double fps, double sampleRate);
+
+/** The frame that a label names, counted from midnight; nothing where the text is none.
+    label      HH:MM:SS:FF; with ";" or "." ahead of the frames it drops frames
+    nominal    whole frames of a labelled second: 30 for 29.97; numbers are dropped only at multiples of 30 (SMPTE ST 12-1) */
+[[nodiscard]] std::optional<juce::int64> frameOfLabel (const juce::String& label, int nominal);
 
 /** The last eight digits of a file name's first run of at least eight, as DD:DD:DD:DD; empty if there is none. */
 [[nodiscard]] juce::String guessTimecodeFromFilename (const juce::String& fileName);

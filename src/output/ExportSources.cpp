@@ -1,5 +1,6 @@
 #include "output/ExportSources.h"
 
+#include "media/SoundFile.h"
 #include "sync/Signal.h"
 
 #include <algorithm>
@@ -20,12 +21,12 @@ juce::Result prepareGuest (const GuestClip& guest, int hostRate, GuestLanes& lan
         if (guest.pieces.size() >= 2)
             return juce::Result::fail ("Stitched ISO audio was not prepared; refusing an incomplete export.");
 
-        if (BwfReader reader; reader.open (guest.file))
+        if (SoundFile sound; sound.open (guest.file).wasOk())
         {
-            lanes.loaded = reader.readAllChannels();
+            lanes.loaded = sound.readAllChannels();
 
             for (auto& channel : lanes.loaded)
-                channel = resampleTo (std::move (channel), reader.format.sampleRate, hostRate);
+                channel = resampleTo (std::move (channel), sound.format.sampleRate, hostRate);
         }
     }
 

@@ -1,9 +1,9 @@
 #include "session/GuestLayout.h"
 
-#include "media/BwfReader.h"
 #include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
+#include "media/SoundFile.h"
 #include "sync/ClipAudio.h"
 #include "sync/Signal.h"
 
@@ -31,7 +31,7 @@ double rateOf (const AudioFormatInfo& format)
 struct OpenPiece
 {
     GuestPiece piece;
-    BwfReader reader;
+    SoundFile sound;
     std::vector<StretchSpan> spans;
 
     [[nodiscard]] int64 start() const { return spans.front().hostStart; }
@@ -59,21 +59,21 @@ std::optional<OpenPiece> openPiece (const HostTake& host, const GuestPiece& sour
 {
     OpenPiece opened;
 
-    if (! opened.reader.open (source.file))
+    if (opened.sound.open (source.file).failed())
         return {};
 
     opened.piece.alignment = source.alignment;
     opened.piece.saved = source.saved;
     opened.piece.wantsHash = source.wantsHash;
-    copyIdentity (opened.reader, opened.piece);
+    copyIdentity (opened.sound, opened.piece);
 
     if (opened.piece.alignment.stretches.empty())
         opened.piece.alignment.stretches = { { 0, source.alignment.offsetSamples, source.alignment.driftSlope } };
 
     // A file without a single frame still counts for one sample.
     opened.spans = spansOf (opened.piece.alignment.stretches,
-                            std::max<int64> (opened.reader.framesInFile(), 1),
-                            rateOf (opened.reader.format),
+                            std::max<int64> (opened.sound.framesInFile(), 1),
+                            rateOf (opened.sound.format),
                             rateOf (host.format));
 
     if (opened.spans.empty())
@@ -149,9 +149,9 @@ void closeSmallGaps (std::vector<OpenPiece>& pieces)
 std::vector<std::vector<float>> readPiece (const HostTake& host, const OpenPiece& opened)
 {
     const auto length = opened.end() - opened.start();
-    requireMemory (((double) opened.reader.framesInFile() + (double) length) * opened.reader.format.channels
+    requireMemory (((double) opened.sound.framesInFile() + (double) length) * opened.sound.format.channels
                    * (double) sizeof (float));
-    auto channels = opened.reader.readAllChannels();
+    auto channels = opened.sound.readAllChannels();
 
     for (auto& channel : channels)
     {
@@ -188,10 +188,10 @@ int64 layOutGuest (const HostTake& host, GuestClip& guest)
     for (auto& one : opened)
     {
         if (one.piece.wantsHash)
-            one.reader.keepHash();
+            one.sound.keepHash();
 
         audio.push_back (readPiece (host, one));
-        one.piece.xxh64 = one.reader.finishHash().value_or ("");
+        one.piece.xxh64 = one.sound.finishHash().value_or ("");
         one.piece.alignment.offsetSamples = one.start();
         one.piece.offsetSamples = one.start() - first;
         placed.push_back ({ &audio.back(), one.piece.offsetSamples });

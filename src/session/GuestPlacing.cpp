@@ -3,6 +3,7 @@
 #include "clocks/ShootMatch.h"
 #include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
+#include "media/SoundFile.h"
 #include "session/GuestLayout.h"
 
 #include <algorithm>
@@ -47,14 +48,14 @@ bool sharesOnePlace (const GuestClip& guest, const LockedPlacements& known)
 // The place of one file that was not searched for yet, by its stamp and its sound; not proved.
 Alignment searchPlace (const HostTake& host, const GuestPiece& piece, const SyncProgress& progress)
 {
-    BwfReader reader;
+    SoundFile sound;
 
-    if (! reader.open (piece.file))
-        return inDoubt ("Could not read " + piece.file.getFileName() + " as WAV/BWF.");
+    if (const auto opened = sound.open (piece.file); opened.failed())
+        return inDoubt (opened.getErrorMessage());
 
-    auto clip = readForSearch (reader, std::max (host.format.sampleRate, 1));
-    clip.bext = reader.bext;
-    clip.ixml = reader.ixml;
+    auto clip = readForSearch (sound, std::max (host.format.sampleRate, 1));
+    clip.bext = sound.bext;
+    clip.ixml = sound.ixml;
     return SyncEngine().alignBestChannel (host, clip, searchSeconds, progress);
 }
 

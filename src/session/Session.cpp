@@ -1,7 +1,7 @@
 #include "session/Session.h"
 
 #include "batch/FolderScan.h"
-#include "media/BwfReader.h"
+#include "media/SoundFile.h"
 #include "output/BwfWriter.h"
 
 #include <algorithm>
@@ -167,13 +167,16 @@ juce::Result Session::addPiece (const juce::File& file, AddedPiece& added)
     if (std::any_of (guests.begin(), guests.end(), [&] (const auto& guest) { return hasPiece (guest, file); }))
         return juce::Result::fail ("File already added.");
 
-    BwfReader reader;
+    SoundFile sound;
 
-    if (! openSource (reader, file))
+    if (const auto described = sound.describe (file); described.failed())
+        return described;
+
+    if (! sound.isPlausible())
         return juce::Result::fail ("Could not read " + file.getFileName() + " as WAV/BWF.");
 
     GuestPiece piece;
-    copyIdentity (reader, piece);
+    copyIdentity (sound, piece);
 
     for (auto& guest : guests)
     {

@@ -1,6 +1,6 @@
 #include "media/BextIxml.h"
-#include "media/BwfReader.h"
 #include "media/MemoryBudget.h"
+#include "media/SoundFile.h"
 #include "session/Session.h"
 #include "sync/ClipAudio.h"
 #include "sync/Signal.h"
@@ -34,27 +34,27 @@ double rateOf (const AudioFormatInfo& format)
 
 std::optional<LoadedPiece> loadPiece (const HostTake& host, const juce::File& file)
 {
-    BwfReader reader;
+    SoundFile sound;
 
-    if (! reader.open (file) || ! reader.isPlausible())
+    if (sound.open (file).failed() || ! sound.isPlausible())
         return {};
 
     LoadedPiece loaded;
-    copyIdentity (reader, loaded.piece);
-    requireMemory ((double) reader.framesInFile() * reader.format.channels * (double) sizeof (float)
-                   * (1.0 + rateOf (host.format) / rateOf (reader.format)));
-    loaded.channels = reader.readAllChannels();
+    copyIdentity (sound, loaded.piece);
+    requireMemory ((double) sound.framesInFile() * sound.format.channels * (double) sizeof (float)
+                   * (1.0 + rateOf (host.format) / rateOf (sound.format)));
+    loaded.channels = sound.readAllChannels();
 
     // A file without a single frame still counts for one sample.
     for (auto& channel : loaded.channels)
     {
         channel.resize (std::max<size_t> (channel.size(), 1));
-        channel = resampleTo (std::move (channel), reader.format.sampleRate, rateOf (host.format));
+        channel = resampleTo (std::move (channel), sound.format.sampleRate, rateOf (host.format));
     }
 
     loaded.duration = (int64) loaded.channels.front().size();
 
-    const auto byStamps = offsetByStamps (host, reader);
+    const auto byStamps = offsetByStamps (host, sound);
     loaded.hasTimecode = byStamps.has_value();
     loaded.start = byStamps.value_or (0);
     return loaded;

@@ -1,8 +1,8 @@
 #include "sync/ClipAudio.h"
 
-#include "media/BwfReader.h"
 #include "media/LargeBuffers.h"
 #include "media/MemoryBudget.h"
+#include "media/SoundFile.h"
 #include "media/VectorClones.h"
 #include "sync/Signal.h"
 
@@ -53,15 +53,15 @@ layOutAudio (const std::vector<PlacedAudio>& pieces, size_t channelCount, juce::
     return channels;
 }
 
-GuestClip readForSearch (const BwfReader& reader, int hostRate)
+GuestClip readForSearch (const SoundFile& source, int hostRate)
 {
     GuestClip clip;
-    clip.file = reader.file;
-    clip.format = reader.format;
-    clip.channelAudio = reader.readAllChannels();
+    clip.file = source.file;
+    clip.format = source.format;
+    clip.channelAudio = source.readAllChannels();
 
     for (auto& channel : clip.channelAudio)
-        channel = resampleTo (std::move (channel), reader.format.sampleRate, (double) hostRate);
+        channel = resampleTo (std::move (channel), source.format.sampleRate, (double) hostRate);
 
     clip.monoAudio = mixdown (clip.channelAudio);
     return clip;

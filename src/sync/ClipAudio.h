@@ -5,7 +5,7 @@
 namespace ld
 {
 
-class BwfReader;
+class SoundFile;
 
 /** A recording at its place on a clip's timeline. */
 struct PlacedAudio
@@ -22,7 +22,7 @@ struct PlacedAudio
 layOutAudio (const std::vector<PlacedAudio>&, size_t channelCount, juce::int64 length);
 
 /** A clip that holds nothing but a file's audio, at the host's rate, for a search. */
-[[nodiscard]] GuestClip readForSearch (const BwfReader&, int hostRate);
+[[nodiscard]] GuestClip readForSearch (const SoundFile&, int hostRate);
 
 /** Makes the guest's curves again from channelAudio: guestPeakBuckets buckets, each from at most 0 to at least 0. */
 void rebuildGuestPeaks (GuestClip&);

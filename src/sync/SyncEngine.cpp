@@ -4,6 +4,7 @@
 #include "media/BwfReader.h"
 #include "media/ClockStretches.h"
 #include "media/LargeBuffers.h"
+#include "media/SoundFile.h"
 #include "sync/MfccSearch.h"
 #include "sync/PlaceLadder.h"
 #include "sync/Signal.h"
@@ -306,14 +307,14 @@ std::optional<AlignedPiece> alignPiece (const SyncEngine& engine,
                                         int searchSeconds,
                                         const SyncProgress& progress)
 {
-    BwfReader reader;
+    SoundFile sound;
 
-    if (! reader.open (source.file))
+    if (sound.open (source.file).failed())
         return {};
 
-    auto clip = readForSearch (reader, (int) rateOf (host));
+    auto clip = readForSearch (sound, (int) rateOf (host));
     AlignedPiece aligned;
-    copyIdentity (reader, aligned.piece);
+    copyIdentity (sound, aligned.piece);
     aligned.alignment = engine.alignBestChannel (host, clip, searchSeconds, progress);
 
     if (aligned.alignment.needsManual)

@@ -13,9 +13,9 @@ DroppedPaths sortDroppedPaths (const juce::StringArray& paths)
 
         if (file.isDirectory())
             sorted.folders.push_back (file);
-        else if (file.hasFileExtension ("wav;bwf;wave"))
+        else if (file.hasFileExtension ("wav;bwf;wave;m4a;flac"))
             sorted.audio.push_back (file);
-        else if (file.hasFileExtension ("mov;mp4;m4v;mxf;mts"))
+        else if (file.hasFileExtension ("mov;mp4;m4v;mxf;mts;m2ts"))
             sorted.pictures.push_back (file);
         else if (file.hasFileExtension ("ldsession"))
             sorted.sessions.push_back (file);

@@ -4,6 +4,7 @@
 #include "media/LargeBuffers.h"
 
 #include "demo/DemoShoot.h"
+#include "support/ClipCases.h"
 #include "support/ResidentMemory.h"
 #include "support/TempFolder.h"
 #include "support/WaveBuilder.h"
@@ -13,7 +14,7 @@
 #include <cstdlib>
 #include <iostream>
 
-// What takes too long or too much disk for every run of the tests: a shoot of 64 takes and 300 files, conformed again and
+// What takes too long or too much disk for every run of the tests: clips of every kind, made by ffmpeg; a shoot of 64 takes and 300 files, conformed again and
 // again in one process, and a combined file beyond 4 GiB, written and read for real. Needs 7 GB in the folder for
 // temporary files.
 
@@ -154,10 +155,31 @@ void combineBeyondFourGigabytes()
     std::cout << (double) output.getSize() / 1e9 << " GB written in " << took << " s" << std::endl;
 }
 
+void readEveryKindOfClip()
+{
+    auto faults = 0;
+    const auto cases = ld::test::allClipCases();
+
+    for (const auto& clip : cases)
+    {
+        const TempFolder temp;
+
+        if (const auto fault = faultOf (clip, makeClip (clip, temp.folder)); fault.isNotEmpty())
+        {
+            std::cout << clip.name() << ": " << fault << std::endl;
+            ++faults;
+        }
+    }
+
+    std::cout << cases.size() << " clips, " << faults << " of them not where their waves would lie" << std::endl;
+    require (faults == 0, "the sound of a clip lies where its wave file would");
+}
+
 }    // namespace
 
 int main()
 {
+    readEveryKindOfClip();
     combineBeyondFourGigabytes();
     conformAgainAndAgain();
     return 0;
